@@ -1,0 +1,58 @@
+#include "Operation.h"
+#include "port/Debug.h"
+#include "port/Format.h"
+
+namespace {
+
+// What the client library says of a refused connection holds this socket error code.
+constexpr wchar_t kRefused[] = L"10061";
+
+constexpr int kCouldNotConnect = 1;
+constexpr int kStatementFailed = 7;
+
+}  // namespace
+
+bool TirelScada::Connect() {
+  bool connected = false;
+  const bool done = Guard([&] {
+    connected = connection->isConnected();
+    if (connected) return;
+    ConnectTo(*connection);
+    connected = connection->isConnected();
+  });
+  return done && connected;
+}
+
+bool TirelScada::GetServerVersion(std::wstring& text) {
+  const bool done = Guard([&] {
+    SAConnection temporary;
+    ConnectTo(temporary);
+    text = temporary.ServerVersionString();
+  });
+  if (!done) text = lastError;
+  return done;
+}
+
+void TirelScada::ConnectTo(SAConnection& target) {
+  const std::wstring server = port::Format(L"{},{}@{}", host, Dbms::port, database);
+  target.Connect(server.c_str(), user.c_str(), password.c_str(), SA_PostgreSQL_Client);
+}
+
+void TirelScada::HandleDbException(const SAException& error) {
+  lastError = error.ErrText();
+  const int errorClass = error.ErrClass();
+  const int nativeCode = error.ErrNativeCode();
+  port::WriteDebugLine(
+      port::Format(L"on exception({}, {}) - {}\n", errorClass, nativeCode, lastError).c_str());
+
+  if (errorClass != SA_DBMS_API_Error) return;
+  const bool refused = nativeCode == kCouldNotConnect && lastError.find(kRefused) != std::wstring::npos;
+  if (refused || (nativeCode == kStatementFailed && ConnectionLost())) AbandonServer();
+}
+
+bool TirelScada::ConnectionLost() { return !connection->isAlive() && connection->isConnected(); }
+
+void TirelScada::AbandonServer() {
+  if (hostSelector) host = hostSelector(host.c_str());
+  connection->Destroy();
+}

@@ -1,0 +1,35 @@
+#include "../PostgreSQL.h"
+#include "Registry.h"
+
+std::shared_ptr<Dbms> Dbms::GetDbms(DbmsType type, const wchar_t* host, int port, const wchar_t* database,
+                                    const wchar_t* user, const wchar_t* password) {
+  std::shared_ptr<Dbms> dbms;
+  switch (type) {
+    case DbmsType::TirelScada:
+      dbms.reset(new TirelScada(host, port, database, user, password));
+      break;
+    case DbmsType::PostgreSQL:
+      dbms.reset(new PostgreSQL(host, port, database, user, password));
+      break;
+  }
+  if (dbms) {
+    std::lock_guard lock(RegistryMutex);
+    InstanceRegistry.push_back(dbms);
+  }
+  return dbms;
+}
+
+TirelScada::TirelScada(const wchar_t* host_, int port_, const wchar_t* database_, const wchar_t* user_,
+                       const wchar_t* password_)
+    : Dbms(host_, port_, database_, user_, password_), timescaleEnabled(true) {
+  type = DbmsType::TirelScada;
+}
+
+TirelScada::~TirelScada() = default;
+
+PostgreSQL::PostgreSQL(const wchar_t* host_, int port_, const wchar_t* database_, const wchar_t* user_,
+                       const wchar_t* password_)
+    : TirelScada(host_, port_, database_, user_, password_) {
+  type = DbmsType::PostgreSQL;
+  timescaleEnabled = false;
+}

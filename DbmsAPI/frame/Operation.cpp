@@ -1,0 +1,31 @@
+#include "Operation.h"
+
+#include "port/InvalidParameter.h"
+
+bool TirelScada::Run(const wchar_t* statement) {
+  return Run([&](SACommand& command) {
+    command.setCommandText(statement);
+    command.Execute();
+  });
+}
+
+bool TirelScada::Pending(const wchar_t* operation) {
+  lastError = std::wstring(operation) + L" is not available in this version";
+  return false;
+}
+
+std::wstring Bounded(std::size_t capacity, std::wstring statement) {
+  auto fitting = port::FitBuffer(capacity, std::move(statement));
+  if (!fitting) throw StatementTooLong();
+  return *std::move(fitting);
+}
+
+void Execute(SACommand& command, const std::wstring& statement) {
+  command.setCommandText(statement.c_str());
+  command.Execute();
+}
+
+bool FetchFirst(SACommand& command, const std::wstring& query) {
+  Execute(command, query);
+  return command.FetchNext();
+}

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <SQLAPI.h>
+
+#include <atomic>
+
+// Version of the TimescaleDB extension, major x 100 + minor (2.13.1 is 213); 0 while unknown. One number for
+// the whole process. Only CreateSystemLogTable has it detected; until then every step below is left out.
+extern std::atomic<int> TimescaleVersion;
+
+// The first version that makes hypertables with by_range.
+constexpr int kByRangeVersion = 213;
+// The first version that calls compression columnstore.
+constexpr int kColumnstoreVersion = 218;
+
+// Reads the extension's version; leaves TimescaleVersion alone when the extension is not installed.
+void DetectTimescaleVersion(SAConnection* connection);
+
+// Makes a table a hypertable over its column time, in chunks of one day.
+void CreateHypertable(SACommand& command, const wchar_t* table);
+
+// Turns compression on, ordered by time and segmented by a comma-separated list of columns.
+void SetCompression(SACommand& command, const wchar_t* table, const wchar_t* segmentBy);
+
+// Has chunks compressed when they are a day old, unless the table has such a policy already.
+void AddCompressionPolicy(SACommand& command, const wchar_t* table);

@@ -1,0 +1,3 @@
+#include "../TirelScada.h"
+
+bool TirelScada::CreateAuditTable() { return Pending(L"CreateAuditTable"); }

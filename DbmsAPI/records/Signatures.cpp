@@ -1,0 +1,3 @@
+#include "../TirelScada.h"
+
+bool TirelScada::CreateSignatureTable() { return Pending(L"CreateSignatureTable"); }

@@ -1,0 +1,155 @@
+#include <algorithm>
+#include <string>
+#include <string_view>
+
+#include "ConnectionImpl.h"
+#include "pq/Errors.h"
+#include "pq/Markers.h"
+#include "pq/Statement.h"
+
+namespace {
+
+std::wstring_view View(const SAString& text) { return {text, text.GetLength()}; }
+
+SAException NoParameter(const std::wstring& name) {
+  return pq::Misuse(L"The statement has no parameter :" + name);
+}
+
+SAException NoColumn(const std::wstring& name) { return pq::Misuse(L"The result has no column " + name); }
+
+template <class Named>
+auto FindNamed(std::vector<Named>& all, const SAString& name) {
+  return std::find_if(all.begin(), all.end(), [&](const Named& one) { return one.Name() == name; });
+}
+
+}  // namespace
+
+class SACommand::Impl {
+ public:
+  explicit Impl(std::shared_ptr<pq::Session> session) : statement(std::move(session)) {}
+
+  SAParam& ByNumber(int number) {
+    const auto index = static_cast<std::size_t>(number) - 1;
+    if (index < numbers.size() && numbers[index] == number) return parameters[index];
+    const auto found = std::lower_bound(numbers.begin(), numbers.end(), number);
+    if (found == numbers.end() || *found != number) throw NoParameter(std::to_wstring(number));
+    return parameters[static_cast<std::size_t>(found - numbers.begin())];
+  }
+
+  SAParam& NextParameter() {
+    if (next == parameters.size())
+      throw pq::Misuse(L"There are more values than the statement has parameters");
+    return parameters[next++];
+  }
+
+  SAString text;
+  std::vector<int> numbers;  // of the first parameters, ascending
+  std::vector<SAParam> parameters;
+  std::size_t next = 0;  // to be bound by operator<<
+  pq::Parameters values;
+  pq::Statement statement;
+  std::vector<SAField> fields;
+};
+
+SACommand::SACommand(SAConnection* connection, const SAString& text)
+    : impl_(
+          std::make_unique<Impl>(connection ? connection->impl_->session : std::make_shared<pq::Session>())) {
+  if (!text.IsEmpty()) setCommandText(text);
+}
+
+SACommand::~SACommand() = default;
+
+void SACommand::setCommandText(const SAString& text) {
+  // The statement would end there unnoticed.
+  if (View(text).find(L'\0') != std::wstring_view::npos)
+    throw pq::Misuse(L"The statement holds a NUL character");
+  pq::MarkedStatement marked = pq::ReplaceMarkers(View(text));
+  impl_->fields.clear();
+  impl_->statement.SetText(std::move(marked.text));
+  impl_->text = text;
+  impl_->numbers = std::move(marked.numbers);
+  impl_->parameters.clear();
+  impl_->parameters.reserve(marked.names.size());
+  for (std::wstring& name : marked.names) impl_->parameters.emplace_back(SAString(std::move(name)));
+  impl_->next = 0;
+}
+
+SAString SACommand::CommandText() const { return impl_->text; }
+
+int SACommand::ParamCount() const { return static_cast<int>(impl_->parameters.size()); }
+
+SAParam& SACommand::Param(int number) { return impl_->ByNumber(number); }
+
+SAParam& SACommand::Param(const SAString& name) {
+  const auto found = FindNamed(impl_->parameters, name);
+  if (found == impl_->parameters.end()) throw NoParameter(std::wstring(name));
+  return *found;
+}
+
+SACommand& SACommand::operator<<(bool value) {
+  impl_->NextParameter().setAsBool() = value;
+  return *this;
+}
+
+SACommand& SACommand::operator<<(short value) {
+  impl_->NextParameter().setAsShort() = value;
+  return *this;
+}
+
+SACommand& SACommand::operator<<(int value) {
+  impl_->NextParameter().setAsLong() = value;
+  return *this;
+}
+
+SACommand& SACommand::operator<<(long value) {
+  if constexpr (sizeof(long) == sizeof(sa_int32_t)) return *this << static_cast<int>(value);
+  return *this << static_cast<long long>(value);
+}
+
+SACommand& SACommand::operator<<(long long value) {
+  impl_->NextParameter().setAsInt64() = value;
+  return *this;
+}
+
+SACommand& SACommand::operator<<(double value) {
+  impl_->NextParameter().setAsDouble() = value;
+  return *this;
+}
+
+SACommand& SACommand::operator<<(const SAChar* value) { return *this << SAString(value); }
+
+SACommand& SACommand::operator<<(const SAString& value) {
+  impl_->NextParameter().setAsString() = value;
+  return *this;
+}
+
+SACommand& SACommand::operator<<(const SANull&) {
+  impl_->NextParameter().setAsNull();
+  return *this;
+}
+
+void SACommand::Execute() {
+  impl_->next = 0;
+  impl_->fields.clear();
+  impl_->values.Bind(impl_->parameters);
+  impl_->statement.Execute(impl_->values);
+  const std::vector<pq::Cell>& cells = impl_->statement.Cells();
+  for (std::size_t i = 0; i < cells.size(); ++i) {
+    impl_->fields.emplace_back(&cells[i], SAString(impl_->statement.ColumnNames()[i].c_str()));
+  }
+}
+
+bool SACommand::FetchNext() { return impl_->statement.FetchNext(); }
+
+int SACommand::FieldCount() const { return static_cast<int>(impl_->fields.size()); }
+
+SAField& SACommand::Field(int number) {
+  if (number < 1 || number > FieldCount()) throw NoColumn(std::to_wstring(number));
+  return impl_->fields[static_cast<std::size_t>(number) - 1];
+}
+
+SAField& SACommand::Field(const SAString& name) {
+  const auto found = FindNamed(impl_->fields, name);
+  if (found == impl_->fields.end()) throw NoColumn(std::wstring(name));
+  return *found;
+}

@@ -1,0 +1,24 @@
+#include <string>
+
+#include "SQLAPI.h"
+#include "port/Utf8.h"
+
+struct SAException::Details {
+  SAErrorClass_t errorClass;
+  int nativeCode;
+  SAString text;
+  std::string utf8;
+};
+
+SAException::SAException(SAErrorClass_t errorClass, int nativeCode, SAString text)
+    : details_(std::make_shared<const Details>(
+          Details{errorClass, nativeCode, text, port::ToUtf8({text, text.GetLength()})})) {}
+
+SAException::SAException(const SAException&) noexcept = default;
+SAException& SAException::operator=(const SAException&) noexcept = default;
+SAException::~SAException() = default;
+
+SAErrorClass_t SAException::ErrClass() const { return details_->errorClass; }
+int SAException::ErrNativeCode() const { return details_->nativeCode; }
+SAString SAException::ErrText() const { return details_->text; }
+const char* SAException::what() const noexcept { return details_->utf8.c_str(); }

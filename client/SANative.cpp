@@ -1,0 +1,4 @@
+#include "SQLAPI.h"
+
+saAPI::~saAPI() = default;
+saConnectionHandles::~saConnectionHandles() = default;

@@ -1,0 +1,51 @@
+#include <limits>
+#include <string_view>
+
+#include "SQLAPI.h"
+#include "port/Utf8.h"
+#include "pq/Cell.h"
+#include "pq/DateTimeText.h"
+#include "pq/NumberText.h"
+
+namespace {
+
+constexpr unsigned kBoolType = 16;
+
+std::string_view Text(const pq::Cell& cell) { return {cell.data, static_cast<std::size_t>(cell.length)}; }
+
+// The whole part of a number; a boolean reads as 1 or 0, NULL as 0.
+template <class Integer>
+Integer ReadInteger(const pq::Cell& cell) {
+  if (!cell.data) return 0;
+  if (cell.type == kBoolType) return pq::ParseBool(Text(cell)) ? 1 : 0;
+  using Limits = std::numeric_limits<Integer>;
+  return static_cast<Integer>(pq::ParseInteger(Text(cell), Limits::min(), Limits::max()));
+}
+
+}  // namespace
+
+SAValueRead::~SAValueRead() = default;
+
+bool SAValueRead::isNull() const { return !cell_->data; }
+
+bool SAValueRead::asBool() const { return cell_->data && pq::ParseBool(Text(*cell_)); }
+
+short SAValueRead::asShort() const { return ReadInteger<short>(*cell_); }
+
+sa_int32_t SAValueRead::asLong() const { return ReadInteger<sa_int32_t>(*cell_); }
+
+sa_int64_t SAValueRead::asInt64() const { return ReadInteger<sa_int64_t>(*cell_); }
+
+double SAValueRead::asDouble() const {
+  if (!cell_->data) return 0;
+  if (cell_->type == kBoolType) return pq::ParseBool(Text(*cell_)) ? 1 : 0;
+  return pq::ParseDouble(Text(*cell_));
+}
+
+SAString SAValueRead::asString() const {
+  return cell_->data ? SAString(port::FromUtf8(Text(*cell_))) : SAString();
+}
+
+SADateTime SAValueRead::asDateTime() const {
+  return cell_->data ? pq::ParseDateTime(Text(*cell_)) : SADateTime();
+}

@@ -1,0 +1,30 @@
+#pragma once
+
+// Native access to PostgreSQL's client library: its entry points and the connection in use.
+//
+//   auto* api = static_cast<pgAPI*>(connection.NativeAPI());
+//   auto* handles = static_cast<pgConnectionHandles*>(connection.NativeHandles());
+//   PGresult* result = api->PQexec(handles->conn, "vacuum");
+
+#include "SQLAPI.h"
+
+typedef struct pg_conn PGconn;
+typedef struct pg_result PGresult;
+
+// The members bear libpq's own names. PQresultStatus gives libpq's ExecStatusType as a number.
+class SQLAPI_EXPORT pgAPI : public saAPI {
+ public:
+  PGresult* (*PQexec)(PGconn* connection, const char* query) = nullptr;
+  int (*PQresultStatus)(const PGresult* result) = nullptr;
+  char* (*PQresultErrorMessage)(const PGresult* result) = nullptr;
+  void (*PQclear)(PGresult* result) = nullptr;
+  int (*PQputCopyData)(PGconn* connection, const char* buffer, int bytes) = nullptr;
+  int (*PQputCopyEnd)(PGconn* connection, const char* errorMessage) = nullptr;
+  PGresult* (*PQgetResult)(PGconn* connection) = nullptr;
+  char* (*PQerrorMessage)(const PGconn* connection) = nullptr;
+};
+
+class SQLAPI_EXPORT pgConnectionHandles : public saConnectionHandles {
+ public:
+  PGconn* conn = nullptr;  // null while not connected
+};

@@ -1,0 +1,65 @@
+#include "ConnectionString.h"
+
+#include <algorithm>
+
+#include "port/Utf8.h"
+
+namespace pq {
+namespace {
+
+constexpr char kLibraryName[] = "DbmsAPI";
+constexpr char kEncoding[] = "UTF8";
+
+struct Parts {
+  std::wstring_view host, port, database, options;
+};
+
+bool IsDigit(wchar_t c) { return c >= L'0' && c <= L'9'; }
+
+// A sign is let through, so that a port below 0 is refused as such.
+bool IsPort(std::wstring_view text) {
+  if (text.starts_with(L'-')) text.remove_prefix(1);
+  return !text.empty() && std::all_of(text.begin(), text.end(), IsDigit);
+}
+
+void SplitServer(std::wstring_view server, Parts& parts) {
+  parts.host = server;
+  const std::size_t comma = server.rfind(L',');
+  if (comma == std::wstring_view::npos || !IsPort(server.substr(comma + 1))) return;
+  parts.host = server.substr(0, comma);
+  parts.port = server.substr(comma + 1);
+}
+
+Parts Split(std::wstring_view text) {
+  Parts parts;
+  const std::size_t at = text.find(L'@');
+  if (at != std::wstring_view::npos) {
+    SplitServer(text.substr(0, at), parts);
+    text.remove_prefix(at + 1);
+  }
+  const std::size_t semicolon = text.find(L';');
+  parts.database = text.substr(0, semicolon);
+  if (semicolon != std::wstring_view::npos) parts.options = text.substr(semicolon + 1);
+  return parts;
+}
+
+}  // namespace
+
+ConnectionKeywords ReadConnectionString(std::wstring_view text, std::wstring_view user,
+                                        std::wstring_view password) {
+  const Parts parts = Split(text);
+  ConnectionKeywords keywords = {{"fallback_application_name", kLibraryName}};
+  const auto add = [&keywords](const char* keyword, std::wstring_view value) {
+    if (!value.empty()) keywords.emplace_back(keyword, port::ToUtf8(value));
+  };
+  add("dbname", parts.database);
+  add("host", parts.host);
+  add("port", parts.port);
+  add("user", user);
+  add("password", password);
+  add("options", parts.options);
+  keywords.emplace_back("client_encoding", kEncoding);
+  return keywords;
+}
+
+}  // namespace pq

@@ -1,0 +1,50 @@
+#include "Errors.h"
+
+#include <utility>
+
+#include "port/Utf8.h"
+
+namespace pq {
+namespace {
+
+constexpr int kNoNativeCode = 0;
+constexpr int kConnectionBad = 1;  // libpq's CONNECTION_BAD
+
+constexpr std::string_view kRefused = "Connection refused";
+constexpr std::string_view kRefusedNumber = " (0x0000274D/10061)";
+
+std::string_view WithoutLineFeeds(std::string_view text) {
+  while (text.ends_with('\n') || text.ends_with('\r')) text.remove_suffix(1);
+  return text;
+}
+
+// Puts the number after each refusal that does not have it yet.
+void NumberRefusals(std::string& text, std::string_view refused) {
+  if (refused.empty()) return;
+  for (std::size_t at = text.find(refused); at != std::string::npos; at = text.find(refused, at)) {
+    at += refused.size();
+    if (text.compare(at, kRefusedNumber.size(), kRefusedNumber) != 0) text.insert(at, kRefusedNumber);
+  }
+}
+
+SAString Wide(std::string_view utf8) { return SAString(port::FromUtf8(utf8)); }
+
+}  // namespace
+
+SAException Misuse(std::wstring text) {
+  return SAException(SA_Library_Error, kNoNativeCode, SAString(std::move(text)));
+}
+
+SAException ConnectFailure(std::string_view text, std::string_view refused) {
+  std::string spelled(WithoutLineFeeds(text));
+  NumberRefusals(spelled, kRefused);
+  NumberRefusals(spelled, refused);
+  return SAException(SA_DBMS_API_Error, kConnectionBad, Wide(spelled));
+}
+
+SAException StatementFailure(int status, std::string_view resultText, std::string_view connectionText) {
+  const std::string_view text = WithoutLineFeeds(resultText);
+  return SAException(SA_DBMS_API_Error, status, Wide(text.empty() ? WithoutLineFeeds(connectionText) : text));
+}
+
+}  // namespace pq

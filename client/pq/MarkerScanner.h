@@ -1,0 +1,18 @@
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+#include <vector>
+
+namespace pq {
+
+// Where a marker stands in a statement.
+struct Marker {
+  std::size_t at;      // of the colon
+  std::size_t length;  // with the colon
+};
+
+// The markers of a statement in the order of their appearance; see Markers.h for what is none.
+std::vector<Marker> FindMarkers(std::wstring_view statement);
+
+}  // namespace pq

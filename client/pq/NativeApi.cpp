@@ -1,0 +1,28 @@
+#include "NativeApi.h"
+
+#include <libpq-fe.h>
+
+namespace pq {
+namespace {
+
+pgAPI EntryPoints() {
+  pgAPI api;
+  api.PQexec = ::PQexec;
+  api.PQresultStatus = [](const PGresult* result) { return static_cast<int>(::PQresultStatus(result)); };
+  api.PQresultErrorMessage = ::PQresultErrorMessage;
+  api.PQclear = ::PQclear;
+  api.PQputCopyData = ::PQputCopyData;
+  api.PQputCopyEnd = ::PQputCopyEnd;
+  api.PQgetResult = ::PQgetResult;
+  api.PQerrorMessage = ::PQerrorMessage;
+  return api;
+}
+
+}  // namespace
+
+pgAPI& NativeApi() {
+  static pgAPI api = EntryPoints();
+  return api;
+}
+
+}  // namespace pq

@@ -1,0 +1,10 @@
+#pragma once
+
+#include "pgAPI.h"
+
+namespace pq {
+
+// libpq's entry points.
+pgAPI& NativeApi();
+
+}  // namespace pq

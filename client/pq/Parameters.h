@@ -1,0 +1,46 @@
+#pragma once
+
+#include <array>
+#include <string>
+#include <vector>
+
+#include "SQLAPI.h"
+
+namespace pq {
+
+// The values bound to a statement as libpq takes them: numbers and booleans in binary with their types, texts
+// in UTF-8 with the type left to the server, NULL without a type.
+class Parameters {
+ public:
+  // Takes the values over. Class 2 error for one never bound and for a text with a NUL character in it.
+  void Bind(const std::vector<SAParam>& values);
+
+  int Count() const { return static_cast<int>(types_.size()); }
+  const unsigned* Types() const { return types_.data(); }
+  const char* const* Values() const { return values_.data(); }  // null pointer: NULL
+  const int* Lengths() const { return lengths_.data(); }
+  const int* Formats() const { return formats_.data(); }  // 0 text, 1 binary
+
+  // Whether a statement parsed for these types takes the values as they are. NULL fits any type.
+  bool Fit(const std::vector<unsigned>& parsed) const;
+
+  // Turns types into those to parse for: a NULL leaves the type of the former value.
+  void UpdateTypes(std::vector<unsigned>& types) const;
+
+ private:
+  using Scalar = std::array<char, 8>;  // in network order
+
+  void Set(std::size_t index, const SAParam& value);
+  template <class Unsigned>
+  void SetScalar(std::size_t index, unsigned type, Unsigned bits);
+  void SetText(std::size_t index, const SAParam& value);
+
+  std::vector<unsigned> types_;
+  std::vector<const char*> values_;
+  std::vector<int> lengths_;
+  std::vector<int> formats_;
+  std::vector<Scalar> scalars_;
+  std::vector<std::string> texts_;
+};
+
+}  // namespace pq

@@ -1,0 +1,20 @@
+#include "Result.h"
+
+#include <libpq-fe.h>
+
+#include "Errors.h"
+
+namespace pq {
+
+void ClearResult::operator()(PGresult* result) const { PQclear(result); }
+
+bool IsFailure(const PGresult* result) {
+  const ExecStatusType status = PQresultStatus(result);
+  return status == PGRES_FATAL_ERROR || status == PGRES_BAD_RESPONSE;
+}
+
+void ThrowFailure(const PGresult* result, const PGconn* link) {
+  throw StatementFailure(PQresultStatus(result), PQresultErrorMessage(result), PQerrorMessage(link));
+}
+
+}  // namespace pq

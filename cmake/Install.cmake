@@ -1,0 +1,31 @@
+# What `cmake --install` puts in place: headers, both libraries, a CMake package and a pkg-config file.
+
+include(CMakePackageConfigHelpers)
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/DbmsAPI)
+
+set(libraries DbmsAPI)
+if(DBMSAPI_SQLAPI STREQUAL "builtin")
+  list(APPEND libraries sqlapi)
+  install(FILES client/include/SQLAPI.h client/include/SQLAPIExport.h client/include/pgAPI.h
+          DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
+endif()
+install(TARGETS ${libraries} EXPORT DbmsAPITargets
+        RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
+        ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development
+        INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+
+install(FILES DbmsAPI/Dbms.h DbmsAPI/Diagnostics.h DbmsAPI/Export.h DbmsAPI/ConfigTypes.h DbmsAPI/HistoryTypes.h
+              DbmsAPI/RecordTypes.h DbmsAPI/ReportTypes.h
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/DbmsAPI COMPONENT development)
+
+install(EXPORT DbmsAPITargets NAMESPACE DbmsAPI:: DESTINATION ${package_dir} COMPONENT development)
+configure_package_config_file(cmake/DbmsAPIConfig.cmake.in ${PROJECT_BINARY_DIR}/DbmsAPIConfig.cmake
+                              INSTALL_DESTINATION ${package_dir})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/DbmsAPIConfigVersion.cmake COMPATIBILITY SameMinorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/DbmsAPIConfig.cmake ${PROJECT_BINARY_DIR}/DbmsAPIConfigVersion.cmake
+        DESTINATION ${package_dir} COMPONENT development)
+
+configure_file(cmake/DbmsAPI.pc.in ${PROJECT_BINARY_DIR}/DbmsAPI.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/DbmsAPI.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)

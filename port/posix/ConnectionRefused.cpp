@@ -1,0 +1,10 @@
+#include "port/ConnectionRefused.h"
+
+#include <cerrno>
+#include <system_error>
+
+namespace port {
+
+std::string ConnectionRefusedText() { return std::generic_category().message(ECONNREFUSED); }
+
+}  // namespace port

@@ -1,0 +1,15 @@
+#include "port/Debug.h"
+
+#include <cstdio>
+#include <string>
+
+#include "port/Utf8.h"
+
+namespace port {
+
+void WriteToPlatformDebugOutput(const wchar_t* line) {
+  const std::string text = ToUtf8(line);
+  std::fwrite(text.data(), 1, text.size(), stderr);
+}
+
+}  // namespace port

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "DbmsAPI/Dbms.h"
+#include "scripted/Access.h"
+#include "scripted/ScriptedServer.h"
+
+using Texts = std::vector<std::wstring>;
+
+// A fresh scripted server, an object connected to nothing yet, an unknown extension, captured debug lines.
+class ScriptedTest : public ::testing::Test {
+ protected:
+  ScriptedTest();
+  ~ScriptedTest() override;
+
+  static std::shared_ptr<Dbms> NewDbms(DbmsType type = DbmsType::TirelScada);
+
+  scripted::Server server;
+  Texts debugLines;
+  std::shared_ptr<Dbms> dbms = NewDbms();
+};

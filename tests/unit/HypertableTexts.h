@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+// The statements that turn a table into a compressed hypertable, as each version of the extension takes them.
+namespace hypertable {
+
+// Versions on both sides of every change of dialect; 0 is a server without the extension.
+inline constexpr int kVersions[] = {212, 213, 217, 218};
+
+std::wstring State(const std::wstring& table);
+std::wstring Create(int version, const std::wstring& table);
+std::wstring LegacyRetention(const std::wstring& table);
+std::wstring Compression(int version, const std::wstring& table, const std::wstring& segmentBy);
+std::wstring CompressionJob(const std::wstring& table);
+std::wstring CompressionPolicy(int version, const std::wstring& table);
+
+}  // namespace hypertable
