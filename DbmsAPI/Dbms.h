@@ -305,7 +305,4 @@ class DBMSAPI_EXPORT Dbms {
   std::wstring password;
   std::wstring lastError;
   std::shared_ptr<SAConnection> connection;
-
- private:
-  void ApplyRoleChange();
 };

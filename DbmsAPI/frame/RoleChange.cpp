@@ -7,13 +7,11 @@
 std::vector<std::weak_ptr<Dbms>> InstanceRegistry;
 std::mutex RegistryMutex;
 
-void Dbms::ApplyRoleChange() {
+void Dbms::NotifyRoleChange() {
   if (type != DbmsType::TirelScada || !hostSelector) return;
   host = hostSelector(nullptr);
   connection->Destroy();
 }
-
-void Dbms::NotifyRoleChange() { ApplyRoleChange(); }
 
 void Dbms::BroadcastRoleChange() {
   std::vector<std::shared_ptr<Dbms>> living;
@@ -25,5 +23,5 @@ void Dbms::BroadcastRoleChange() {
     std::erase_if(InstanceRegistry, [](const std::weak_ptr<Dbms>& entry) { return entry.expired(); });
   }
   // Outside the lock: a callback may itself call GetDbms.
-  for (const auto& dbms : living) dbms->ApplyRoleChange();
+  for (const auto& dbms : living) dbms->NotifyRoleChange();
 }

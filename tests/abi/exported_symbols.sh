@@ -2,31 +2,42 @@
 # Checks what the shared libraries export: exported_symbols.sh LIBDBMSAPI LIBSQLAPI
 set -euo pipefail
 
-# Exported symbols that belong to neither of the names given; weak ones of the standard library's templates aside.
-foreign() {
-  nm --dynamic --defined-only --demangle "$1" | awk '$2 != "W" && $2 != "V" && $2 != "u" { $1 = ""; $2 = ""; print }' |
-    grep -vE "$2" || true
+# Exported symbols, one a line; templates of the standard library, which are weak, aside.
+exported() {
+  nm --dynamic --defined-only --demangle "$1" | sed -E 's/^[0-9a-f]+ //' | grep -vE '^[WVu] .*std::' |
+    sed -E 's/^[A-Za-z] //' | sort -u
 }
 
-# Operations by number and their shape are told apart by the other test; here only names count.
-stray=$(foreign "$1" '^ *(Dbms::|vtable for Dbms|typeinfo (name )?for Dbms|SetDbmsDebugSink|SetDbmsInvalidParameterHandler)')
-stray+=$(foreign "$2" '^ *(SA[A-Z][A-Za-z]+::|sa(API|ConnectionHandles)::|pg(API|ConnectionHandles)::|(vtable|typeinfo|typeinfo name) for (SA|sa|pg)[A-Za-z]+)')
-if [ -n "$stray" ]; then
-  echo "exported without need:"
-  echo "$stray"
+# What is in the list and of none of the names given.
+stray() {
+  grep -vE "^($2)" <<<"$1" || true
+}
+
+library=$(exported "$1")
+client=$(exported "$2")
+
+found=$(
+  stray "$library" 'Dbms::|(vtable|typeinfo|typeinfo name) for Dbms$|SetDbmsDebugSink\(|SetDbmsInvalidParameterHandler\('
+  stray "$client" '(operator==\()?SA[A-Z][A-Za-z]+|sa(API|ConnectionHandles)::|pg(API|ConnectionHandles)::|(vtable|typeinfo|typeinfo name) for (SA|sa|pg)[A-Za-z]+'
+)
+if [ -n "$found" ]; then
+  printf 'exported without need:\n%s\n' "$found"
   exit 1
 fi
 
-for name in 'Dbms::GetDbms(' 'Dbms::BroadcastRoleChange()' 'Dbms::NotifyRoleChange()' 'Dbms::GetConnection()' \
-  'Dbms::GetLastError()' 'Dbms::Dbms(Dbms const&)' 'Dbms::operator=(Dbms const&)' 'Dbms::~Dbms()' \
-  'Dbms::Dbms(wchar_t const*, int, wchar_t const*, wchar_t const*, wchar_t const*)' 'vtable for Dbms'; do
-  nm --dynamic --defined-only --demangle "$1" | grep -qF "$name" || {
+for name in 'Dbms::GetDbms(DbmsType, wchar_t const*, int, wchar_t const*, wchar_t const*, wchar_t const*)' \
+  'Dbms::BroadcastRoleChange()' 'Dbms::NotifyRoleChange()' 'Dbms::GetConnection()' 'Dbms::GetLastError()' \
+  'Dbms::Dbms(wchar_t const*, int, wchar_t const*, wchar_t const*, wchar_t const*)' 'Dbms::Dbms(Dbms const&)' \
+  'Dbms::operator=(Dbms const&)' 'Dbms::~Dbms()' 'vtable for Dbms'; do
+  grep -qxF "$name" <<<"$library" || {
     echo "not exported: $name"
     exit 1
   }
 done
-readelf -d "$1" | grep -qE 'SONAME.*libDbmsAPI\.so\.[0-9]+' || {
-  echo "no versioned soname"
+
+soname=$(readelf --dynamic "$1" | grep SONAME)
+grep -qE 'libDbmsAPI\.so\.[0-9]+' <<<"$soname" || {
+  echo "no versioned soname: $soname"
   exit 1
 }
 echo "the libraries export their interface and nothing else"
