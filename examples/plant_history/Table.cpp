@@ -1,0 +1,90 @@
+#include "Table.h"
+
+#include <algorithm>
+
+#include "Text.h"
+
+namespace plant {
+namespace {
+
+constexpr std::size_t kLeastOfLast = 8;
+constexpr std::size_t kMostOfLast = 48;
+
+std::string Repeat(std::size_t count, const char* text) {
+  std::string line;
+  while (count-- != 0) line += text;
+  return line;
+}
+
+}  // namespace
+
+Table::Table(std::vector<Column> columns, std::size_t most_of_first)
+    : columns_(std::move(columns)), most_of_first_(most_of_first) {}
+
+void Table::AddRow(std::vector<std::string> cells) { rows_.push_back({std::move(cells), {}}); }
+
+void Table::AddRemark(std::string text) { rows_.back().remark = std::move(text); }
+
+std::size_t Table::WidthOf(std::size_t column) const {
+  std::size_t width = DisplayWidth(columns_[column].heading);
+  for (const Row& row : rows_) width = std::max(width, DisplayWidth(row.cells[column]));
+  return column == 0 ? std::min(width, most_of_first_) : width;
+}
+
+// What stands before a column: blanks, or a bar between them; the same of another text draws a rule.
+std::string Table::Lead(std::size_t column, const std::string& blank, const std::string& bar) const {
+  if (column == 0) return blank;
+  return columns_[column].ruled ? blank + bar + blank : blank + blank;
+}
+
+std::size_t Table::WidthOfLast(const Terminal& terminal) const {
+  std::size_t taken = 1;
+  for (std::size_t i = 0; i < columns_.size(); ++i) {
+    taken += DisplayWidth(Lead(i, " ", "│"));
+    if (i + 1 < columns_.size()) taken += WidthOf(i);
+  }
+  return std::clamp(terminal.width() - std::min(taken, terminal.width()), kLeastOfLast, kMostOfLast);
+}
+
+std::vector<std::size_t> Table::Widths(const Terminal& terminal) const {
+  std::vector<std::size_t> widths;
+  for (std::size_t i = 0; i + 1 < columns_.size(); ++i) widths.push_back(WidthOf(i));
+  widths.push_back(WidthOfLast(terminal));
+  return widths;
+}
+
+void Table::PrintRule(Terminal& terminal, const char* crossing) const {
+  const std::vector<std::size_t> widths = Widths(terminal);
+  std::string line;
+  for (std::size_t i = 0; i < columns_.size(); ++i) line += Lead(i, "─", crossing) + Repeat(widths[i], "─");
+  terminal.Line(terminal.Dim(line + "─"));
+}
+
+void Table::PrintCells(Terminal& terminal, const std::vector<std::string>& cells, Style style) const {
+  const std::vector<std::size_t> widths = Widths(terminal);
+  std::string line;
+  for (std::size_t i = 0; i < columns_.size(); ++i) {
+    const bool left = columns_[i].align == Align::Left;
+    const bool last = i + 1 == columns_.size();
+    std::string cell = left ? AlignLeft(cells[i], widths[i]) : AlignRight(cells[i], widths[i]);
+    if (last) cell.erase(cell.find_last_not_of(' ') + 1);
+    line += Lead(i, " ", terminal.Dim("│"));
+    line += style == Style::Heading ? terminal.Bold(cell) : last ? terminal.Accent(cell) : cell;
+  }
+  terminal.Line(line);
+}
+
+void Table::Print(Terminal& terminal) const {
+  std::vector<std::string> headings;
+  for (const Column& column : columns_) headings.push_back(column.heading);
+  PrintRule(terminal, "┬");
+  PrintCells(terminal, headings, Style::Heading);
+  PrintRule(terminal, "┼");
+  for (const Row& row : rows_) {
+    PrintCells(terminal, row.cells, Style::Plain);
+    if (!row.remark.empty()) terminal.Line("   " + terminal.Dim(row.remark));
+  }
+  PrintRule(terminal, "┴");
+}
+
+}  // namespace plant

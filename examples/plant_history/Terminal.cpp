@@ -1,0 +1,63 @@
+#include "Terminal.h"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <iostream>
+
+#include "Text.h"
+
+namespace plant {
+namespace {
+
+constexpr std::size_t kUsualWidth = 80;
+constexpr std::size_t kLeastWidth = 72;
+constexpr std::size_t kMostWidth = 120;
+constexpr std::size_t kMargin = 11;
+
+std::size_t WidthOf(int descriptor) {
+  winsize size{};
+  if (ioctl(descriptor, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return kUsualWidth;
+  return std::clamp<std::size_t>(size.ws_col, kLeastWidth, kMostWidth);
+}
+
+}  // namespace
+
+Terminal Terminal::StandardOutput() {
+  const bool interactive = isatty(STDOUT_FILENO) != 0;
+  const char* no_color = std::getenv("NO_COLOR");
+  const bool coloured = interactive && (no_color == nullptr || *no_color == '\0');
+  return Terminal(std::cout, interactive, coloured, interactive ? WidthOf(STDOUT_FILENO) : kUsualWidth);
+}
+
+Terminal::Terminal(std::ostream& out, bool interactive, bool coloured, std::size_t width)
+    : out_(out), interactive_(interactive), coloured_(coloured), width_(width) {}
+
+void Terminal::Line(std::string_view text) {
+  ClearDrawing();
+  out_ << text << '\n' << std::flush;
+}
+
+void Terminal::Fact(std::string_view name, std::string_view text) {
+  Line(' ' + Bold(AlignLeft(name, kMargin)) + OneLine(text, width_ - kMargin - 2));
+}
+
+void Terminal::Redraw(std::string_view text) {
+  if (!interactive_) return;
+  out_ << '\r' << text << "\x1b[K" << std::flush;
+  drawn_ = true;
+}
+
+void Terminal::ClearDrawing() {
+  if (drawn_) out_ << "\r\x1b[K" << std::flush;
+  drawn_ = false;
+}
+
+std::string Terminal::Styled(std::string_view code, std::string_view text) const {
+  if (!coloured_) return std::string(text);
+  return std::string("\x1b[").append(code).append("m").append(text).append("\x1b[0m");
+}
+
+}  // namespace plant

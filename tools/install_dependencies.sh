@@ -1,0 +1,72 @@
+#!/usr/bin/env bash
+# Installs the Debian packages that a purpose needs and the system lacks, and says which:
+#
+#   tools/install_dependencies.sh demo|test|bench...
+set -euo pipefail
+here=$(cd "$(dirname "$0")" && pwd)
+# shellcheck source=tools/lib/say.sh
+. "$here/lib/say.sh"
+
+# Compiler and build tools, what the library builds on, the private server, the time zones of --zone.
+demo=(g++ cmake ninja-build pkg-config libpq-dev libfmt-dev libutfcpp-dev postgresql-15 tzdata)
+# The second compiler, the test framework, the tools that the checks call.
+test=("${demo[@]}" clang libgtest-dev libgmock-dev binutils git)
+bench=("${demo[@]}" libbenchmark-dev)
+
+no_main_cluster=/etc/postgresql-common/createcluster.d/dbmsapi-no-main-cluster.conf
+
+packages_for() {
+  case $1 in
+    demo) printf '%s\n' "${demo[@]}" ;;
+    test) printf '%s\n' "${test[@]}" ;;
+    bench) printf '%s\n' "${bench[@]}" ;;
+    *) die "knows demo, test and bench, not \"$1\"" ;;
+  esac
+}
+
+is_installed() {
+  [ "$(dpkg-query --show --showformat '${db:Status-Status}' "$1" 2>/dev/null || true)" = installed ]
+}
+
+as_root() {
+  if [ "$(id -u)" -eq 0 ]; then
+    "$@"
+  else
+    sudo "$@"
+  fi
+}
+
+# The server's package starts a server on port 5432 when it is new to a system. Only its programs are wanted here,
+# so unless the system has been set up for PostgreSQL already, it is told not to, for this one installation.
+forbid_main_cluster() {
+  [ ! -e /etc/postgresql-common/createcluster.conf ] || return 0
+  as_root mkdir -p "$(dirname "$no_main_cluster")"
+  echo 'create_main_cluster = false' | as_root tee "$no_main_cluster" >/dev/null
+}
+
+allow_main_cluster() {
+  [ ! -e "$no_main_cluster" ] || as_root rm -f "$no_main_cluster"
+}
+
+install_packages() {
+  local log
+  log=$(mktemp)
+  trap allow_main_cluster EXIT
+  forbid_main_cluster
+  run_quietly "$log" as_root apt-get update
+  run_quietly "$log" as_root env DEBIAN_FRONTEND=noninteractive apt-get install --yes --no-install-recommends "$@"
+  rm -f "$log"
+}
+
+[ $# -gt 0 ] || die "usage: install_dependencies.sh demo|test|bench..."
+wanted=$(for purpose in "$@"; do packages_for "$purpose"; done | sort -u)
+command -v dpkg-query >/dev/null || die "installs Debian packages; this system has none. Needed: $(echo "$wanted" | xargs)"
+
+missing=()
+for package in $wanted; do is_installed "$package" || missing+=("$package"); done
+[ ${#missing[@]} -gt 0 ] || exit 0
+
+say "installing ${missing[*]}"
+[ "$(id -u)" -eq 0 ] || command -v sudo >/dev/null ||
+  die "needs root or sudo for that; as root run: apt-get install ${missing[*]}"
+install_packages "${missing[@]}"

@@ -1,0 +1,34 @@
+# shellcheck shell=bash
+# Runs a program for a script that has something to clear up when a signal ends it.
+#
+#   run_to_the_end COMMAND [ARGUMENT]...   gives the command's exit status
+#
+# A signal that comes meanwhile reaches the command too, and the script ends when the command has. The command runs
+# beside the script, for only then are the script's traps run at once; so that Ctrl-C still ends it, it gets back
+# the signals that a shell has such commands ignore.
+
+run_to_the_end_process=
+
+run_to_the_end() {
+  local status=0
+  env --default-signal=INT --default-signal=QUIT "$@" <&0 &
+  run_to_the_end_process=$!
+  wait "$run_to_the_end_process" || status=$?
+  run_to_the_end_process=
+  return "$status"
+}
+
+# end_by SIGNAL STATUS: hands the signal on, waits for the command and ends the script.
+end_by() {
+  if [ -n "$run_to_the_end_process" ]; then
+    kill -s "$1" "$run_to_the_end_process" 2>/dev/null || true
+    while kill -0 "$run_to_the_end_process" 2>/dev/null; do
+      wait "$run_to_the_end_process" 2>/dev/null || true
+    done
+  fi
+  exit "$2"
+}
+
+trap 'end_by INT 130' INT
+trap 'end_by TERM 143' TERM
+trap 'end_by HUP 129' HUP

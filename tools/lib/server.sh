@@ -1,0 +1,163 @@
+# shellcheck shell=bash
+# A private PostgreSQL for as long as a script runs: a fresh data folder, a free loopback port, a password of its
+# own. The clusters of the system are neither used nor touched. Needs say.sh.
+#
+#   server_start FOLDER [NAME=VALUE]...   starts a server below FOLDER, with settings
+#   server_stop                           stops it and removes its files; runs by itself when the script ends
+#
+# Sets SERVER_HOST, SERVER_PORT, SERVER_USER and SERVER_PASSWORD; the user is a superuser. A folder that cannot be
+# reached by the user that the server runs as is replaced by one below the system's temporary folder.
+
+SERVER_HOST=127.0.0.1
+SERVER_PORT=
+SERVER_USER=dbmsapi
+SERVER_PASSWORD=
+server_folder=
+
+# The folder of the server's programs: DBMSAPI_PG_BINDIR, else the newest that is installed.
+server_programs() {
+  local newest
+  if [ -n "${DBMSAPI_PG_BINDIR:-}" ]; then
+    printf '%s' "$DBMSAPI_PG_BINDIR"
+    return
+  fi
+  newest=$(printf '%s\n' /usr/lib/postgresql/*/bin/postgres | sort -V | tail -n 1)
+  if [ -x "$newest" ]; then
+    dirname "$newest"
+  elif command -v pg_config >/dev/null; then
+    pg_config --bindir
+  fi
+}
+
+# The server refuses to run as root; the user postgres of its package takes that place.
+server_owner() {
+  if [ "$(id -u)" -eq 0 ]; then echo postgres; else id -un; fi
+}
+
+# Runs a command as that user, from a folder that every user may enter.
+server_as_owner() {
+  if [ "$(id -u)" -eq 0 ]; then
+    (cd / && runuser -u postgres -- "$@")
+  else
+    "$@"
+  fi
+}
+
+# Stops what runs in a folder, if anything does, and removes the folder.
+server_remove() {
+  local folder=$1
+  if [ -f "$folder/data/postmaster.pid" ]; then
+    server_as_owner "$(server_programs)/pg_ctl" --pgdata "$folder/data" --mode fast --wait stop >/dev/null 2>&1 ||
+      server_as_owner "$(server_programs)/pg_ctl" --pgdata "$folder/data" --mode immediate --wait stop >/dev/null 2>&1 ||
+      true
+  fi
+  rm -rf "$folder"
+}
+
+server_stop() {
+  local folder=$server_folder
+  trap '' INT TERM HUP
+  server_folder=
+  [ -z "$folder" ] || server_remove "$folder"
+}
+
+# A script that was killed outright leaves its server behind; the next one in the same folder clears it away.
+server_clear_strays() {
+  local folder script
+  for folder in "$1"/dbmsapi-server.*; do
+    if [ ! -f "$folder/script" ] || [ "$(stat -c %U "$folder")" != "$(server_owner)" ]; then continue; fi
+    script=$(cat "$folder/script")
+    if [ -n "$script" ] && ! kill -0 "$script" 2>/dev/null; then
+      say "removing a server that a former run left behind"
+      server_remove "$folder"
+    fi
+  done
+}
+
+# Makes server_folder below the folder given, or in the system's temporary folder where the server's user cannot
+# reach that, as below the home of root.
+server_make_folder() {
+  local place
+  for place in "$1" "${TMPDIR:-/tmp}"; do
+    mkdir -p "$place"
+    place=$(cd "$place" && pwd)
+    server_clear_strays "$place"
+    server_folder=$(mktemp -d "$place/dbmsapi-server.XXXXXX")
+    chown "$(server_owner)" "$server_folder"
+    echo "$$" >"$server_folder/script"
+    if server_as_owner test -w "$server_folder" 2>/dev/null; then return; fi
+    rm -rf "$server_folder"
+    server_folder=
+  done
+  die "user postgres can write neither below $1 nor below ${TMPDIR:-/tmp}"
+}
+
+server_initialise() {
+  local programs=$1 secret=$server_folder/secret
+  SERVER_PASSWORD=$(od -An -N16 -tx1 /dev/urandom | tr -d ' \n')
+  (umask 077 && printf '%s\n' "$SERVER_PASSWORD" >"$secret")
+  chown "$(server_owner)" "$secret"
+  server_as_owner "$programs/initdb" --pgdata "$server_folder/data" --username "$SERVER_USER" --pwfile "$secret" \
+    --auth scram-sha-256 --encoding UTF8 --locale C.UTF-8 --no-sync >"$server_folder/initdb.log" 2>&1 || {
+    cat "$server_folder/initdb.log" >&2
+    die "initdb failed"
+  }
+  rm -f "$secret"
+}
+
+# TimescaleDB where the server offers it: it has to be there from the start.
+server_timescale_settings() {
+  local library
+  library=$("$1/pg_config" --pkglibdir 2>/dev/null || true)
+  if [ -f "${library:-$1/../lib}/timescaledb.so" ]; then
+    printf '%s\n' "shared_preload_libraries = 'timescaledb'" "timescaledb.telemetry_level = off"
+  fi
+}
+
+server_configure() {
+  local programs=$1 setting
+  shift
+  {
+    echo "listen_addresses = '$SERVER_HOST'"
+    echo "unix_socket_directories = ''"
+    server_timescale_settings "$programs"
+    for setting in "$@"; do printf "%s = '%s'\n" "${setting%%=*}" "${setting#*=}"; done
+  } >>"$server_folder/data/postgresql.conf"
+}
+
+# A port of 20000 to 29999 that nothing listens on; another program may still take it before the server does.
+server_choose_port() {
+  local try
+  for try in 1 2 3 4 5 6 7 8 9 10; do
+    SERVER_PORT=$((20000 + (RANDOM * 32768 + RANDOM + try) % 10000))
+    (: <"/dev/tcp/$SERVER_HOST/$SERVER_PORT") 2>/dev/null || return 0
+  done
+  die "found no free port"
+}
+
+server_launch() {
+  local programs=$1 try
+  for try in 1 2 3; do
+    server_choose_port
+    if server_as_owner "$programs/pg_ctl" --pgdata "$server_folder/data" --log "$server_folder/server.log" \
+      --options "-p $SERVER_PORT" --wait --timeout 60 --silent start >/dev/null 2>&1 </dev/null; then
+      return
+    fi
+    grep -q 'Address already in use' "$server_folder/server.log" || break
+    say "port $SERVER_PORT has just been taken, trying another (attempt $try)"
+  done
+  tail -n 20 "$server_folder/server.log" >&2
+  die "the server did not start"
+}
+
+server_start() {
+  local place=$1 programs
+  shift
+  programs=$(server_programs)
+  [ -x "$programs/initdb" ] || die "found no PostgreSQL server; DBMSAPI_PG_BINDIR can name its programs' folder"
+  trap server_stop EXIT
+  server_make_folder "$place"
+  server_initialise "$programs"
+  server_configure "$programs" "$@"
+  server_launch "$programs"
+}
