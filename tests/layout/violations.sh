@@ -1,0 +1,73 @@
+#!/usr/bin/env bash
+# Plants one violation after the other into a small sound tree and expects the check to name it:
+# violations.sh CHECK_INCLUDES
+set -euo pipefail
+check=$1
+tree=$(mktemp -d)
+trap 'rm -rf "$tree"' EXIT
+
+mkdir -p "$tree"/{port/posix,client/include,client/pq,DbmsAPI/{frame,history,reports,records,config},tests,examples/demo}
+write() { printf '%s\n' "${@:2}" >"$tree/$1"; }
+write port/Utf8.h '#include <string>'
+write port/posix/Utf8.cpp '#include "../Utf8.h"' '#include <utf8.h>' '#ifdef _WIN32' '#endif'
+write client/include/SQLAPI.h '#include <string>'
+write client/include/SQLAPIExport.h '#ifdef _WIN32' '#endif'
+write client/pq/Session.h '#include <libpq-fe.h>' '#include "port/Utf8.h"'
+write client/SAString.cpp '#include "SQLAPI.h"' '#include "pq/Session.h"'
+write DbmsAPI/Dbms.h '#include <vector>'
+write DbmsAPI/TirelScada.h '#include "Dbms.h"'
+write DbmsAPI/frame/Operation.h '#include <SQLAPI.h>' '#include "../TirelScada.h"' '} catch (const SAException& error) {'
+write DbmsAPI/history/Alarm.cpp '#include "../frame/Operation.h"' '#include "port/Utf8.h"'
+write DbmsAPI/reports/Report.h '#include <map>'
+write examples/demo/main.cpp '#include <DbmsAPI/Dbms.h>' '#include <SQLAPI.h>' '#include <unistd.h>'
+write tests/All_test.cpp '#include "DbmsAPI/frame/Operation.h"' '#include <libpq-fe.h>'
+
+failures=0
+fail() {
+  echo "$*"
+  failures=$((failures + 1))
+}
+
+# expect FILE LINE MESSAGE: with the line added to the file, the check fails and says so.
+expect() {
+  local said status=0 kept=$tree/kept
+  rm -f "$kept"
+  mkdir -p "$(dirname "$tree/$1")"
+  [ ! -f "$tree/$1" ] || cp "$tree/$1" "$kept"
+  printf '%s\n' "$2" >>"$tree/$1"
+  said=$("$check" "$tree") || status=$?
+  [ "$status" -eq 1 ] || fail "$1 with '$2': status $status"
+  [[ $said == *"$3"* ]] || fail "$1 with '$2': expected '$3', said '$said'"
+  if [ -f "$kept" ]; then mv "$kept" "$tree/$1"; else rm "$tree/$1"; fi
+}
+
+"$check" "$tree" >/dev/null || fail "the sound tree does not pass: $("$check" "$tree")"
+
+expect port/Utf8.h '#include "client/include/SQLAPI.h"' 'port/Utf8.h:2: port does not include client/include/SQLAPI.h'
+expect client/SAString.cpp '#include "DbmsAPI/Dbms.h"' 'client does not include DbmsAPI/Dbms.h'
+expect client/include/SQLAPI.h '#include "pq/Session.h"' 'client does not include client/pq/Session.h'
+expect client/SAString.cpp '#include <libpq-fe.h>' 'libpq-fe.h is included outside client/pq'
+expect DbmsAPI/frame/Operation.h '#include <libpq-fe.h>' 'libpq-fe.h is included outside client/pq'
+expect client/SAString.cpp '#include <unistd.h>' '<unistd.h> belongs into port/'
+expect DbmsAPI/Dbms.h '#include "port/Utf8.h"' 'the interface includes the standard library only, not port/Utf8.h'
+expect DbmsAPI/Dbms.h '#include <SQLAPI.h>' 'the interface includes the standard library only'
+expect DbmsAPI/TirelScada.h '#include "frame/Operation.h"' 'implementation does not include DbmsAPI/frame/Operation.h'
+expect DbmsAPI/frame/Operation.h '#include "../reports/Report.h"' 'frame does not include DbmsAPI/reports/Report.h'
+expect DbmsAPI/history/Alarm.cpp '#include "../reports/Report.h"' 'history does not include DbmsAPI/reports/Report.h'
+expect DbmsAPI/history/Alarm.cpp '#  include	"../reports/Report.h"' 'history does not include DbmsAPI/reports/Report.h'
+expect DbmsAPI/history/Alarm.cpp '#include "client/pq/Session.h"' 'by SQLAPI.h and pgAPI.h only'
+expect DbmsAPI/history/Alarm.cpp '#include "Missing.h"' '"Missing.h" is not to be found'
+expect DbmsAPI/alarms/Alarm.cpp '#include "../Dbms.h"' 'DbmsAPI/alarms/Alarm.cpp stands on no floor'
+expect DbmsAPI/history/Alarm.cpp '#ifdef _WIN32' 'DbmsAPI/history/Alarm.cpp: _WIN32 belongs into port/'
+expect DbmsAPI/history/Alarm.cpp '} catch (const SAException& e) {' 'one handler of SAException'
+expect DbmsAPI/history/Alarm.cpp "$(printf '//\n%.0s' {1..300})" 'DbmsAPI/history/Alarm.cpp: has 302 lines'
+expect examples/demo/main.cpp '#include "port/Utf8.h"' 'examples use the public headers only, not port/Utf8.h'
+expect examples/demo/main.cpp '#include <DbmsAPI/TirelScada.h>' 'examples use the public headers only'
+expect examples/demo/main.cpp '#include "DbmsAPI/frame/Operation.h"' 'examples use the public headers only'
+expect port/Utf8.h '#include "tests/Fixture.h"' '"tests/Fixture.h" is not to be found'
+
+write DbmsAPI/frame/Operation.h '#include <SQLAPI.h>'
+"$check" "$tree" >/dev/null && fail 'no handler at all passes'
+
+[ "$failures" -eq 0 ] || exit 1
+echo 'the check finds each violation'

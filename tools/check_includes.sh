@@ -1,0 +1,138 @@
+#!/usr/bin/env bash
+# Checks the layout of the sources: check_includes.sh [ROOT]
+#
+# - Every include goes to the same floor's own room or to a floor below (docs/architecture.md).
+# - libpq's header is included below client/pq only; tests and benchmarks may.
+# - What depends on the operating system stands in port/ and the export headers only.
+# - The library has one handler of SAException.
+# - No source file is longer than 300 lines.
+set -euo pipefail
+cd "${1:-$(dirname "$0")/..}"
+
+most_lines=300
+# The interface: 69 operations, each with its contract.
+may_be_longer=' DbmsAPI/Dbms.h '
+
+problems=0
+problem() {
+  echo "$*"
+  problems=$((problems + 1))
+}
+
+# Floor and room of a file: files of one room may include each other, others only what stands lower.
+place_of() {
+  case $1 in
+    port/*) echo '1 port' ;;
+    client/include/*) echo '2 client' ;;
+    client/*) echo '3 client' ;;
+    DbmsAPI/TirelScada.h | DbmsAPI/PostgreSQL.h) echo '5 implementation' ;;
+    DbmsAPI/frame/*) echo '6 frame' ;;
+    DbmsAPI/history/*) echo '7 history' ;;
+    DbmsAPI/reports/*) echo '7 reports' ;;
+    DbmsAPI/records/*) echo '7 records' ;;
+    DbmsAPI/config/*) echo '7 config' ;;
+    DbmsAPI/*/*) echo '0 unknown' ;;
+    DbmsAPI/*) echo '4 interface' ;;
+    examples/*) echo '8 examples' ;;
+    benchmarks/*) echo '9 benchmarks' ;;
+    tests/*) echo '10 tests' ;;
+    *) echo '0 unknown' ;;
+  esac
+}
+
+# The file that an include names, by the folders that the compiler looks in; nothing for a header from outside.
+resolve() {
+  local from=$1 target=$2 candidate
+  for candidate in "$(dirname "$from")/$target" "$target" "client/include/$target" "client/$target" "tests/$target" \
+    "tests/unit/$target" "examples/plant_history/$target"; do
+    if [ -f "$candidate" ]; then
+      realpath --relative-to=. "$candidate"
+      return
+    fi
+  done
+}
+
+is_standard_header() { [[ $1 =~ ^[a-z_0-9]+$ ]]; }
+
+# A header from outside the project: FILE:LINE FILE HEADER.
+check_foreign() {
+  case $2 in
+    port/* | tests/* | benchmarks/* | examples/*) return 0 ;;
+  esac
+  if [ "$3" = libpq-fe.h ]; then
+    [[ $2 == client/pq/* ]] || problem "$1: libpq-fe.h is included outside client/pq"
+  elif ! is_standard_header "$3"; then
+    problem "$1: <$3> belongs into port/"
+  fi
+}
+
+# FILE:LINE FILE INCLUDED
+check_direction() {
+  local at=$1 from=$2 to=$3 from_floor from_room to_floor to_room
+  read -r from_floor from_room < <(place_of "$from")
+  read -r to_floor to_room < <(place_of "$to")
+  if [ "$from_floor" = 0 ]; then
+    problem "$at: $from stands on no floor"
+  elif [ "$to_floor" = 0 ]; then
+    problem "$at: $to stands on no floor"
+  elif [[ $from == DbmsAPI/* && $to == client/* && $to != client/include/SQLAPI.h && $to != client/include/pgAPI.h ]]; then
+    problem "$at: the library knows the client layer by SQLAPI.h and pgAPI.h only, not by $to"
+  elif [[ $from_room == interface && $to_room != interface ]]; then
+    problem "$at: the interface includes the standard library only, not $to"
+  elif [[ $from_room == examples && $to_room != examples && $to_room != interface && $to != client/include/* ]]; then
+    problem "$at: examples use the public headers only, not $to"
+  elif [ "$from_floor $from_room" != "$to_floor $to_room" ] && [ "$to_floor" -ge "$from_floor" ]; then
+    problem "$at: $from_room does not include $to, which does not stand below it"
+  fi
+}
+
+check_includes() {
+  local file line kind target included
+  while IFS=$'\t' read -r file line kind target; do
+    included=$(resolve "$file" "$target")
+    if [ -n "$included" ]; then
+      check_direction "$file:$line" "$file" "$included"
+    elif [ "$kind" = '"' ]; then
+      problem "$file:$line: \"$target\" is not to be found"
+    else
+      check_foreign "$file:$line" "$file" "$target"
+    fi
+  done < <(awk 'match($0, /^[ \t]*#[ \t]*include[ \t]*["<][^">]+/) {
+      text = substr($0, RSTART, RLENGTH)
+      sub(/^[ \t]*#[ \t]*include[ \t]*/, "", text)
+      print FILENAME "\t" FNR "\t" substr(text, 1, 1) "\t" substr(text, 2)
+    }' "${sources[@]}")
+}
+
+check_platforms() {
+  local file
+  for file in "${sources[@]}"; do
+    [[ $file == port/* || $file == *Export.h ]] || ! grep -q '_WIN32' "$file" ||
+      problem "$file: _WIN32 belongs into port/ or an export header"
+  done
+}
+
+check_handlers() {
+  local found
+  found=$(grep -rnE --include='*.h' --include='*.cpp' 'catch *\((const )?SAException' DbmsAPI || true)
+  [ "$(printf '%s' "$found" | grep -c .)" -eq 1 ] ||
+    problem "DbmsAPI/ has to have one handler of SAException and has:"$'\n'"$found"
+}
+
+check_lengths() {
+  local file lines
+  for file in "${sources[@]}"; do
+    lines=$(wc -l <"$file")
+    [ "$lines" -le "$most_lines" ] || [[ $may_be_longer == *" $file "* ]] || problem "$file: has $lines lines"
+  done
+}
+
+mapfile -t sources < <(find port client DbmsAPI tests benchmarks examples \( -name '*.h' -o -name '*.cpp' \) -type f \
+  2>/dev/null | sort)
+[ ${#sources[@]} -gt 0 ] || problem "found no source file"
+check_includes
+check_platforms
+check_handlers
+check_lengths
+[ "$problems" -eq 0 ] || exit 1
+echo "${#sources[@]} source files are where they belong"
