@@ -101,9 +101,9 @@ void Compare(Stage& stage) {
     progress.Show(file.bytes_read(), done, done * stage.tags.size());
   }
   stage.terminal.Fact("read back", FormatThroughput(done, stage.loaded.samples, progress.Seconds()));
-  const std::string verdict = stage.mismatches == 0
-                                  ? "every sample is in the database as in the file"
-                                  : FormatCount(stage.mismatches) + " samples are not as in the file";
+  std::string verdict = "every sample is in the database as in the file";
+  if (stage.mismatches == 1) verdict = "1 sample is not as in the file";
+  if (stage.mismatches > 1) verdict = FormatCount(stage.mismatches) + " samples are not as in the file";
   stage.terminal.Fact("compared", verdict);
 }
 

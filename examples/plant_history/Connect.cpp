@@ -1,3 +1,4 @@
+#include <DbmsAPI/Diagnostics.h>
 #include <SQLAPI.h>
 
 #include <chrono>
@@ -36,6 +37,7 @@ void Require(Stage& stage, bool succeeded, const std::string& doing) {
 }
 
 void Connect(Stage& stage) {
+  SetDbmsDebugSink([](const wchar_t*) {});  // a failure is told once, by GetLastError
   const Options& options = stage.options;
   stage.dbms = Dbms::GetDbms(DbmsType::PostgreSQL, Widen(options.host).c_str(), options.port,
                              Widen(options.database).c_str(), Widen(options.user).c_str(),
@@ -55,8 +57,8 @@ void CreateTables(Stage& stage) {
   const int days = stage.options.retention_days;
   Require(stage, stage.dbms->CreateSystemLogTable(days), "create the system log");
   Require(stage, stage.dbms->CreateLogTable(days), "create tag history");
-  std::string kept = days > 0 ? std::to_string(days) + " days of retention" : "everything is kept";
-  if (days > 0 && !stage.timescale) kept += ", for which it takes TimescaleDB";
+  std::string kept = days > 0 ? "retention of " + std::to_string(days) + " days" : "kept for good";
+  if (days > 0 && !stage.timescale) kept += " (takes TimescaleDB)";
   stage.terminal.Fact("tables", "system_log and datalog, " + kept);
 
   SystemLogRecord record;

@@ -12,11 +12,9 @@ constexpr std::uint64_t kBytesPerKib = 1024;
 
 }  // namespace
 
-PlantFile Reopen(const Stage& stage) {
-  PlantFile file(stage.options.file);
+void RequireSameTags(const Stage& stage, const PlantFile& file) {
   if (file.tags() != stage.tags)
     throw FileError(OneLine(file.path()) + ": line 1: changed while it was read");
-  return file;
 }
 
 std::size_t RowsPerBatch(const Stage& stage) {

@@ -10,7 +10,11 @@ namespace plant {
 namespace {
 
 constexpr std::array<const char*, 8> kEighths = {"", "▏", "▎", "▍", "▌", "▋", "▊", "▉"};
-constexpr std::size_t kFigures = 60;  // cells beside the bar
+
+constexpr std::size_t kStepCells = 11;
+constexpr std::size_t kRowsCells = 11;
+constexpr std::size_t kRateCells = 9;
+constexpr std::size_t kFigureCells = 66;  // all that stands beside the bar, to "59 min 59 s left"
 
 }  // namespace
 
@@ -39,16 +43,14 @@ void Progress::Show(std::uint64_t bytes_done, std::uint64_t rows, std::uint64_t 
   if (!terminal_.interactive()) return;
   const double seconds = Seconds();
   const double share = std::min(1.0, static_cast<double>(bytes_done) / static_cast<double>(bytes_));
-  std::string figures = AlignRight(FormatCount(static_cast<std::uint64_t>(100 * share)), 4) + " %" +
-                        AlignRight(FormatCount(rows), 12) + " rows";
+  std::string figures = AlignRight(FormatCount(rows), kRowsCells) + " rows";
   if (samples != 0 && seconds > 0) {
     const double rate = static_cast<double>(samples) / seconds;
-    figures += AlignRight(FormatCount(static_cast<std::uint64_t>(rate)), 11) + " samples/s  " +
+    figures += AlignRight(FormatCount(static_cast<std::uint64_t>(rate)), kRateCells) + " samples/s  " +
                FormatDuration(seconds * (1 - share) / share) + " left";
   }
-  const std::size_t cells = terminal_.width() - std::min(terminal_.width() - 8, kFigures + 12);
-  terminal_.Redraw(' ' + terminal_.Bold(AlignLeft(step_, 11)) + terminal_.Accent(Bar(share, cells, "░")) +
-                   figures);
+  terminal_.Redraw(' ' + terminal_.Bold(AlignLeft(step_, kStepCells)) +
+                   terminal_.Accent(Bar(share, terminal_.width() - kFigureCells, "░")) + figures);
 }
 
 }  // namespace plant

@@ -146,8 +146,11 @@ bool HasControlCharacter(std::string_view utf8) {
 
 std::string OneLine(std::string_view text, std::size_t most) {
   std::string line;
+  bool behind_control = false;
   ForEachCharacter(text, [&](const Character& character, std::string_view) {
-    Encode(IsControl(character.code) ? U' ' : character.code, line);
+    const bool control = IsControl(character.code);
+    if (!control || !behind_control) Encode(control ? U' ' : character.code, line);
+    behind_control = control;
   });
   return Cut(line, most);
 }
@@ -180,6 +183,7 @@ std::string FormatValue(double value) {
 }
 
 std::string FormatDuration(double seconds) {
+  if (seconds < 0.0995) return Fixed(1000 * seconds, 0) + " ms";
   if (seconds < 59.95) return Fixed(seconds, seconds < 9.995 ? 2 : 1) + " s";
   const std::int64_t whole = std::llround(seconds);
   if (whole < 3600) return std::to_string(whole / 60) + " min " + TwoDigits(whole % 60) + " s";

@@ -17,7 +17,7 @@ std::wstring Widen(std::string_view utf8);
 bool IsUtf8(std::string_view text);
 bool HasControlCharacter(std::string_view utf8);
 
-// A foreign text fit for a message of one line: control characters become blanks, a long tail is cut.
+// A foreign text fit for a message of one line: control characters become a blank, a long tail is cut.
 std::string OneLine(std::string_view text, std::size_t most = 200);
 
 // Cells that a text covers in a terminal: none for combining marks, two for wide East Asian characters.
@@ -33,7 +33,7 @@ std::string FormatCount(std::uint64_t count);
 // A measurement in at most eight cells for a table: 0.4621, 31.72, 24,318, 1.23e+07.
 std::string FormatValue(double value);
 
-// 0.61 s, 12.3 s, 2 min 05 s, 3 h 04 min.
+// 4 ms, 0.61 s, 12.3 s, 2 min 05 s, 3 h 04 min.
 std::string FormatDuration(double seconds);
 
 // 17,420 rows, 121,940 samples in 0.61 s (199,902 samples/s)

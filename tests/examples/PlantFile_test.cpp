@@ -119,7 +119,7 @@ TEST_F(PlantFileTest, RefusesADamagedRow) {
   EXPECT_EQ(ErrorOf(good + "2023-02-29 00:00,1,2\n"),
             "line 3, column 1 (time): \"2023-02-29 00:00\" is not a day of the calendar");
   EXPECT_EQ(ErrorOf("time,a\n2023-11-14 22:13:20,\"1\n\n\"\n"),
-            "line 2, column 2 (a): \"1  \" is not a number");
+            "line 2, column 2 (a): \"1 \" is not a number");
   EXPECT_EQ(ErrorOf("time,a\n\"2023-11-14\n22:13:20\",1\n2023-11-14 22:13:20,x"),
             "line 2, column 1 (time): \"2023-11-14 22:13:20\" is not a time");
 }

@@ -21,7 +21,7 @@ TEST(Text, KnowsWhatMayBeShown) {
   EXPECT_FALSE(HasControlCharacter("Förderhöhe"));
   for (const char* text : {"a\tb", "\n", "\x1B[0m", "\x7F", "\xC2\x9B"})
     EXPECT_TRUE(HasControlCharacter(text));
-  EXPECT_EQ(OneLine("ERROR: no\nLINE 1:\t\x1B[0m"), "ERROR: no LINE 1:  [0m");
+  EXPECT_EQ(OneLine("ERROR: no\nLINE 1:\t\x1B[0m"), "ERROR: no LINE 1: [0m");
   EXPECT_EQ(OneLine("abcdef", 4), "abc…");
 }
 
@@ -71,7 +71,8 @@ TEST(Text, WritesValuesInEightCells) {
 }
 
 TEST(Text, WritesDurations) {
-  EXPECT_EQ(FormatDuration(0.004), "0.00 s");
+  EXPECT_EQ(FormatDuration(0), "0 ms");
+  EXPECT_EQ(FormatDuration(0.0042), "4 ms");
   EXPECT_EQ(FormatDuration(0.614), "0.61 s");
   EXPECT_EQ(FormatDuration(12.34), "12.3 s");
   EXPECT_EQ(FormatDuration(59.96), "1 min 00 s");
@@ -79,7 +80,7 @@ TEST(Text, WritesDurations) {
   EXPECT_EQ(FormatDuration(11045), "3 h 04 min");
   EXPECT_EQ(FormatThroughput(17420, 121940, 0.5),
             "17,420 rows, 121,940 samples in 0.50 s (243,880 samples/s)");
-  EXPECT_EQ(FormatThroughput(0, 0, 0), "0 rows, 0 samples in 0.00 s (0 samples/s)");
+  EXPECT_EQ(FormatThroughput(0, 0, 0), "0 rows, 0 samples in 0 ms (0 samples/s)");
 }
 
 }  // namespace
