@@ -12,14 +12,12 @@ namespace {
 constexpr std::size_t kWidestTag = 30;
 constexpr const char* kNothing = "–";
 
-// What goes before the table, for all tags whose samples span the whole file.
 std::string Span(std::int64_t first_ms, std::int64_t last_ms) {
   return "first " + FormatTime(first_ms) + "   last " + FormatTime(last_ms);
 }
 
-std::vector<std::string> Cells(const std::string& tag, const TagCourse& course, bool with_gaps) {
-  std::vector<std::string> cells = {tag, FormatCount(course.samples())};
-  if (with_gaps) cells.push_back(FormatCount(course.gaps()));
+std::vector<std::string> Cells(const std::string& tag, const TagCourse& course) {
+  std::vector<std::string> cells = {tag, FormatCount(course.values())};
   if (course.values() == 0) {
     cells.insert(cells.end(), 4, kNothing);
   } else {
@@ -31,27 +29,30 @@ std::vector<std::string> Cells(const std::string& tag, const TagCourse& course, 
   return cells;
 }
 
-Table MakeTable(bool with_gaps) {
+// What tells a tag from those that have a value from the first to the last row of the file.
+std::string Peculiarity(const TagCourse& course, const Loaded& loaded) {
+  std::string text;
+  if (course.gaps() != 0) text = FormatCount(course.gaps()) + " without a value   ";
+  if (course.values() == 0) return text;
+  const bool whole = course.first_ms() == loaded.first_ms && course.last_ms() == loaded.last_ms;
+  return whole ? text : text + Span(course.first_ms(), course.last_ms());
+}
+
+Table MakeTable() {
   using enum Table::Align;
-  std::vector<Table::Column> columns = {{"tag", Left}, {"samples"}};
-  if (with_gaps) columns.push_back({"empty"});
-  columns.insert(columns.end(), {{"min", Right, true}, {"mean"}, {"max"}, {"last"}, {"course", Left, true}});
-  return Table(std::move(columns), kWidestTag);
+  return Table(
+      {{"tag", Left}, {"samples"}, {"min", Right, true}, {"mean"}, {"max"}, {"last"}, {"course", Left, true}},
+      kWidestTag);
 }
 
 }  // namespace
 
 void ShowTags(Stage& stage) {
   if (stage.loaded.samples == 0) return;
-  const bool with_gaps = stage.loaded.gaps != 0;
-  Table table = MakeTable(with_gaps);
+  Table table = MakeTable();
   for (std::size_t i = 0; i < stage.tags.size(); ++i) {
-    const TagCourse& course = stage.courses[i];
-    table.AddRow(Cells(stage.tags[i], course, with_gaps));
-    if (course.values() == 0) continue;
-    if (course.first_ms() != stage.loaded.first_ms || course.last_ms() != stage.loaded.last_ms) {
-      table.AddRemark(Span(course.first_ms(), course.last_ms()));
-    }
+    table.AddRow(Cells(stage.tags[i], stage.courses[i]));
+    table.AddRemark(Peculiarity(stage.courses[i], stage.loaded));
   }
   const std::size_t width = std::min<std::uint64_t>(table.WidthOfLast(stage.terminal), stage.loaded.rows);
   for (std::size_t i = 0; i < stage.tags.size(); ++i)
@@ -67,6 +68,7 @@ void ShowOldest(Stage& stage) {
   std::int64_t oldest = std::numeric_limits<std::int64_t>::min();
   Require(stage, stage.dbms->GetOldestLogTime(oldest), "ask for the oldest sample");
   const bool any = oldest != std::numeric_limits<std::int64_t>::min();
+  stage.terminal.Line();
   stage.terminal.Fact("oldest", any ? FormatTime(oldest * 1000) + " is the oldest sample of tag history"
                                     : "tag history holds no sample");
 }

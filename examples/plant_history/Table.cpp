@@ -8,9 +8,10 @@ namespace plant {
 namespace {
 
 constexpr std::size_t kLeastOfLast = 8;
+constexpr std::size_t kFairLast = 16;
 constexpr std::size_t kMostOfLast = 48;
 
-std::string Repeat(std::size_t count, const char* text) {
+std::string Repeat(std::size_t count, const std::string& text) {
   std::string line;
   while (count-- != 0) line += text;
   return line;
@@ -32,18 +33,26 @@ std::size_t Table::WidthOf(std::size_t column) const {
 }
 
 // What stands before a column: blanks, or a bar between them; the same of another text draws a rule.
-std::string Table::Lead(std::size_t column, const std::string& blank, const std::string& bar) const {
+std::string Table::Lead(std::size_t column, std::size_t gap, const std::string& blank,
+                        const std::string& bar) const {
   if (column == 0) return blank;
-  return columns_[column].ruled ? blank + bar + blank : blank + blank;
+  return columns_[column].ruled ? blank + bar + blank : Repeat(gap, blank);
 }
 
-std::size_t Table::WidthOfLast(const Terminal& terminal) const {
+std::size_t Table::Rest(const Terminal& terminal, std::size_t gap) const {
   std::size_t taken = 1;
   for (std::size_t i = 0; i < columns_.size(); ++i) {
-    taken += DisplayWidth(Lead(i, " ", "│"));
+    taken += DisplayWidth(Lead(i, gap, " ", "│"));
     if (i + 1 < columns_.size()) taken += WidthOf(i);
   }
-  return std::clamp(terminal.width() - std::min(taken, terminal.width()), kLeastOfLast, kMostOfLast);
+  return terminal.width() - std::min(taken, terminal.width());
+}
+
+// Columns move together where the last would get little otherwise.
+std::size_t Table::GapOf(const Terminal& terminal) const { return Rest(terminal, 2) < kFairLast ? 1 : 2; }
+
+std::size_t Table::WidthOfLast(const Terminal& terminal) const {
+  return std::clamp(Rest(terminal, GapOf(terminal)), kLeastOfLast, kMostOfLast);
 }
 
 std::vector<std::size_t> Table::Widths(const Terminal& terminal) const {
@@ -55,20 +64,23 @@ std::vector<std::size_t> Table::Widths(const Terminal& terminal) const {
 
 void Table::PrintRule(Terminal& terminal, const char* crossing) const {
   const std::vector<std::size_t> widths = Widths(terminal);
+  const std::size_t gap = GapOf(terminal);
   std::string line;
-  for (std::size_t i = 0; i < columns_.size(); ++i) line += Lead(i, "─", crossing) + Repeat(widths[i], "─");
+  for (std::size_t i = 0; i < columns_.size(); ++i)
+    line += Lead(i, gap, "─", crossing) + Repeat(widths[i], "─");
   terminal.Line(terminal.Dim(line + "─"));
 }
 
 void Table::PrintCells(Terminal& terminal, const std::vector<std::string>& cells, Style style) const {
   const std::vector<std::size_t> widths = Widths(terminal);
+  const std::size_t gap = GapOf(terminal);
   std::string line;
   for (std::size_t i = 0; i < columns_.size(); ++i) {
     const bool left = columns_[i].align == Align::Left;
     const bool last = i + 1 == columns_.size();
     std::string cell = left ? AlignLeft(cells[i], widths[i]) : AlignRight(cells[i], widths[i]);
     if (last) cell.erase(cell.find_last_not_of(' ') + 1);
-    line += Lead(i, " ", terminal.Dim("│"));
+    line += Lead(i, gap, " ", terminal.Dim("│"));
     line += style == Style::Heading ? terminal.Bold(cell) : last ? terminal.Accent(cell) : cell;
   }
   terminal.Line(line);

@@ -41,7 +41,10 @@ class Table {
 
   std::size_t WidthOf(std::size_t column) const;
   std::vector<std::size_t> Widths(const Terminal& terminal) const;
-  std::string Lead(std::size_t column, const std::string& blank, const std::string& bar) const;
+  std::size_t GapOf(const Terminal& terminal) const;
+  std::size_t Rest(const Terminal& terminal, std::size_t gap) const;
+  std::string Lead(std::size_t column, std::size_t gap, const std::string& blank,
+                   const std::string& bar) const;
   void PrintRule(Terminal& terminal, const char* crossing) const;
   void PrintCells(Terminal& terminal, const std::vector<std::string>& cells, Style style) const;
 

@@ -10,25 +10,48 @@
 namespace plant {
 namespace {
 
-TEST(Table, LinesUpItsColumns) {
-  std::ostringstream out;
-  Terminal terminal(out, false, false, 40);
+Table MakeTable() {
   using enum Table::Align;
   Table table({{"tag", Left}, {"samples"}, {"mean", Right, true}, {"course", Left, true}}, 20);
   table.AddRow({"Höhe", "1,000", "12.50", ""});
   table.AddRow({"P", "7", "–", ""});
+  return table;
+}
+
+TEST(Table, LinesUpItsColumns) {
+  std::ostringstream out;
+  Terminal terminal(out, false, false, 44);
+  Table table = MakeTable();
   table.AddRemark("a remark");
-  ASSERT_EQ(table.WidthOfLast(terminal), 14u);
-  table.SetLast(0, "▁▂▃▄▅▆▇█▁▂▃▄▅▆");
+  ASSERT_EQ(table.WidthOfLast(terminal), 18u);
+  table.SetLast(0, "▁▂▃▄▅▆▇█▁▂▃▄▅▆▇█▁▂");
   table.Print(terminal);
   EXPECT_EQ(out.str(),
-            "───────────────┬───────┬────────────────\n"
+            "───────────────┬───────┬────────────────────\n"
             " tag   samples │  mean │ course\n"
-            "───────────────┼───────┼────────────────\n"
-            " Höhe    1,000 │ 12.50 │ ▁▂▃▄▅▆▇█▁▂▃▄▅▆\n"
+            "───────────────┼───────┼────────────────────\n"
+            " Höhe    1,000 │ 12.50 │ ▁▂▃▄▅▆▇█▁▂▃▄▅▆▇█▁▂\n"
             " P           7 │     – │ \n"
             "   a remark\n"
-            "───────────────┴───────┴────────────────\n");
+            "───────────────┴───────┴────────────────────\n");
+}
+
+TEST(Table, MovesItsColumnsTogetherWhereItIsNarrow) {
+  std::ostringstream out;
+  Terminal terminal(out, false, false, 40);
+  const Table table = MakeTable();
+  EXPECT_EQ(table.WidthOfLast(terminal), 15u);
+  table.Print(terminal);
+  EXPECT_NE(out.str().find("\n tag  samples │  mean │ course\n"), std::string::npos) << out.str();
+}
+
+TEST(Table, CutsWhatIsTooLong) {
+  std::ostringstream out;
+  Terminal terminal(out, false, false, 40);
+  Table table({{"tag", Table::Align::Left}, {"course", Table::Align::Left, true}}, 6);
+  table.AddRow({"PUMP.SPEED", ""});
+  table.Print(terminal);
+  EXPECT_NE(out.str().find("\n PUMP.… │ \n"), std::string::npos) << out.str();
 }
 
 TEST(Terminal, IsPlainForAFile) {

@@ -1,0 +1,80 @@
+#!/usr/bin/env bash
+# However the command of tools/server.sh ends, the server and its files are gone: private_server.sh SERVER_SH
+set -euo pipefail
+script=$1
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+failures=0
+fail() {
+  echo "FAILED: $*"
+  failures=$((failures + 1))
+}
+
+# Writes where the server listens and where its files are, then waits to be ended.
+cat >"$work/tell" <<'END'
+#!/usr/bin/env bash
+set -euo pipefail
+export PGPASSWORD=$DBMSAPI_TEST_PASSWORD
+folder=$(psql --no-psqlrc -h "$DBMSAPI_TEST_HOST" -p "$DBMSAPI_TEST_PORT" -U "$DBMSAPI_TEST_USER" -d postgres -Atc \
+  "select current_setting('data_directory') || ' ' || current_setting('work_mem')")
+echo "$$" >"$1/process"
+echo "$DBMSAPI_TEST_PORT $folder" >"$1/told"
+case $2 in
+  wait) exec sleep 1000 ;;
+  *) exit "$2" ;;
+esac
+END
+chmod +x "$work/tell"
+
+expect_gone() {
+  local port folder setting
+  read -r port folder setting <"$work/told"
+  rm "$work/told"
+  [ "$setting" = 5MB ] || fail "$1: work_mem is $setting"
+  [ ! -e "$folder" ] || fail "$1: $folder is still there"
+  ! (: <"/dev/tcp/127.0.0.1/$port") 2>/dev/null || fail "$1: port $port still answers"
+}
+
+for wanted in 0 7; do
+  status=0
+  "$script" --set work_mem=5MB "$work/tell" "$work" "$wanted" || status=$?
+  [ "$status" -eq "$wanted" ] || fail "exit status $status instead of $wanted"
+  expect_gone "after status $wanted"
+done
+
+# Commands in the background are started with SIGINT ignored, which bash cannot undo; env can.
+for signal in INT=130 TERM=143 HUP=129; do
+  env --default-signal=INT "$script" --set work_mem=5MB "$work/tell" "$work" wait &
+  running=$!
+  until [ -s "$work/told" ]; do sleep 0.05; done
+  kill -s "${signal%=*}" "$running"
+  status=0
+  wait "$running" || status=$?
+  [ "$status" -eq "${signal#*=}" ] || fail "SIG${signal%=*}: exit status $status"
+  expect_gone "after SIG${signal%=*}"
+done
+
+# Killed outright it can clear nothing up; the next one does.
+"$script" --set work_mem=5MB "$work/tell" "$work" wait &
+running=$!
+until [ -s "$work/told" ]; do sleep 0.05; done
+kill -KILL "$running" "$(cat "$work/process")"
+wait "$running" 2>/dev/null || true
+mv "$work/told" "$work/left"
+"$script" --set work_mem=5MB "$work/tell" "$work" 0
+expect_gone 'of its own'
+mv "$work/left" "$work/told"
+expect_gone 'after SIGKILL'
+
+status=0
+"$script" --set no_such_setting=1 true 2>"$work/err" || status=$?
+[ "$status" -eq 1 ] || fail "a server that does not start: exit status $status"
+grep -q 'no_such_setting' "$work/err" || fail "a server that does not start: no reason given: $(cat "$work/err")"
+
+status=0
+DBMSAPI_PG_BINDIR=/nowhere "$script" true 2>"$work/err" || status=$?
+[ "$status" -eq 1 ] || fail "no server: exit status $status"
+grep -q 'found no PostgreSQL server' "$work/err" || fail "no server: no reason given: $(cat "$work/err")"
+
+[ "$failures" -eq 0 ] || exit 1
+echo 'no server is left behind'

@@ -1,0 +1,107 @@
+#!/usr/bin/env bash
+# Tests everything: installs what is missing, builds, starts a private PostgreSQL and runs
+#
+#   dev    unit, server, binary interface, installed tree, examples and demo, built by g++
+#   asan   unit and server tests under AddressSanitizer and UndefinedBehaviorSanitizer
+#   tsan   tests that use threads, under ThreadSanitizer
+#   clang  builds with clang++; a warning is an error
+#
+#   tools/test.sh [--timescale VERSION|all] [-R REGEX] [dev|asan|tsan|clang]...
+#
+# -R runs the tests of matching names only, of dev unless others are named. --timescale also tests against that
+# release of TimescaleDB.
+set -euo pipefail
+here=$(cd "$(dirname "$0")" && pwd)
+root=$(dirname "$here")
+# shellcheck source=tools/lib/say.sh
+. "$here/lib/say.sh"
+# shellcheck source=tools/lib/run.sh
+. "$here/lib/run.sh"
+# shellcheck source=tools/lib/server.sh
+. "$here/lib/server.sh"
+
+stages=()
+selection=()
+summary=()
+last_line=
+
+while [ $# -gt 0 ]; do
+  case $1 in
+    --timescale)
+      export DBMSAPI_TEST_TIMESCALE=${2:?--timescale needs a version or all}
+      shift
+      ;;
+    -R)
+      selection=(-R "${2:?-R needs a regular expression}")
+      shift
+      ;;
+    dev | asan | tsan | clang) stages+=("$1") ;;
+    *) die "usage: test.sh [--timescale VERSION|all] [-R REGEX] [dev|asan|tsan|clang]..." ;;
+  esac
+  shift
+done
+if [ ${#stages[@]} -eq 0 ]; then
+  stages=(dev)
+  [ ${#selection[@]} -gt 0 ] || stages+=(asan tsan clang)
+fi
+
+# build STAGE [CMAKE OPTION]...
+build() {
+  local stage=$1 folder=$root/build/$1 preset=$1
+  shift
+  [ "$stage" != clang ] || preset=dev
+  say "building $stage"
+  run_quietly "$folder.configure.log" cmake -S "$root" --preset "$preset" -B "$folder" "$@"
+  run_quietly "$folder.build.log" cmake --build "$folder"
+}
+
+# run_tests STAGE [CTEST OPTION]...: no test at all is a failure.
+run_tests() {
+  local stage=$1 folder=$root/build/$1
+  shift
+  run_to_the_end ctest --test-dir "$folder" --parallel 2 --output-on-failure --no-tests=error \
+    --output-log "$folder.test.log" "${selection[@]}" "$@"
+  last_line=$(grep 'tests passed' "$folder.test.log")
+}
+
+# note STAGE SINCE WHAT
+note() { summary+=("$(printf '%-6s %-12s %s' "$1" "$(elapsed_since "$2")" "$3")"); }
+
+run_stage() {
+  local stage=$1 since=$SECONDS
+  case $stage in
+    dev)
+      build dev
+      run_tests dev
+      ;;
+    asan)
+      build asan
+      run_tests asan --label-regex '^(unit|server)$'
+      ;;
+    tsan)
+      build tsan -DDBMSAPI_BUILD_EXAMPLES=OFF
+      run_tests tsan --label-regex '^threads$'
+      ;;
+    clang)
+      build clang -DCMAKE_CXX_COMPILER=clang++
+      note clang "$since" 'builds without a warning'
+      return
+      ;;
+  esac
+  note "$stage" "$since" "$last_line"
+}
+
+"$here/install_dependencies.sh" test
+
+# The server holds nothing that would have to survive a power failure.
+server_start "$root/build" fsync=off synchronous_commit=off full_page_writes=off
+export DBMSAPI_TEST_HOST=$SERVER_HOST DBMSAPI_TEST_PORT=$SERVER_PORT
+export DBMSAPI_TEST_USER=$SERVER_USER DBMSAPI_TEST_PASSWORD=$SERVER_PASSWORD
+say "tests run against PostgreSQL on $SERVER_HOST:$SERVER_PORT"
+
+for stage in "${stages[@]}"; do run_stage "$stage"; done
+
+say ""
+printf '%s\n' "${summary[@]}"
+echo
+echo "$last_line"
