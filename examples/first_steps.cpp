@@ -6,8 +6,8 @@
 int main(int argc, char** argv) {
   if (argc != 6) return 2;
   const auto wide = [](std::string text) { return std::wstring(text.begin(), text.end()); };
-  auto dbms = Dbms::GetDbms(DbmsType::TirelScada, wide(argv[1]).c_str(), std::stoi(argv[2]), wide(argv[3]).c_str(),
-                            wide(argv[4]).c_str(), wide(argv[5]).c_str());
+  auto dbms = Dbms::GetDbms(DbmsType::TirelScada, wide(argv[1]).c_str(), std::stoi(argv[2]),
+                            wide(argv[3]).c_str(), wide(argv[4]).c_str(), wide(argv[5]).c_str());
 
   std::unordered_map<std::wstring, std::vector<LogPoint>> data = {{L"PUMP.SPEED", {}}};
   if (!dbms->CreateSystemLogTable(30) || !dbms->CreateLogTable(30) ||
@@ -16,5 +16,6 @@ int main(int argc, char** argv) {
     std::wcerr << dbms->GetLastError() << std::endl;
     return 1;
   }
-  for (const LogPoint& point : data[L"PUMP.SPEED"]) std::wcout << point.time << L" s: " << point.value << std::endl;
+  for (const LogPoint& point : data[L"PUMP.SPEED"])
+    std::wcout << point.time << L" s: " << point.value << std::endl;
 }

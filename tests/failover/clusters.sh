@@ -1,0 +1,98 @@
+#!/usr/bin/env bash
+# Runs a command beside two private clusters, the second a synchronous streaming replica of the first, on two loopback
+# addresses with one port:
+#
+#   clusters.sh BUILD_FOLDER COMMAND [ARGUMENT]...
+#
+# The command finds them in DBMSAPI_PRIMARY_HOST, DBMSAPI_STANDBY_HOST and DBMSAPI_TEST_PORT, _USER, _PASSWORD. It asks
+# for what it wants done by making a file in DBMSAPI_REQUESTS, and finds a file of that name with .done behind it when
+# it is done:
+#
+#   stop-primary      stops the first cluster hard, as when its machine loses power
+#   promote-standby   makes the second one accept writes
+set -euo pipefail
+here=$(cd "$(dirname "$0")" && pwd)
+tools=$here/../../tools
+# shellcheck source=tools/lib/say.sh
+. "$tools/lib/say.sh"
+# shellcheck source=tools/lib/run.sh
+. "$tools/lib/run.sh"
+# shellcheck source=tools/lib/server.sh
+. "$tools/lib/server.sh"
+
+[ $# -ge 2 ] || die "usage: clusters.sh BUILD_FOLDER COMMAND [ARGUMENT]..."
+build=$1
+shift
+
+readonly primary_host=127.0.0.1 standby_host=127.0.0.2
+watcher=
+
+pg_ctl() {
+  server_as_owner "$(server_programs)/pg_ctl" --wait --timeout 60 --silent "$@" </dev/null >/dev/null 2>&1
+}
+
+start_standby() {
+  local programs folder=$server_folder/standby
+  programs=$(server_programs)
+  server_as_owner env PGPASSWORD="$SERVER_PASSWORD" "$programs/pg_basebackup" --host "$primary_host" --port "$SERVER_PORT" \
+    --username "$SERVER_USER" --pgdata "$folder" --write-recovery-conf --checkpoint fast --no-sync
+  {
+    echo "listen_addresses = '$standby_host'"
+    echo "synchronous_standby_names = ''"
+  } >>"$folder/postgresql.conf"
+  pg_ctl --pgdata "$folder" --log "$server_folder/standby.log" --options "-p $SERVER_PORT" start || {
+    tail -n 20 "$server_folder/standby.log" >&2
+    die "the replica did not start"
+  }
+}
+
+# From now on a commit on the first cluster waits for the second.
+make_synchronous() {
+  server_as_owner tee -a "$server_folder/data/postgresql.conf" <<<"synchronous_standby_names = '*'" >/dev/null
+  pg_ctl --pgdata "$server_folder/data" reload
+}
+
+carry_out() {
+  case $1 in
+    stop-primary) pg_ctl --pgdata "$server_folder/data" --mode immediate stop ;;
+    promote-standby) pg_ctl --pgdata "$server_folder/standby" promote ;;
+    *) return 1 ;;
+  esac
+}
+
+# Carries out what is asked for until it is ended.
+watch_requests() {
+  local request
+  trap - EXIT INT TERM HUP
+  while sleep 0.05; do
+    for request in stop-primary promote-standby; do
+      if [ -e "$requests/$request" ] && [ ! -e "$requests/$request.done" ] && carry_out "$request"; then
+        : >"$requests/$request.done"
+      fi
+    done
+  done
+}
+
+# Hard, for the first cluster would wait for a replica that is gone.
+stop_clusters() {
+  [ -z "$watcher" ] || kill "$watcher" 2>/dev/null || true
+  if [ -n "$server_folder" ]; then
+    pg_ctl --pgdata "$server_folder/standby" --mode immediate stop || true
+    pg_ctl --pgdata "$server_folder/data" --mode immediate stop || true
+  fi
+  server_stop
+}
+
+server_start "$build"
+trap stop_clusters EXIT
+start_standby
+make_synchronous
+
+requests=$(mktemp -d "$server_folder/requests.XXXXXX")
+chmod 755 "$server_folder"
+watch_requests &
+watcher=$!
+
+export DBMSAPI_PRIMARY_HOST=$primary_host DBMSAPI_STANDBY_HOST=$standby_host DBMSAPI_REQUESTS=$requests
+export DBMSAPI_TEST_PORT=$SERVER_PORT DBMSAPI_TEST_USER=$SERVER_USER DBMSAPI_TEST_PASSWORD=$SERVER_PASSWORD
+run_to_the_end "$@"
