@@ -3,6 +3,7 @@
 #include <libpq-fe.h>
 
 #include <string_view>
+#include <vector>
 
 #include "Errors.h"
 #include "port/ConnectionRefused.h"
@@ -12,11 +13,14 @@ namespace pq {
 namespace {
 
 constexpr char kSetIsoDates[] = "SET DateStyle TO ISO";
+constexpr std::string_view kTimeLimit = "connect_timeout";
 constexpr int kExpandDatabaseName = 1;
 
 [[noreturn]] void ThrowConnectFailure(const PGconn* link) {
   throw ConnectFailure(PQerrorMessage(link), port::ConnectionRefusedText());
 }
+
+void IgnoreNotice(void*, const char*) {}
 
 PGconn* Start(const ConnectionKeywords& keywords) {
   std::vector<const char*> names, values;
@@ -26,7 +30,30 @@ PGconn* Start(const ConnectionKeywords& keywords) {
   }
   names.push_back(nullptr);
   values.push_back(nullptr);
-  return PQconnectdbParams(names.data(), values.data(), kExpandDatabaseName);
+  return PQconnectStartParams(names.data(), values.data(), kExpandDatabaseName);
+}
+
+bool IsTimeLimited(PGconn* link) {
+  bool limited = false;
+  PQconninfoOption* options = PQconninfo(link);
+  for (const PQconninfoOption* option = options; option && option->keyword; ++option) {
+    if (option->keyword == kTimeLimit) limited = option->val && *option->val;
+  }
+  PQconninfoFree(options);
+  return limited;
+}
+
+// Waits until the link stands or has failed.
+void Await(PGconn* link) {
+  if (PQstatus(link) == CONNECTION_BAD) return;
+  // After a time limit only libpq's own waiting goes on to the next host.
+  if (IsTimeLimited(link)) return PQreset(link);
+  PostgresPollingStatusType wanted = PGRES_POLLING_WRITING;
+  while (wanted == PGRES_POLLING_READING || wanted == PGRES_POLLING_WRITING) {
+    port::WaitForSocket(PQsocket(link), wanted == PGRES_POLLING_READING ? port::SocketEvent::Readable
+                                                                        : port::SocketEvent::Writable);
+    wanted = PQconnectPoll(link);
+  }
 }
 
 void ReadIsoDates(PGconn* link) {
@@ -41,10 +68,11 @@ void ReadIsoDates(PGconn* link) {
 void FinishLink::operator()(PGconn* link) const { PQfinish(link); }
 
 Link Connect(const ConnectionKeywords& keywords) {
+  // In steps, because the server may have notices while the link is being made.
   Link link(Start(keywords));
+  PQsetNoticeProcessor(link.get(), IgnoreNotice, nullptr);
+  Await(link.get());
   if (PQstatus(link.get()) != CONNECTION_OK) ThrowConnectFailure(link.get());
-  PQsetNoticeProcessor(
-      link.get(), [](void*, const char*) {}, nullptr);
   ReadIsoDates(link.get());
   return link;
 }

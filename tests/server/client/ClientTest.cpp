@@ -1,0 +1,77 @@
+#include "ClientTest.h"
+
+#include <libpq-fe.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cstdlib>
+
+std::wstring ClientTest::Server() const { return Host() + L"," + std::to_wstring(Port()); }
+
+void ClientTest::Connect(SAConnection& to) { ConnectTo(to, Server() + L"@" + Database()); }
+
+void ClientTest::ConnectTo(SAConnection& to, const std::wstring& connectionString) {
+  to.Connect(connectionString.c_str(), User().c_str(), Password().c_str(), SA_PostgreSQL_Client);
+}
+
+std::wstring ClientTest::Ask(SAConnection& on, const std::wstring& statement) {
+  SACommand command(&on, statement.c_str());
+  command.Execute();
+  return command.FetchNext() ? Wide(command.Field(1).asString()) : std::wstring();
+}
+
+std::vector<std::wstring> ClientTest::Fetch(SACommand& command) {
+  std::vector<std::wstring> rows;
+  while (command.FetchNext()) {
+    std::wstring row;
+    for (int column = 1; column <= command.FieldCount(); ++column) {
+      if (column > 1) row += L'|';
+      const SAField& field = command.Field(column);
+      row += field.isNull() ? L"\\N" : Wide(field.asString());
+    }
+    rows.push_back(row);
+  }
+  return rows;
+}
+
+void ClientTest::TerminateBackends() {
+  Run("select pg_terminate_backend(pid) from " + std::string(kOtherBackends) + " others");
+  WaitUntil("select count(*) = 0 from " + std::string(kOtherBackends) + " others");
+}
+
+std::wstring Wide(const SAString& text) { return {text, text.GetLength()}; }
+
+EnvironmentVariable::EnvironmentVariable(const char* name, const char* value) : name_(name) {
+  ::setenv(name, value, 1);
+}
+
+EnvironmentVariable::~EnvironmentVariable() { ::unsetenv(name_.c_str()); }
+
+// Bound, but not listened at.
+ClosedPort::ClosedPort() : socket_(::socket(AF_INET, SOCK_STREAM, 0)) {
+  sockaddr_in address = {};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  socklen_t length = sizeof address;
+  auto* where = reinterpret_cast<sockaddr*>(&address);
+  if (::bind(socket_, where, length) == 0 && ::getsockname(socket_, where, &length) == 0) {
+    number_ = ntohs(address.sin_port);
+  }
+}
+
+ClosedPort::~ClosedPort() { ::close(socket_); }
+
+void FillSocket(const pgConnectionHandles& handles) {
+  const std::vector<char> bytes(1 << 16);
+  const int socket = PQsocket(handles.conn);
+  // The buffers may grow while they are filled: they are full when they are so twice, a while apart.
+  for (int refusals = 0; refusals < 2;) {
+    if (::send(socket, bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL) > 0) {
+      refusals = 0;
+    } else {
+      ++refusals;
+      ::usleep(200'000);
+    }
+  }
+}

@@ -1,0 +1,83 @@
+#pragma once
+
+#include <pgAPI.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "server/ServerTest.h"
+
+// A fresh database and a connection that is not connected yet.
+class ClientTest : public ServerTest {
+ protected:
+  // `host,port` of the server.
+  std::wstring Server() const;
+
+  // Connects to the test's database, or to what stands for `host,port@database` in full.
+  void Connect(SAConnection& to);
+  void ConnectTo(SAConnection& to, const std::wstring& connectionString);
+  void Connect() { Connect(connection); }
+
+  // Runs a statement and gives the first column of its first row, if there is one.
+  std::wstring Ask(const std::wstring& statement) { return Ask(connection, statement); }
+  static std::wstring Ask(SAConnection& on, const std::wstring& statement);
+
+  // Fetches the rows left: the columns joined by '|', NULL written as \N.
+  static std::vector<std::wstring> Fetch(SACommand& command);
+
+  // Of the connection's server process.
+  std::string Pid() { return std::to_string(std::stol(Ask(L"select pg_backend_pid()"))); }
+
+  // Has the server end the connection's process, and waits until it has.
+  void TerminateBackends();
+
+  SAConnection connection;
+};
+
+std::wstring Wide(const SAString& text);
+
+// What an action throws; a failure of the test when it throws nothing.
+template <class Action>
+SAException Thrown(Action&& action) {
+  try {
+    std::forward<Action>(action)();
+  } catch (const SAException& error) {
+    return error;
+  }
+  ADD_FAILURE() << "nothing was thrown";
+  return SAException(SA_No_Error, 0, L"");
+}
+
+// Checks what an action throws.
+#define EXPECT_SA_ERROR(errorClass, nativeCode, ...)                  \
+  do {                                                                \
+    const SAException thrown_ = Thrown([&] { __VA_ARGS__; });         \
+    EXPECT_EQ(thrown_.ErrClass(), errorClass) << thrown_.what();      \
+    EXPECT_EQ(thrown_.ErrNativeCode(), nativeCode) << thrown_.what(); \
+  } while (false)
+
+// Sets an environment variable for a while.
+class EnvironmentVariable {
+ public:
+  EnvironmentVariable(const char* name, const char* value);
+  ~EnvironmentVariable();
+
+ private:
+  std::string name_;
+};
+
+// A port of 127.0.0.1 at which every connection is refused.
+class ClosedPort {
+ public:
+  ClosedPort();
+  ~ClosedPort();
+  int Number() const { return number_; }
+
+ private:
+  int socket_;
+  int number_ = 0;
+};
+
+// Sends over a connection's socket until nothing more fits into the buffers between it and the server.
+void FillSocket(const pgConnectionHandles& handles);

@@ -1,0 +1,164 @@
+#include "ClientTest.h"
+
+namespace {
+
+class Connecting : public ClientTest {};
+
+TEST_F(Connecting, ReachesTheDatabaseNamed) {
+  EXPECT_FALSE(connection.isConnected());
+  EXPECT_FALSE(connection.isAlive());
+  Connect();
+  EXPECT_TRUE(connection.isConnected());
+  EXPECT_TRUE(connection.isAlive());
+  EXPECT_EQ(Ask(L"select current_database()"), Database());
+  EXPECT_EQ(Ask(L"select current_user"), User());
+}
+
+TEST_F(Connecting, TellsTheServersVersion) {
+  EXPECT_SA_ERROR(SA_Library_Error, 0, connection.ServerVersionString());
+  Connect();
+  const std::wstring version = Wide(connection.ServerVersionString());
+  EXPECT_TRUE(version.starts_with(L"PostgreSQL ")) << version;
+  EXPECT_EQ(version, Ask(L"select version()"));
+}
+
+TEST_F(Connecting, TwiceIsAnError) {
+  Connect();
+  EXPECT_SA_ERROR(SA_Library_Error, 0, Connect());
+  EXPECT_TRUE(connection.isAlive());
+}
+
+TEST_F(Connecting, NamesARefusedConnectionAsWindowsDoes) {
+  const ClosedPort closed;
+  const std::wstring server = L"127.0.0.1," + std::to_wstring(closed.Number()) + L"@db";
+  const SAException error = Thrown([&] { ConnectTo(connection, server); });
+  EXPECT_EQ(error.ErrClass(), SA_DBMS_API_Error);
+  EXPECT_EQ(error.ErrNativeCode(), 1);
+  const std::wstring text = Wide(error.ErrText());
+  const std::wstring spelled = L"Connection refused (0x0000274D/10061)";
+  EXPECT_NE(text.find(spelled), std::wstring::npos) << error.what();
+  EXPECT_EQ(text.find(L"10061"), text.rfind(L"10061")) << error.what();
+  EXPECT_FALSE(text.ends_with(L'\n'));
+  EXPECT_FALSE(connection.isConnected());
+}
+
+TEST_F(Connecting, NamesARefusedConnectionUnderATimeLimitToo) {
+  const ClosedPort closed;
+  const std::wstring server =
+      L"127.0.0.1," + std::to_wstring(closed.Number()) + L"@dbname=db connect_timeout=60";
+  const SAException error = Thrown([&] { ConnectTo(connection, server); });
+  EXPECT_EQ(error.ErrNativeCode(), 1);
+  EXPECT_NE(Wide(error.ErrText()).find(L"10061"), std::wstring::npos) << error.what();
+}
+
+TEST_F(Connecting, ReportsWhatTheServerRefuses) {
+  const SAException noDatabase = Thrown([&] { ConnectTo(connection, Server() + L"@no_such_database"); });
+  EXPECT_EQ(noDatabase.ErrClass(), SA_DBMS_API_Error);
+  EXPECT_EQ(noDatabase.ErrNativeCode(), 1);
+  EXPECT_TRUE(Wide(noDatabase.ErrText()).ends_with(L"FATAL:  database \"no_such_database\" does not exist"));
+  EXPECT_EQ(Wide(noDatabase.ErrText()).find(L"10061"), std::wstring::npos);
+  EXPECT_FALSE(connection.isConnected());
+}
+
+TEST_F(Connecting, ReportsAWrongPassword) {
+  const std::wstring server = Server() + L"@" + Database();
+  const SAException error =
+      Thrown([&] { connection.Connect(server.c_str(), User().c_str(), L"not the password"); });
+  EXPECT_EQ(error.ErrClass(), SA_DBMS_API_Error);
+  EXPECT_EQ(error.ErrNativeCode(), 1);
+  EXPECT_NE(Wide(error.ErrText()).find(L"password authentication failed"), std::wstring::npos)
+      << error.what() << " - the server must ask for passwords";
+}
+
+TEST_F(Connecting, RefusesAPortThatIsNone) {
+  const SAException error = Thrown([&] { ConnectTo(connection, L"127.0.0.1,-1@db"); });
+  EXPECT_EQ(error.ErrNativeCode(), 1);
+  EXPECT_EQ(Wide(error.ErrText()), L"invalid port number: \"-1\"");
+}
+
+TEST_F(Connecting, WorksAgainAfterAFailure) {
+  EXPECT_SA_ERROR(SA_DBMS_API_Error, 1, ConnectTo(connection, Server() + L"@no_such_database"));
+  Connect();
+  EXPECT_TRUE(connection.isAlive());
+}
+
+TEST_F(Connecting, WorksAgainAfterDisconnectAndDestroy) {
+  Connect();
+  connection.Disconnect();
+  EXPECT_FALSE(connection.isConnected());
+  EXPECT_SA_ERROR(SA_Library_Error, 0, connection.Disconnect());
+  Connect();
+  connection.Destroy();
+  EXPECT_FALSE(connection.isConnected());
+  connection.Destroy();
+  Connect();
+  EXPECT_EQ(Ask(L"select 1"), L"1");
+}
+
+TEST_F(Connecting, LeavesNoServerProcessBehind) {
+  {
+    SAConnection short_lived;
+    Connect(short_lived);
+  }
+  Connect();
+  connection.Destroy();
+  WaitUntil("select count(*) = 0 from " + std::string(kOtherBackends) + " others");
+}
+
+TEST_F(Connecting, TakesKeywordsInTheDatabasePart) {
+  ConnectTo(connection,
+            Server() + L"@dbname=" + Database() + L" connect_timeout=60 application_name=keyworded");
+  EXPECT_EQ(Ask(L"select current_database()"), Database());
+  EXPECT_EQ(Ask(L"show application_name"), L"keyworded");
+}
+
+TEST_F(Connecting, TakesServerOptionsBehindTheDatabase) {
+  ConnectTo(connection, Server() + L"@" + Database() + L";-c work_mem=77MB -c search_path=elsewhere");
+  EXPECT_EQ(Ask(L"show work_mem"), L"77MB");
+  EXPECT_EQ(Ask(L"show search_path"), L"elsewhere");
+}
+
+TEST_F(Connecting, GoesThroughAUnixSocket) {
+  const std::string folder = Value("select split_part(current_setting('unix_socket_directories'), ',', 1)");
+  ASSERT_FALSE(folder.empty()) << "the server must listen on a Unix socket";
+  const std::wstring server(folder.begin(), folder.end());
+  ConnectTo(connection, server + L"," + std::to_wstring(Port()) + L"@" + Database());
+  EXPECT_EQ(Ask(L"select inet_server_addr() is null"), L"t");
+}
+
+TEST_F(Connecting, NamesTheLibraryUnlessTheProgramIsNamed) {
+  Connect();
+  EXPECT_EQ(Ask(L"show application_name"), L"DbmsAPI");
+  SAConnection named;
+  const EnvironmentVariable name("PGAPPNAME", "the program");
+  Connect(named);
+  EXPECT_EQ(Ask(named, L"show application_name"), L"the program");
+}
+
+TEST_F(Connecting, HeedsTheEnvironment) {
+  const EnvironmentVariable options("PGOPTIONS", "-c work_mem=66MB");
+  const EnvironmentVariable database("PGDATABASE", std::string(Value("select current_database()")).c_str());
+  ConnectTo(connection, Server() + L"@");
+  EXPECT_EQ(Ask(L"show work_mem"), L"66MB");
+  EXPECT_EQ(Ask(L"select current_database()"), Database());
+}
+
+TEST_F(Connecting, SpeaksUtf8WhateverIsSet) {
+  const EnvironmentVariable encoding("PGCLIENTENCODING", "LATIN1");
+  Run("alter database " + Value("select current_database()") + " set client_encoding = 'LATIN1'");
+  ConnectTo(connection,
+            Server() + L"@dbname=" + Database() + L" client_encoding=LATIN1;-c client_encoding=LATIN1");
+  EXPECT_EQ(Ask(L"show client_encoding"), L"UTF8");
+  EXPECT_EQ(Ask(L"select 'd\u00e4mpfer'"), L"d\u00e4mpfer");
+}
+
+TEST_F(Connecting, TellsAHandlerBeforeAndAfter) {
+  static std::vector<std::pair<int, bool>> stages;
+  stages.clear();
+  const std::wstring server = Server() + L"@" + Database();
+  connection.Connect(server.c_str(), User().c_str(), Password().c_str(), SA_PostgreSQL_Client,
+                     [](SAConnection& on, int stage) { stages.emplace_back(stage, on.isConnected()); });
+  EXPECT_EQ(stages, (std::vector<std::pair<int, bool>>{{0, false}, {1, true}}));
+}
+
+}  // namespace
