@@ -61,7 +61,7 @@ bool Session::IsAlive() {
 
 PGconn* Session::NativeLink() {
   if (!link_) return nullptr;
-  DiscardUnread();
+  if (reading_ != 0) DiscardUnread();  // what others are in the middle of is theirs
   nativeTaken_ = true;
   return link_.get();
 }

@@ -19,8 +19,6 @@ bool IsRowless(const PGresult* result) {
 
 bool IsRow(const PGresult* result) { return PQresultStatus(result) == PGRES_SINGLE_TUPLE; }
 
-bool IsEndOfRows(const PGresult* result) { return PQresultStatus(result) == PGRES_TUPLES_OK; }
-
 }  // namespace
 
 Statement::~Statement() { Forget(); }
@@ -79,16 +77,14 @@ void Statement::Start() {
   }
 
   Describe(first.get());
-  Result second = session_->Next();
-  bool ended = IsEndOfRows(first.get());
-  if (!ended) {
+  if (IsRow(first.get())) {
     row_ = std::move(first);
     held_ = true;
-    ended = IsEndOfRows(second.get());
   }
-  TakeAhead(std::move(second));
-  // The rows are complete, but what came after them undid the statement.
-  if (ended && failure_) Fail();
+  TakeAhead(session_->Next());
+  // Behind no more than one row it may be the commit that failed, and the row be undone: nobody must take the
+  // statement for done, even if they never fetch.
+  if (failure_ && !ahead_) Fail();
 }
 
 void Statement::Describe(const PGresult* result) {

@@ -80,7 +80,10 @@ ProtocolTap::ProtocolTap(const std::string& host, int port) : host_(host), serve
   thread_ = std::thread([this] { Serve(); });
 }
 
-ProtocolTap::~ProtocolTap() {
+ProtocolTap::~ProtocolTap() { Stop(); }
+
+void ProtocolTap::Stop() {
+  if (!thread_.joinable()) return;
   ::close(stop_[1]);
   thread_.join();
   ::close(stop_[0]);

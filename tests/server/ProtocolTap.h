@@ -16,6 +16,9 @@ class ProtocolTap {
   // Where the client finds the tap: this port of 127.0.0.1.
   int Port() const { return port_; }
 
+  // Ends the connection and listens no more, without a word to either side.
+  void Stop();
+
   // One letter per message sent since the last call, as the protocol has them: Q simple query, P parse, B
   // bind, D describe, E execute, S sync, C close. Signing in is left out.
   std::string Take();
