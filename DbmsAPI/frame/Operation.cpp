@@ -1,6 +1,7 @@
 #include "Operation.h"
 
 #include "port/InvalidParameter.h"
+#include "port/Number.h"
 
 bool TirelScada::Run(const wchar_t* statement) {
   return Run([&](SACommand& command) {
@@ -28,4 +29,8 @@ void Execute(SACommand& command, const std::wstring& statement) {
 bool FetchFirst(SACommand& command, const std::wstring& query) {
   Execute(command, query);
   return command.FetchNext();
+}
+
+std::wstring EpochSeconds(std::int64_t milliseconds) {
+  return port::ShortestText(static_cast<double>(milliseconds) / 1000.0);
 }

@@ -17,6 +17,8 @@
 
 #include <SQLAPI.h>
 
+#include <cstdint>
+#include <string>
 #include <utility>
 
 #include "../TirelScada.h"
@@ -54,3 +56,7 @@ void Execute(SACommand& command, const std::wstring& statement);
 
 // Runs a query and fetches its first row; false when there is none.
 bool FetchFirst(SACommand& command, const std::wstring& query);
+
+// Milliseconds since the epoch as seconds in a statement's text: 1700000000123 is 1700000000.123 and
+// 1700000000000 is 1.7e+09.
+std::wstring EpochSeconds(std::int64_t milliseconds);

@@ -1,13 +1,118 @@
-#include "../TirelScada.h"
+#include "../frame/Operation.h"
+#include "port/Format.h"
 
-bool TirelScada::CreateTagValueTable(const wchar_t*) { return Pending(L"CreateTagValueTable"); }
+namespace {
 
-bool TirelScada::PurgeTagValueTable(const wchar_t*, std::int64_t) { return Pending(L"PurgeTagValueTable"); }
+// {}: table.
+constexpr wchar_t kCreateTagValues[] =
+    L"create table if not exists {} ("
+    L"time timestamptz NOT NULL,"
+    L"tag_name text NOT NULL,"
+    L"tag_value text NOT NULL,"
+    L"primary key (time,tag_name))";
 
-bool TirelScada::InsertTagValueQueue(const wchar_t*, std::deque<std::vector<TagValueRecord>>&) {
-  return Pending(L"InsertTagValueQueue");
+// {}: table, days.
+constexpr wchar_t kDropOldChunks[] = L"select drop_chunks('{}', INTERVAL '{:d} days')";
+constexpr wchar_t kDeleteOldValues[] = L"delete from {} where time < now() - interval '{} days'";
+
+// {}: days, page.
+constexpr wchar_t kDeleteOldIntervals[] =
+    L"delete from pr_timelist where start_time<NOW()- INTERVAL '{:d} days' and page_name='{}'";
+
+// {}: table; the rows follow.
+constexpr wchar_t kInsertTagValues[] = L"insert into {} values ";
+
+constexpr std::size_t kBatchRows = 1000;
+
+// Lowers A to Z, as the server does with a name that is not quoted; other letters stay.
+std::wstring Lowered(std::wstring name) {
+  for (wchar_t& letter : name) {
+    if (letter >= L'A' && letter <= L'Z') letter = static_cast<wchar_t>(letter - L'A' + L'a');
+  }
+  return name;
 }
 
-bool TirelScada::InsertTagValues(const wchar_t*, const std::vector<TagValueRecord>&) {
-  return Pending(L"InsertTagValues");
+// Kept: quotes within the texts stand as they are and end the literal early.
+void AppendRow(std::wstring& statement, const TagValueRecord& record) {
+  statement.append(L"(to_timestamp(")
+      .append(EpochSeconds(record.time))
+      .append(L"), '")
+      .append(record.tag_name)
+      .append(L"', '")
+      .append(record.tag_value)
+      .append(L"')");
+}
+
+// Takes every vector off the queue into one statement.
+// Kept: a record without a tag name still gets its separator, so that one behind the first row leaves two in
+// a row, and a queue of such records leaves the head alone; the server refuses either.
+std::wstring TakeQueue(const wchar_t* table, std::deque<std::vector<TagValueRecord>>& queue) {
+  std::wstring statement = port::Format(kInsertTagValues, table);
+  const std::size_t head = statement.size();
+  for (; !queue.empty(); queue.pop_front()) {
+    for (const TagValueRecord& record : queue.front()) {
+      if (statement.size() > head) statement.append(L", ");
+      if (!record.tag_name.empty()) AppendRow(statement, record);
+    }
+  }
+  return statement;
+}
+
+// Kept: rows are sent when a batch is full or with a last record that has a tag name. When the last one has
+// none, the rows collected by then are lost.
+void StoreInBatches(SAConnection& connection, SACommand& command, const wchar_t* table,
+                    const std::vector<TagValueRecord>& records) {
+  std::wstring statement = port::Format(kInsertTagValues, table);
+  const std::size_t head = statement.size();
+  std::size_t rows = 0;
+  for (const TagValueRecord& record : records) {
+    if (record.tag_name.empty()) continue;
+    if (rows > 0) statement.append(L", ");
+    AppendRow(statement, record);
+    if (++rows < kBatchRows && &record != &records.back()) continue;
+    Execute(command, statement);
+    connection.Commit();
+    statement.resize(head);
+    rows = 0;
+  }
+}
+
+}  // namespace
+
+bool TirelScada::CreateTagValueTable(const wchar_t* tableName) {
+  return Run([&](SACommand& command) {
+    const std::wstring table = Lowered(tableName);  // Kept: the name is lowered here and nowhere else.
+    Execute(command, port::Format(kCreateTagValues, table));
+    SetUpHypertable(command, table.c_str(), L"tag_name", std::nullopt);
+  });
+}
+
+bool TirelScada::PurgeTagValueTable(const wchar_t* tableName, std::int64_t days) {
+  return Run([&](SACommand& command) {
+    Execute(command, timescaleEnabled ? port::Format(kDropOldChunks, tableName, days)
+                                      : port::Format(kDeleteOldValues, tableName, days));
+    Execute(command, port::Format(kDeleteOldIntervals, days, tableName));
+  });
+}
+
+bool TirelScada::InsertTagValueQueue(const wchar_t* tableName,
+                                     std::deque<std::vector<TagValueRecord>>& queue) {
+  const bool queued = !queue.empty();
+  return Run([&](SACommand& command) {
+           if (queued) Execute(command, TakeQueue(tableName, queue));
+         }) &&
+         queued;
+}
+
+bool TirelScada::InsertTagValues(const wchar_t* tableName, const std::vector<TagValueRecord>& records) {
+  bool stored = false;
+  const bool done = Run([&](SACommand& command) {
+    if (records.empty()) return;
+    const SAIsolationLevel_t former = connection->IsolationLevel();
+    connection->setIsolationLevel(SA_ReadCommitted);
+    stored = Guard([&] { StoreInBatches(*connection, command, tableName, records); });
+    // The level is the client's: a refused batch gives it back too, unless the link went with it.
+    if (stored || connection->isConnected()) connection->setIsolationLevel(former);
+  });
+  return done && stored;
 }

@@ -86,7 +86,8 @@ TEST_F(EveryOperation, LosesAServerThatDiesUnderIt) {
     server.FailStatement(1, {3, 7, L"server closed the connection unexpectedly"});
     EXPECT_FALSE(operation.call(*object));
     EXPECT_EQ(Access::Host(*object), L"standby");
-    EXPECT_FALSE(server.events.empty());
+    std::erase(server.events, L"connected?");  // asks nobody
+    ASSERT_FALSE(server.events.empty());
     EXPECT_EQ(server.events.back(), L"destroy");
     server.alive = true;
   }
