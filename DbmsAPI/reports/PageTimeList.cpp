@@ -1,11 +1,90 @@
-#include "../TirelScada.h"
+#include "../frame/Operation.h"
+#include "port/Format.h"
 
-bool TirelScada::CreatePageTimeListTable() { return Pending(L"CreatePageTimeListTable"); }
+namespace {
 
-bool TirelScada::InsertPageTimeList(const wchar_t*, std::int64_t, const std::vector<std::wstring>&) {
-  return Pending(L"InsertPageTimeList");
+constexpr wchar_t kCountPageTimeList[] =
+    L"select count(*) from information_schema.tables where table_schema = 'public' and table_name = "
+    L"'pr_timelist'";
+
+constexpr wchar_t kUserListColumn[] =
+    L"select column_name from information_schema.columns where table_name = 'pr_timelist' and column_name = "
+    L"'user_list'";
+
+constexpr wchar_t kAddUserList[] = L"ALTER TABLE pr_timelist ADD COLUMN user_list TEXT[]";
+
+constexpr wchar_t kStartTimeType[] =
+    L"select data_type from information_schema.columns where table_schema = 'public' and table_name = "
+    L"'pr_timelist' and column_name = 'start_time'";
+
+constexpr wchar_t kConvertTimes[] =
+    L"alter table pr_timelist alter column start_time type timestamptz,alter column end_time type "
+    L"timestamptz";
+
+constexpr wchar_t kCreatePageTimeList[] =
+    L"create table if not exists pr_timelist ("
+    L"page_name text NOT NULL,"
+    L"start_time timestamptz NOT NULL,"
+    L"end_time timestamptz,"
+    L"user_list text[],"
+    L"primary key (page_name,start_time))";
+
+// {}: page, epoch seconds, list of users.
+constexpr wchar_t kInsertPageTime[] = L"insert into pr_timelist values ('{}', to_timestamp({}), NULL, {})";
+
+// {}: epoch seconds, page.
+constexpr wchar_t kClosePageTime[] =
+    L"update pr_timelist set end_time=to_timestamp({}) where end_time is null and page_name='{}'";
+
+constexpr wchar_t kCreatePageTimestamp[] =
+    L"create table if not exists pr_timestamp ("
+    L"page_name text NOT NULL,"
+    L"time timestamptz NOT NULL,"
+    L"progresstime int NOT NULL,"
+    L"comment text,"
+    L"primary key (page_name,time,progresstime))";
+
+// Older tables know no users and keep their times without a zone.
+void MigratePageTimeList(SACommand& command) {
+  if (!FetchFirst(command, kUserListColumn)) Execute(command, kAddUserList);
+  const bool zoned =
+      FetchFirst(command, kStartTimeType) && command.Field(1).asString() == L"timestamp with time zone";
+  if (!zoned) Execute(command, kConvertTimes);
 }
 
-bool TirelScada::ClosePageTimeList(const wchar_t*, std::int64_t) { return Pending(L"ClosePageTimeList"); }
+// Kept: quotes within the names stand as they are.
+std::wstring UserList(const std::vector<std::wstring>& users) {
+  if (users.empty()) return L"null";
+  std::wstring list = L"array[";
+  for (const std::wstring& user : users) list.append(L"'").append(user).append(L"',");
+  list.back() = L']';
+  return list;
+}
 
-bool TirelScada::CreatePageTimestampTable() { return Pending(L"CreatePageTimestampTable"); }
+}  // namespace
+
+bool TirelScada::CreatePageTimeListTable() {
+  return Run([&](SACommand& command) {
+    const bool exists = FetchFirst(command, kCountPageTimeList) && command.Field(1).asLong() != 0;
+    if (exists) {
+      MigratePageTimeList(command);
+    } else {
+      Execute(command, kCreatePageTimeList);
+    }
+  });
+}
+
+bool TirelScada::InsertPageTimeList(const wchar_t* pageName, std::int64_t startTimeMs,
+                                    const std::vector<std::wstring>& users) {
+  return Run([&](SACommand& command) {
+    Execute(command, port::Format(kInsertPageTime, pageName, EpochSeconds(startTimeMs), UserList(users)));
+  });
+}
+
+bool TirelScada::ClosePageTimeList(const wchar_t* pageName, std::int64_t endTimeMs) {
+  return Run([&](SACommand& command) {
+    Execute(command, port::Format(kClosePageTime, EpochSeconds(endTimeMs), pageName));
+  });
+}
+
+bool TirelScada::CreatePageTimestampTable() { return Run(kCreatePageTimestamp); }
