@@ -1,15 +1,103 @@
-#include "../TirelScada.h"
+#include "../frame/Operation.h"
+#include "port/Format.h"
 
-bool TirelScada::CreateEventReportTable() { return Pending(L"CreateEventReportTable"); }
+namespace {
 
-bool TirelScada::DeleteEventReportData(const wchar_t*) { return Pending(L"DeleteEventReportData"); }
+constexpr wchar_t kCountEventReport[] =
+    L"select count(*) from information_schema.tables where table_schema = 'public' and table_name = "
+    L"'event_report_data'";
 
-bool TirelScada::InsertEventReportData(const wchar_t*, const wchar_t*, std::int64_t,
-                                       const std::vector<EventReportCell>&) {
-  return Pending(L"InsertEventReportData");
+constexpr wchar_t kSheetColumn[] =
+    L"select column_name from information_schema.columns where table_name = 'event_report_data' and "
+    L"column_name = 'sheet'";
+
+constexpr wchar_t kAddSheet[] = L"alter table event_report_data add column sheet text";
+
+constexpr wchar_t kDropKey[] = L"alter table event_report_data drop constraint event_report_data_pkey";
+
+constexpr wchar_t kAddKey[] =
+    L"alter table event_report_data add constraint event_report_data_pkey primary "
+    L"key(time,model_name,sheet,cell)";
+
+constexpr wchar_t kCreateEventReport[] =
+    L"create table if not exists event_report_data ("
+    L"time timestamptz not null,"
+    L"model_name text not null,"
+    L"sheet text not null,"
+    L"cell text not null,"
+    L"value text not null,"
+    L"primary key(time,model_name,sheet,cell))";
+
+// {}: model.
+constexpr wchar_t kDeleteEventReport[] = L"delete from event_report_data where model_name = '{}'";
+
+// The rows follow.
+constexpr wchar_t kInsertEventReport[] =
+    L"insert into event_report_data (time,model_name,sheet,cell,value) values";
+
+// {}: parameter of the epoch seconds, model, sheet, parameters of the cell and its value.
+constexpr wchar_t kEventReportRow[] = L"(to_timestamp(:{}),'{}','{}',:{},:{}),";
+
+// {}: model, sheet.
+constexpr wchar_t kSelectEventReport[] =
+    L"select cell, value from event_report_data where model_name = '{}' and sheet = '{}' order by time";
+
+// Kept: rows of the old layout get no sheet, over which the new key cannot be made. The table is left without
+// a key, and as the column then exists, later calls leave it so.
+void MigrateEventReport(SACommand& command) {
+  if (FetchFirst(command, kSheetColumn)) return;
+  Execute(command, kAddSheet);
+  Execute(command, kDropKey);
+  Execute(command, kAddKey);
 }
 
-bool TirelScada::GetEventReportData(const wchar_t*, const wchar_t*,
-                                    std::unordered_map<std::wstring, std::vector<std::wstring>>&) {
-  return Pending(L"GetEventReportData");
+// Kept: without a cell the last letter of "values" is cut off, which the server refuses; quotes within model
+// and sheet stand as they are.
+std::wstring InsertStatement(const wchar_t* model, const wchar_t* sheet, std::size_t cells) {
+  std::wstring statement = kInsertEventReport;
+  for (std::size_t i = 0; i < cells; ++i) {
+    statement += port::Format(kEventReportRow, 3 * i + 1, model, sheet, 3 * i + 2, 3 * i + 3);
+  }
+  statement.pop_back();
+  return statement;
+}
+
+}  // namespace
+
+bool TirelScada::CreateEventReportTable() {
+  return Run([&](SACommand& command) {
+    const bool exists = FetchFirst(command, kCountEventReport) && command.Field(1).asLong() != 0;
+    if (exists) {
+      MigrateEventReport(command);
+    } else {
+      Execute(command, kCreateEventReport);
+    }
+  });
+}
+
+bool TirelScada::DeleteEventReportData(const wchar_t* modelName) {
+  return Run([&](SACommand& command) { Execute(command, port::Format(kDeleteEventReport, modelName)); });
+}
+
+bool TirelScada::InsertEventReportData(const wchar_t* modelName, const wchar_t* sheet, std::int64_t timeMs,
+                                       const std::vector<EventReportCell>& cells) {
+  return Run([&](SACommand& command) {
+    command.setCommandText(InsertStatement(modelName, sheet, cells.size()).c_str());
+    for (const EventReportCell& cell : cells) {
+      command << static_cast<double>(timeMs) / 1000.0 << cell.cell.c_str() << cell.value.c_str();
+    }
+    command.Execute();
+  });
+}
+
+bool TirelScada::GetEventReportData(const wchar_t* modelName, const wchar_t* sheet,
+                                    std::unordered_map<std::wstring, std::vector<std::wstring>>& values) {
+  return Run([&](SACommand& command) {
+    Execute(command, port::Format(kSelectEventReport, modelName, sheet));
+    while (command.FetchNext()) {
+      const SAString cell = command.Field(1).asString();
+      const SAString value = command.Field(2).asString();
+      values[static_cast<const SAChar*>(cell)].emplace_back(static_cast<const SAChar*>(value));
+    }
+  });
 }
