@@ -1,19 +1,173 @@
-#include "../TirelScada.h"
+#include <charconv>
+#include <iterator>
+#include <string_view>
+#include <tuple>
+#include <type_traits>
 
-bool TirelScada::InsertReportDigitalData(const wchar_t*, const std::vector<ReportDigitalData>&) {
-  return Pending(L"InsertReportDigitalData");
+#include "../frame/Operation.h"
+#include "port/Format.h"
+#include "port/LocalTime.h"
+
+namespace {
+
+// {}: kind, period. A list of rows follows.
+constexpr wchar_t kInsertRows[] = L"insert into report_data_{}_{} values";
+constexpr wchar_t kUnlessStored[] = L" ON CONFLICT (time, tag_name) DO NOTHING";
+
+// {}: kind, period. A list of tag names follows.
+constexpr wchar_t kGetRows[] = L"select * from report_data_{}_{} where tag_name in (";
+// {}: first and last epoch second.
+constexpr wchar_t kInRange[] =
+    L" and time between to_timestamp({}) and to_timestamp({}) order by tag_name, time";
+// {}: epoch seconds.
+constexpr wchar_t kAtInstant[] = L" and time = to_timestamp({}) order by tag_name, time";
+
+// What tells one kind from the other: the name in its tables' names and the statistics of its rows, in the
+// order of the columns that follow time and tag_name. The minute table lacks the further ones.
+struct Analog {
+  using Row = ReportAnalogData;
+  static constexpr wchar_t kName[] = L"analog";
+  static constexpr std::tuple kStatistics{&Row::count, &Row::sum, &Row::avg,      &Row::diff, &Row::first,
+                                          &Row::last,  &Row::min, &Row::min_time, &Row::max,  &Row::max_time};
+  static constexpr std::tuple kFurtherStatistics{&Row::diff_sum,      &Row::diff_avg, &Row::diff_min,
+                                                 &Row::diff_min_time, &Row::diff_max, &Row::diff_max_time};
+};
+
+struct Digital {
+  using Row = ReportDigitalData;
+  static constexpr wchar_t kName[] = L"digital";
+  static constexpr std::tuple kStatistics{&Row::count,          &Row::uptime,          &Row::uptime_avg,
+                                          &Row::uptime_min,     &Row::uptime_min_time, &Row::uptime_max,
+                                          &Row::uptime_max_time};
+  static constexpr std::tuple kFurtherStatistics{&Row::count_avg, &Row::count_min, &Row::count_min_time,
+                                                 &Row::count_max, &Row::count_max_time};
+};
+
+template <class Kind>
+using Rows = std::vector<typename Kind::Row>;
+template <class Kind>
+using RowsByTag = std::unordered_map<std::wstring, Rows<Kind>>;
+
+// Kept: whatever is not exactly "minute" counts as a longer period.
+bool IsMinute(const wchar_t* period) { return std::wstring_view(period) == L"minute"; }
+
+// Calls `visit` with each statistic of a row that its table has, in the order of the columns.
+template <class Kind, class Row, class Visit>
+void VisitStatistics(Row& row, bool isMinute, Visit visit) {
+  const auto visitAll = [&](auto... statistics) { (visit(row.*statistics), ...); };
+  std::apply(visitAll, Kind::kStatistics);
+  if (!isMinute) std::apply(visitAll, Kind::kFurtherStatistics);
 }
 
-bool TirelScada::InsertReportAnalogData(const wchar_t*, const std::vector<ReportAnalogData>&) {
-  return Pending(L"InsertReportAnalogData");
+// The same with time and tag_name before them.
+template <class Kind, class Row, class Visit>
+void VisitColumns(Row& row, bool isMinute, Visit visit) {
+  visit(row.time);
+  visit(row.tag_name);
+  VisitStatistics<Kind>(row, isMinute, visit);
 }
 
-bool TirelScada::GetReportDigitalData(const wchar_t*, std::int64_t, std::int64_t,
-                                      std::unordered_map<std::wstring, std::vector<ReportDigitalData>>&) {
-  return Pending(L"GetReportDigitalData");
+// ---- Insert ----
+
+// Writes a parameter's marker and a comma; times, the 64-bit fields, travel as epoch seconds.
+template <class Field>
+void AppendMarker(std::wstring& text, std::size_t number, const Field&) {
+  constexpr bool isTime = std::is_same_v<Field, std::int64_t>;
+  char digits[24];
+  text += isTime ? L"to_timestamp(:" : L":";
+  text.append(digits, std::to_chars(digits, std::end(digits), number).ptr);
+  text += isTime ? L")," : L",";
 }
 
-bool TirelScada::GetReportAnalogData(const wchar_t*, std::int64_t, std::int64_t,
-                                     std::unordered_map<std::wstring, std::vector<ReportAnalogData>>&) {
-  return Pending(L"GetReportAnalogData");
+// All rows in one statement, however many; markers are counted across the rows.
+template <class Kind>
+std::wstring InsertStatement(const wchar_t* period, const Rows<Kind>& rows) {
+  const bool isMinute = IsMinute(period);
+  std::wstring text = port::Format(kInsertRows, Kind::kName, period);
+  std::size_t number = 0;
+  for (const auto& row : rows) {
+    text += L'(';
+    VisitColumns<Kind>(row, isMinute, [&](const auto& field) { AppendMarker(text, ++number, field); });
+    text.back() = L')';
+    text += L',';
+  }
+  // Kept: without rows this takes the "s" of "values", and the server refuses the statement.
+  text.pop_back();
+  return text + kUnlessStored;
+}
+
+void Bind(SACommand& command, const std::wstring& text) { command << text.c_str(); }
+template <class Number>
+void Bind(SACommand& command, Number number) {
+  command << number;
+}
+
+template <class Kind>
+void InsertRows(SACommand& command, const wchar_t* period, const Rows<Kind>& rows) {
+  command.setCommandText(InsertStatement<Kind>(period, rows).c_str());
+  const bool isMinute = IsMinute(period);
+  for (const auto& row : rows)
+    VisitColumns<Kind>(row, isMinute, [&](const auto& field) { Bind(command, field); });
+  command.Execute();
+}
+
+// ---- Query ----
+
+// Kept: tag names stand as they are, and with no tag at all the opening parenthesis is overwritten, which the
+// server refuses. An end of 0 asks for the one period that begins at the start.
+template <class Kind>
+std::wstring RowsQuery(const wchar_t* period, std::int64_t startTime, std::int64_t endTime,
+                       const RowsByTag<Kind>& data) {
+  std::wstring query = port::Format(kGetRows, Kind::kName, period);
+  for (const auto& [tag, rows] : data) query.append(L"'").append(tag).append(L"',");
+  query.back() = L')';
+  return query +
+         (endTime != 0 ? port::Format(kInRange, startTime, endTime) : port::Format(kAtInstant, startTime));
+}
+
+// The instant of calendar fields in the session's zone, which are taken for local time of the process.
+// Kept: the seconds are a 32-bit count; instants from 19 January 2038 on come out wrapped around.
+void Read(const SAField& field, std::int64_t& time) {
+  time = static_cast<std::int32_t>(port::LocalEpochSeconds(field.asDateTime()));
+}
+void Read(const SAField& field, std::int32_t& count) { count = field.asLong(); }
+void Read(const SAField& field, double& value) { value = field.asDouble(); }
+
+template <class Kind>
+void AppendRow(SACommand& command, bool isMinute, RowsByTag<Kind>& data) {
+  typename Kind::Row head;
+  Read(command.Field(1), head.time);
+  head.tag_name = static_cast<const SAChar*>(command.Field(2).asString());
+  auto& row = data[head.tag_name].emplace_back(head);
+  int column = 2;
+  VisitStatistics<Kind>(row, isMinute, [&](auto& statistic) { Read(command.Field(++column), statistic); });
+}
+
+template <class Kind>
+void GetRows(SACommand& command, const wchar_t* period, std::int64_t startTime, std::int64_t endTime,
+             RowsByTag<Kind>& data) {
+  Execute(command, RowsQuery<Kind>(period, startTime, endTime, data));
+  const bool isMinute = IsMinute(period);
+  while (command.FetchNext()) AppendRow<Kind>(command, isMinute, data);
+}
+
+}  // namespace
+
+bool TirelScada::InsertReportDigitalData(const wchar_t* period, const std::vector<ReportDigitalData>& rows) {
+  return Run([&](SACommand& command) { InsertRows<Digital>(command, period, rows); });
+}
+
+bool TirelScada::InsertReportAnalogData(const wchar_t* period, const std::vector<ReportAnalogData>& rows) {
+  return Run([&](SACommand& command) { InsertRows<Analog>(command, period, rows); });
+}
+
+bool TirelScada::GetReportDigitalData(
+    const wchar_t* period, std::int64_t startTime, std::int64_t endTime,
+    std::unordered_map<std::wstring, std::vector<ReportDigitalData>>& data) {
+  return Run([&](SACommand& command) { GetRows<Digital>(command, period, startTime, endTime, data); });
+}
+
+bool TirelScada::GetReportAnalogData(const wchar_t* period, std::int64_t startTime, std::int64_t endTime,
+                                     std::unordered_map<std::wstring, std::vector<ReportAnalogData>>& data) {
+  return Run([&](SACommand& command) { GetRows<Analog>(command, period, startTime, endTime, data); });
 }
