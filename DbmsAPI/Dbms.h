@@ -159,7 +159,8 @@ class DBMSAPI_EXPORT Dbms {
 
   // 22: Creates the watermark table and the ten aggregate tables; retention holds for minutes and hours.
   virtual bool CreateReportDataTables(int retentionDays) = 0;
-  // 23: Gives the instant up to which a kind and period have been aggregated; untouched for an unknown kind.
+  // 23: Gives the instant up to which a kind and period have been aggregated; 0 while that was never set,
+  // untouched for an unknown kind.
   virtual bool GetReportDataTime(const wchar_t* kind, const wchar_t* period, std::int64_t* epochSeconds) = 0;
   // 24: Sets it.
   virtual bool SetReportDataTime(const wchar_t* kind, const wchar_t* period, std::int64_t epochSeconds) = 0;
@@ -167,12 +168,13 @@ class DBMSAPI_EXPORT Dbms {
   virtual bool GetReportDataFirstTime(const wchar_t* kind, const wchar_t* period,
                                       std::int64_t* epochSeconds) = 0;
   // 26: Stores rows with one statement; those whose tag and time are stored already are left out. Fails for
-  // an empty vector.
+  // an empty vector and for more than 65535 values: 9 to a row of minutes, 14 to one of longer periods.
   virtual bool InsertReportDigitalData(const wchar_t* period, const std::vector<ReportDigitalData>& rows) = 0;
-  // 27: The same for analog rows.
+  // 27: The same for analog rows, of 12 and 18 values.
   virtual bool InsertReportAnalogData(const wchar_t* period, const std::vector<ReportAnalogData>& rows) = 0;
   // 28: Appends the rows of the tags that are data's keys (spliced) between two instants (epoch seconds,
-  // included), or of exactly startTime when endTime is 0. Fails for an empty map.
+  // included), or of exactly startTime when endTime is 0. Fails for an empty map. Times are right when the
+  // process is in the session's time zone, outside of the hour that a clock change repeats, until 2038.
   virtual bool GetReportDigitalData(
       const wchar_t* period, std::int64_t startTime, std::int64_t endTime,
       std::unordered_map<std::wstring, std::vector<ReportDigitalData>>& data) = 0;
