@@ -20,4 +20,10 @@ class DbmsTest : public ServerTest {
     return Dbms::GetDbms(type, Host().c_str(), Port(), Database().c_str(), User().c_str(),
                          Password().c_str());
   }
+
+  // Sets something for the sessions to come: "timezone to 'UTC'".
+  void SetForSessions(const std::string& setting) {
+    const std::wstring name = Database();
+    Run("alter database " + std::string(name.begin(), name.end()) + " set " + setting);
+  }
 };
