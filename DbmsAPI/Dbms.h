@@ -206,7 +206,8 @@ class DBMSAPI_EXPORT Dbms {
   virtual bool DeleteAllUsers() = 0;
   // 37: Stores accounts one by one; texts are bound. Stops at the first that fails, earlier ones stay.
   virtual bool InsertUsers(const std::vector<UserRecord>& users) = 0;
-  // 38: Appends every account.
+  // 38: Appends every account. Its times come back as they were stored only while the session's time zone is
+  // the process's own.
   virtual bool GetUsers(std::vector<UserRecord>& users) = 0;
   // 39: Appends the ids of the accounts that are logged in.
   virtual bool GetLoggedInUserIds(std::vector<std::wstring>& ids) = 0;

@@ -10,13 +10,13 @@ struct UserRecord {
   std::wstring id;  // primary key
   std::wstring username;
   std::wstring password;
-  std::wstring old_password;
+  std::wstring old_password;  // NULL reads as empty
   std::int32_t security_level = 0;
   std::int32_t sign_level = 0;
   std::wstring user_group;
   std::wstring user_role;
   std::int16_t is_now_login = 0;  // 1 while logged in
-  std::int32_t login_date = 0;    // last login
+  std::int32_t login_date = 0;    // last login; NULL reads as 0
   std::wstring operator_node;     // node of the last login
   std::int16_t use_expire = 0;
   std::int32_t expired_date = 0;
