@@ -1,7 +1,36 @@
-#include "../TirelScada.h"
+#include "Operation.h"
+#include "Timescale.h"
+#include "port/Format.h"
 
-bool TirelScada::GetUncompressedChunkMap(std::unordered_map<std::wstring, std::vector<std::wstring>>&) {
-  return Pending(L"GetUncompressedChunkMap");
+namespace {
+
+// Chunks that ended over a day ago and are not compressed, of hypertables that have compression set up.
+constexpr wchar_t kGetUncompressedChunks[] =
+    L"select hypertable_name, chunk_schema||'.'||chunk_name as chunk from timescaledb_information.chunks "
+    L"where is_compressed is false and range_end + interval '1 day' < now() and hypertable_name in "
+    L"(select table_name from _timescaledb_catalog.hypertable where compression_state = 1) "
+    L"order by hypertable_name";
+
+}  // namespace
+
+bool TirelScada::GetUncompressedChunkMap(
+    std::unordered_map<std::wstring, std::vector<std::wstring>>& chunks) {
+  const bool read = Run([&](SACommand& command) {
+    Execute(command, kGetUncompressedChunks);
+    while (command.FetchNext()) {
+      const SAString table = command.Field(1).asString();
+      const SAString chunk = command.Field(2).asString();
+      chunks[static_cast<const SAChar*>(table)].emplace_back(static_cast<const SAChar*>(chunk));
+    }
+  });
+  // Kept: what the caller left in the map counts too.
+  return read && !chunks.empty();
 }
 
-bool TirelScada::CompressChunk(const wchar_t*) { return Pending(L"CompressChunk"); }
+bool TirelScada::CompressChunk(const wchar_t* chunk) {
+  return Run([&](SACommand& command) {
+    Execute(command, TimescaleVersion >= kColumnstoreVersion
+                         ? port::Format(L"CALL convert_to_columnstore('{}')", chunk)
+                         : port::Format(L"SELECT compress_chunk('{}')", chunk));
+  });
+}
