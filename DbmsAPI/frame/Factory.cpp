@@ -26,10 +26,3 @@ TirelScada::TirelScada(const wchar_t* host_, int port_, const wchar_t* database_
 }
 
 TirelScada::~TirelScada() = default;
-
-PostgreSQL::PostgreSQL(const wchar_t* host_, int port_, const wchar_t* database_, const wchar_t* user_,
-                       const wchar_t* password_)
-    : TirelScada(host_, port_, database_, user_, password_) {
-  type = DbmsType::PostgreSQL;
-  timescaleEnabled = false;
-}

@@ -1,0 +1,84 @@
+#include "../PostgreSQL.h"
+#include "Operation.h"
+#include "Timescale.h"
+
+namespace {
+
+constexpr wchar_t kFindExtension[] = L"select * from pg_extension where extname = 'timescaledb'";
+
+}  // namespace
+
+PostgreSQL::PostgreSQL(const wchar_t* host_, int port_, const wchar_t* database_, const wchar_t* user_,
+                       const wchar_t* password_)
+    : TirelScada(host_, port_, database_, user_, password_) {
+  type = DbmsType::PostgreSQL;
+  timescaleEnabled = false;
+}
+
+PostgreSQL::~PostgreSQL() = default;
+
+bool PostgreSQL::ProbeTimescaleExtension() {
+  const bool ran = Run([&](SACommand& command) { timescaleEnabled = FetchFirst(command, kFindExtension); });
+  return ran && timescaleEnabled;
+}
+
+// Kept: an operation goes on whatever the probe says, even when the server could not be reached: Connect is
+// then tried a second time.
+
+bool PostgreSQL::CreateLogTable(int retentionDays) {
+  ProbeTimescaleExtension();
+  return TirelScada::CreateLogTable(retentionDays);
+}
+
+bool PostgreSQL::CreateUserLogTable(const wchar_t* name, const std::vector<UserLogColumn>& columns,
+                                    int retentionDays) {
+  ProbeTimescaleExtension();
+  return TirelScada::CreateUserLogTable(name, columns, retentionDays);
+}
+
+bool PostgreSQL::CreateAlarmTable(int retentionDays) {
+  ProbeTimescaleExtension();
+  return TirelScada::CreateAlarmTable(retentionDays);
+}
+
+bool PostgreSQL::CreateTagValueTable(const wchar_t* tableName) {
+  ProbeTimescaleExtension();
+  return TirelScada::CreateTagValueTable(tableName);
+}
+
+bool PostgreSQL::PurgeTagValueTable(const wchar_t* tableName, std::int64_t days) {
+  ProbeTimescaleExtension();
+  return TirelScada::PurgeTagValueTable(tableName, days);
+}
+
+bool PostgreSQL::CreatePageTimeListTable() {
+  ProbeTimescaleExtension();
+  return TirelScada::CreatePageTimeListTable();
+}
+
+bool PostgreSQL::CreateReportDataTables(int retentionDays) {
+  ProbeTimescaleExtension();
+  return TirelScada::CreateReportDataTables(retentionDays);
+}
+
+bool PostgreSQL::CreateAuditTable() {
+  ProbeTimescaleExtension();
+  return TirelScada::CreateAuditTable();
+}
+
+bool PostgreSQL::CreateSystemLogTable(int retentionDays) {
+  ProbeTimescaleExtension();
+  return TirelScada::CreateSystemLogTable(retentionDays);
+}
+
+// Kept: chunks are maintained only while the extension's version is unknown. Without the extension the server
+// then refuses the statement; with a known version nothing is sent.
+
+bool PostgreSQL::GetUncompressedChunkMap(
+    std::unordered_map<std::wstring, std::vector<std::wstring>>& chunks) {
+  return TimescaleVersion <= 0 && TirelScada::GetUncompressedChunkMap(chunks);
+}
+
+bool PostgreSQL::CompressChunk(const wchar_t* chunk) {
+  return TimescaleVersion <= 0 && TirelScada::CompressChunk(chunk);
+}
