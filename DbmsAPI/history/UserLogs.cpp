@@ -1,15 +1,184 @@
-#include "../TirelScada.h"
+#include <algorithm>
 
-bool TirelScada::CreateUserLogTable(const wchar_t*, const std::vector<UserLogColumn>&, int) {
-  return Pending(L"CreateUserLogTable");
+#include "../frame/DatabaseName.h"
+#include "../frame/Operation.h"
+#include "../frame/Timescale.h"
+#include "port/Format.h"
+#include "port/LocalTime.h"
+
+namespace {
+
+// {}: table.
+constexpr wchar_t kCountUserLogs[] = L"select count(*) from pg_stat_user_tables where relname = lower('{}')";
+
+// {}: database, table.
+constexpr wchar_t kUserLogColumns[] =
+    L"select column_name, udt_name, character_maximum_length from information_schema.columns "
+    L"where table_catalog = '{}' and table_name = lower('{}') order by ordinal_position";
+
+// {}: table, days.
+constexpr wchar_t kAddUserLogRetention[] = L"select add_retention_policy('{}', interval '{} days')";
+
+// {}: table.
+constexpr wchar_t kUserLogState[] =
+    L"select compression_state from _timescaledb_catalog.hypertable where table_name = '{}'";
+
+// {}: name, bounds in epoch seconds.
+constexpr wchar_t kUserLogRows[] =
+    L"select * from user_{} where time >= to_timestamp({}) and time <= to_timestamp({}) order by time";
+
+// {}: name, bounds in epoch seconds, condition.
+constexpr wchar_t kUserLogRowsWhere[] =
+    L"select * from user_{} where time >= to_timestamp({}) and time <= to_timestamp({}) and ({}) order by time";
+
+constexpr std::size_t kTableNameBuffer = 64;
+constexpr std::size_t kRowsBuffer = 1024;  // wide enough for any name that a server has
+
+// Type codes of columns.
+constexpr std::int32_t kInteger = 0;
+constexpr std::int32_t kDouble = 1;
+constexpr std::int32_t kText = 2;
+
+// Letters fold as the server folds names that stand without quotes: A to Z and no others.
+wchar_t Folded(wchar_t letter) {
+  return letter >= L'A' && letter <= L'Z' ? static_cast<wchar_t>(letter - L'A' + L'a') : letter;
 }
 
-bool TirelScada::InsertUserLogData(const wchar_t*, const UserLogRow&) {
-  return Pending(L"InsertUserLogData");
+std::wstring LowerCase(std::wstring text) {
+  std::transform(text.begin(), text.end(), text.begin(), Folded);
+  return text;
 }
 
-bool TirelScada::GetUserLogData(const wchar_t*, std::int64_t, std::int64_t, const wchar_t*,
-                                const std::vector<std::variant<double, std::wstring>>&,
-                                std::vector<UserLogRow>&) {
-  return Pending(L"GetUserLogData");
+bool SameName(const wchar_t* stored, const wchar_t* wanted) { return LowerCase(stored) == LowerCase(wanted); }
+
+std::wstring TableName(const wchar_t* name) { return Bounded(kTableNameBuffer, L"user_" + LowerCase(name)); }
+
+// Kept: a column of another type code has no type in the statement and loses its comma or last letter.
+std::wstring Declaration(const UserLogColumn& column) {
+  switch (column.type) {
+    case kInteger: return L" int2,";
+    case kDouble: return L" float8,";
+    case kText: return port::Format(L" varchar({}),", column.length);
+    default: return {};
+  }
+}
+
+std::wstring CreateStatement(const std::wstring& table, const std::vector<UserLogColumn>& columns) {
+  std::wstring statement = L"create table " + table + L"(time timestamptz not null primary key,";
+  for (const UserLogColumn& column : columns) statement.append(column.name).append(Declaration(column));
+  statement.back() = L')';
+  return statement;
+}
+
+// Kept: names and types compare without regard to case, so that a name in quotes never matches; another type
+// code matches any type.
+bool Matches(SACommand& stored, const UserLogColumn& column) {
+  if (!SameName(stored.Field(1).asString(), column.name)) return false;
+  const SAString type = stored.Field(2).asString();
+  switch (column.type) {
+    case kInteger: return SameName(type, L"int2");
+    case kDouble: return SameName(type, L"float8");
+    case kText: return SameName(type, L"varchar") && stored.Field(3).asLong() == column.length;
+    default: return true;
+  }
+}
+
+bool Exists(SACommand& command, const std::wstring& table) {
+  return FetchFirst(command, port::Format(kCountUserLogs, table)) && command.Field(1).asShort() >= 1;
+}
+
+// Whether a stored table has exactly these columns behind its time.
+bool HasColumns(SACommand& command, const std::wstring& database, const std::wstring& table,
+                const std::vector<UserLogColumn>& columns) {
+  FetchFirst(command, port::Format(kUserLogColumns, database, table));
+  for (const UserLogColumn& column : columns) {
+    if (!command.FetchNext() || !Matches(command, column)) return false;
+  }
+  return !command.FetchNext();
+}
+
+void MakeHypertable(SACommand& command, const std::wstring& table, int retentionDays) {
+  CreateHypertable(command, table.c_str());
+  if (retentionDays >= 1) Execute(command, port::Format(kAddUserLogRetention, table, retentionDays));
+}
+
+void Compress(SACommand& command, const std::wstring& table, const std::vector<UserLogColumn>& columns) {
+  const bool enabled =
+      FetchFirst(command, port::Format(kUserLogState, table)) && command.Field(1).asShort() != 0;
+  if (!enabled) {
+    std::wstring segmentBy;
+    for (const UserLogColumn& column : columns) {
+      segmentBy.append(segmentBy.empty() ? L"" : L", ").append(column.name);
+    }
+    SetCompression(command, table.c_str(), segmentBy.c_str());
+  }
+  AddCompressionPolicy(command, table.c_str());
+}
+
+void Bind(SACommand& command, const UserLogBind& bind) {
+  if (const double* number = std::get_if<double>(&bind)) {
+    command << *number;
+  } else {
+    command << std::get<std::wstring>(bind).c_str();
+  }
+}
+
+void ReadRows(SACommand& command, std::vector<UserLogRow>& rows) {
+  while (command.FetchNext()) {
+    UserLogRow row;
+    // Kept: calendar fields of the session's time zone are read as local time of the process.
+    row.time = port::LocalEpochSeconds(command.Field(1).asDateTime());
+    for (int i = 2; i <= command.FieldCount(); ++i) row.values.emplace_back() = command.Field(i).asString();
+    rows.push_back(std::move(row));
+  }
+}
+
+}  // namespace
+
+bool TirelScada::CreateUserLogTable(const wchar_t* name, const std::vector<UserLogColumn>& columns,
+                                    int retentionDays) {
+  return Run([&](SACommand& command) {
+    const std::wstring table = TableName(name);
+    const bool exists = Exists(command, table);
+    const bool kept = exists && HasColumns(command, DatabaseName(command, database), table, columns);
+    if (exists && !kept) Execute(command, L"drop table " + table);
+    if (!kept) Execute(command, CreateStatement(table, columns));
+    if (TimescaleVersion <= 0) return;
+
+    if (kept) {
+      SetRetentionPolicyLegacy(table.c_str(), retentionDays);
+    } else {
+      MakeHypertable(command, table, retentionDays);
+    }
+    Compress(command, table, columns);
+  });
+}
+
+// Kept: values stand as they are; without any the comma behind the time becomes the closing parenthesis.
+bool TirelScada::InsertUserLogData(const wchar_t* name, const UserLogRow& row) {
+  return Run([&](SACommand& command) {
+    std::wstring statement =
+        port::Format(L"insert into user_{} values(to_timestamp({}),", name, EpochSeconds(row.time));
+    for (const std::wstring& value : row.values) statement.append(value).append(L",");
+    statement.back() = L')';
+    Execute(command, statement);
+  });
+}
+
+bool TirelScada::GetUserLogData(const wchar_t* name, std::int64_t startTime, std::int64_t endTime,
+                                const wchar_t* condition,
+                                const std::vector<std::variant<double, std::wstring>>& binds,
+                                std::vector<UserLogRow>& rows) {
+  return Run([&](SACommand& command) {
+    if (startTime < 1 || endTime < 1 || startTime == endTime) return;
+    const auto [from, to] = std::minmax(startTime, endTime);
+    if (*condition == L'\0') {
+      Execute(command, Bounded(kRowsBuffer, port::Format(kUserLogRows, name, from, to)));
+    } else {
+      command.setCommandText(port::Format(kUserLogRowsWhere, name, from, to, condition).c_str());
+      for (const UserLogBind& bind : binds) Bind(command, bind);
+      command.Execute();
+    }
+    ReadRows(command, rows);
+  });
 }

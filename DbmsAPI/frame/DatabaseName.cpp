@@ -1,0 +1,26 @@
+#include "DatabaseName.h"
+
+#include "Operation.h"
+#include "port/Utf8.h"
+
+namespace {
+
+constexpr wchar_t kDatabaseName[] = L"select current_database()";
+
+// What separates the parts of a connection text.
+constexpr wchar_t kSeparators[] = L"=;@ \t\r\n";
+
+constexpr std::size_t kLongestName = 63;  // bytes, as the server is built by default
+
+}  // namespace
+
+bool IsDatabaseName(std::wstring_view text) {
+  return !text.empty() && text.find_first_of(kSeparators) == text.npos && text.find(L"://") == text.npos &&
+         port::ToUtf8(text).size() <= kLongestName;
+}
+
+std::wstring DatabaseName(SACommand& command, const std::wstring& connectionText) {
+  if (IsDatabaseName(connectionText)) return connectionText;
+  FetchFirst(command, kDatabaseName);
+  return command.Field(1).asString().operator const SAChar*();
+}
