@@ -1,0 +1,38 @@
+#!/usr/bin/env bash
+# Runs the TimescaleDB tests against the test server (DBMSAPI_TEST_HOST, ...), release by release:
+#
+#   releases.sh TIMESCALE_TESTS [VERSION|all]
+#
+# Without a version the server's default one is tested. On a server that does not offer the extension nothing is run,
+# which the last line says; asking for a version is a failure there.
+set -euo pipefail
+tests=$1
+wanted=${2:-}
+
+query() {
+  PGPASSWORD=${DBMSAPI_TEST_PASSWORD:-} psql --no-psqlrc --tuples-only --no-align --quiet --host "$DBMSAPI_TEST_HOST" \
+    --port "$DBMSAPI_TEST_PORT" --username "$DBMSAPI_TEST_USER" --dbname postgres --command "$1"
+}
+
+offered=$(query "select version from pg_available_extension_versions where name = 'timescaledb' and version ~ '^[0-9.]+\$'
+                 order by string_to_array(version, '.')::int[]")
+
+case $wanted in
+  '') exec "$tests" ;;
+  all) releases=$offered ;;
+  *) releases=$(grep -xF "$wanted" <<<"$offered" || true) ;;
+esac
+if [ -z "$releases" ]; then
+  echo "the server does not offer TimescaleDB $wanted; it offers: $(tr '\n' ' ' <<<"$offered")"
+  exit 1
+fi
+
+failed=()
+for release in $releases; do
+  DBMSAPI_TEST_TIMESCALE=$release "$tests" --gtest_brief=1 || failed+=("$release")
+done
+if [ ${#failed[@]} -gt 0 ]; then
+  echo "TimescaleDB releases that failed: ${failed[*]}"
+  exit 1
+fi
+echo "TimescaleDB releases tested: $(tr '\n' ' ' <<<"$releases")"
