@@ -1,19 +1,120 @@
-#include "../TirelScada.h"
+#include "../frame/Operation.h"
+#include "port/Format.h"
 
-bool TirelScada::CreateGridTable(const wchar_t*, int) { return Pending(L"CreateGridTable"); }
+// A grid table holds text cells, col_0 and up, and the number of each row. Clients count columns from 1.
+//
+// Kept: names and cell values stand in the statements as they are; a quote in one damages its statement.
 
-bool TirelScada::DropGridTable(const wchar_t*) { return Pending(L"DropGridTable"); }
+namespace {
 
-bool TirelScada::InsertEmptyGridRows(const wchar_t*, int, int) { return Pending(L"InsertEmptyGridRows"); }
+// {}: table.
+constexpr wchar_t kCountColumns[] =
+    L"select count(*) from information_schema.columns where table_name = '{}'";
+constexpr wchar_t kCreateGridTable[] = L"create table if not exists {} (";
+// {}: number of the column, from 0.
+constexpr wchar_t kGridColumn[] = L"col_{} text,";
+constexpr wchar_t kRowNumberColumn[] = L"row_num int not null primary key)";
 
-bool TirelScada::UpdateGridCell(const wchar_t*, int, int, const wchar_t*) {
-  return Pending(L"UpdateGridCell");
+// {}: table.
+constexpr wchar_t kDropGridTable[] = L"drop table {}";
+
+// {}: table; its empty cells and the row's number follow.
+constexpr wchar_t kInsertEmptyRow[] = L"insert into {} values (";
+
+// {}: table, number of the column from 0, text, row.
+constexpr wchar_t kUpdateGridCell[] = L"update {} set col_{} = '{}' where row_num = {}";
+
+// {}: table.
+constexpr wchar_t kCountRows[] = L"select count(*) from {}";
+// {}: table, list of the cells, row.
+constexpr wchar_t kInsertRow[] = L"insert into {} values ({}, {})";
+
+// {}: table, row.
+constexpr wchar_t kSelectRow[] = L"select * from {} where row_num = {}";
+
+// {}: table.
+constexpr wchar_t kClearGridTable[] = L"delete from {}";
+
+// What a counting query answers: the last row's number, 0 without a row.
+std::int64_t ReadCount(SACommand& command, const std::wstring& query) {
+  std::int64_t count = 0;
+  Execute(command, query);
+  while (command.FetchNext()) count = command.Field(1).asInt64();
+  return count;
 }
 
-bool TirelScada::AppendGridRow(const wchar_t*, const wchar_t*) { return Pending(L"AppendGridRow"); }
+std::wstring CreateStatement(const wchar_t* table, int columnCount) {
+  std::wstring statement = port::Format(kCreateGridTable, table);
+  for (int i = 0; i < columnCount; ++i) statement += port::Format(kGridColumn, i);
+  return statement + kRowNumberColumn;
+}
 
-bool TirelScada::GetGridCell(const wchar_t*, int, int, std::wstring&) { return Pending(L"GetGridCell"); }
+std::wstring EmptyRowStatement(const wchar_t* table, int columnCount, std::int64_t row) {
+  std::wstring statement = port::Format(kInsertEmptyRow, table);
+  for (int i = 0; i < columnCount; ++i) statement += L"'', ";
+  return statement + port::Format(L"{})", row);
+}
 
-bool TirelScada::GetGridRowCount(const wchar_t*, int&) { return Pending(L"GetGridRowCount"); }
+}  // namespace
 
-bool TirelScada::ClearGridTable(const wchar_t*) { return Pending(L"ClearGridTable"); }
+bool TirelScada::CreateGridTable(const wchar_t* table, int columnCount) {
+  return Run([&](SACommand& command) {
+    // Kept: the name is looked up as it is written, though the server folds unquoted names to lower case: a
+    // table whose name has capitals is never found, and so is made anew and empty every time. Same-named
+    // tables of every schema count together.
+    const std::int64_t columns = ReadCount(command, port::Format(kCountColumns, table));
+    // Kept: a table that does not exist is dropped too; the failure leaves its text in lastError and creation
+    // goes on.
+    if (columns - 1 != columnCount) DropGridTable(table);
+    Execute(command, CreateStatement(table, columnCount));
+  });
+}
+
+bool TirelScada::DropGridTable(const wchar_t* table) {
+  return Run([&](SACommand& command) { Execute(command, port::Format(kDropGridTable, table)); });
+}
+
+// Kept: rows are numbered from 1 on every call, so that a table which holds rows already refuses the first.
+bool TirelScada::InsertEmptyGridRows(const wchar_t* table, int columnCount, int rowCount) {
+  return Run([&](SACommand&) {
+    for (std::int64_t row = 1; row <= rowCount; ++row) {
+      SACommand command(connection.get());
+      Execute(command, EmptyRowStatement(table, columnCount, row));
+    }
+  });
+}
+
+bool TirelScada::UpdateGridCell(const wchar_t* table, int column, int row, const wchar_t* value) {
+  return Run([&](SACommand& command) {
+    Execute(command, port::Format(kUpdateGridCell, table, std::int64_t{column} - 1, value, row));
+  });
+}
+
+// Kept: the row's number is the count of rows plus one; rows must be numbered without gaps for it to be free.
+bool TirelScada::AppendGridRow(const wchar_t* table, const wchar_t* values) {
+  return Run([&](SACommand& command) {
+    const std::int64_t count = ReadCount(command, port::Format(kCountRows, table));
+    Execute(command, port::Format(kInsertRow, table, values, count + 1));
+  });
+}
+
+bool TirelScada::GetGridCell(const wchar_t* table, int column, int row, std::wstring& value) {
+  return Run([&](SACommand& command) {
+    if (FetchFirst(command, port::Format(kSelectRow, table, row))) {
+      value = command.Field(column).asString();
+    } else {
+      value.clear();
+    }
+  });
+}
+
+bool TirelScada::GetGridRowCount(const wchar_t* table, int& count) {
+  return Run([&](SACommand& command) {
+    if (FetchFirst(command, port::Format(kCountRows, table)))
+      count = static_cast<int>(command.Field(1).asInt64());
+  });
+}
+
+bool TirelScada::ClearGridTable(const wchar_t* table) {
+  return Run([&](SACommand& command) { Execute(command, port::Format(kClearGridTable, table)); });
+}
