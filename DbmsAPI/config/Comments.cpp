@@ -1,7 +1,41 @@
-#include "../TirelScada.h"
+#include "../frame/Operation.h"
 
-bool TirelScada::CreateCommentTable() { return Pending(L"CreateCommentTable"); }
+namespace {
 
-bool TirelScada::DeleteAllComments() { return Pending(L"DeleteAllComments"); }
+constexpr wchar_t kCreateComment[] =
+    L"create table if not exists comment ("
+    L"group_id int not null,"
+    L"row int not null,"
+    L"col int not null,"
+    L"comment text not null,"
+    L"font text,"
+    L"primary key (group_id,row,col))";
 
-bool TirelScada::InsertComments(const std::vector<CommentRecord>&) { return Pending(L"InsertComments"); }
+constexpr wchar_t kDeleteAllComments[] = L"delete from comment";
+
+// :1 group, :2 row, :3 column, :4 comment, :5 font or NULL.
+constexpr wchar_t kInsertComment[] = L"insert into comment values(:1,:2,:3,:4,:5)";
+
+}  // namespace
+
+bool TirelScada::CreateCommentTable() { return Run(kCreateComment); }
+
+bool TirelScada::DeleteAllComments() { return Run(kDeleteAllComments); }
+
+bool TirelScada::InsertComments(const std::vector<CommentRecord>& comments) {
+  return Run([&](SACommand& command) {
+    command.setCommandText(kInsertComment);
+    for (const CommentRecord& comment : comments) {
+      command.Param(1).setAsLong() = comment.group_id;
+      command.Param(2).setAsLong() = comment.row;
+      command.Param(3).setAsLong() = comment.col;
+      command.Param(4).setAsString() = comment.comment.c_str();
+      if (comment.font.empty()) {
+        command.Param(5).setAsNull();
+      } else {
+        command.Param(5).setAsString() = comment.font.c_str();
+      }
+      command.Execute();
+    }
+  });
+}

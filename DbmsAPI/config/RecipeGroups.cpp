@@ -1,9 +1,33 @@
-#include "../TirelScada.h"
+#include "../frame/Operation.h"
 
-bool TirelScada::CreateRecipeGroupTable() { return Pending(L"CreateRecipeGroupTable"); }
+namespace {
 
-bool TirelScada::DeleteAllRecipeGroups() { return Pending(L"DeleteAllRecipeGroups"); }
+constexpr wchar_t kCreateRecipeGroup[] =
+    L"create table if not exists recipe_group ("
+    L"model_name text not null,"
+    L"group_name text not null,"
+    L"fields json not null,"
+    L"primary key (model_name,group_name))";
 
-bool TirelScada::InsertRecipeGroups(const std::vector<RecipeGroupRecord>&) {
-  return Pending(L"InsertRecipeGroups");
+constexpr wchar_t kDeleteAllRecipeGroups[] = L"delete from recipe_group";
+
+// :1 model, :2 group, :3 fields as JSON.
+constexpr wchar_t kInsertRecipeGroup[] = L"insert into recipe_group values(:1,:2,:3)";
+
+}  // namespace
+
+bool TirelScada::CreateRecipeGroupTable() { return Run(kCreateRecipeGroup); }
+
+bool TirelScada::DeleteAllRecipeGroups() { return Run(kDeleteAllRecipeGroups); }
+
+bool TirelScada::InsertRecipeGroups(const std::vector<RecipeGroupRecord>& groups) {
+  return Run([&](SACommand& command) {
+    command.setCommandText(kInsertRecipeGroup);
+    for (const RecipeGroupRecord& group : groups) {
+      command.Param(1).setAsString() = group.model_name.c_str();
+      command.Param(2).setAsString() = group.group_name.c_str();
+      command.Param(3).setAsString() = group.fields.c_str();
+      command.Execute();
+    }
+  });
 }

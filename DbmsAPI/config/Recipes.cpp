@@ -1,13 +1,82 @@
-#include "../TirelScada.h"
+#include "../frame/Operation.h"
 
-bool TirelScada::CreateRecipeTable() { return Pending(L"CreateRecipeTable"); }
+namespace {
 
-bool TirelScada::SaveRecipe(const wchar_t*, const wchar_t*, const wchar_t*, const wchar_t*) {
-  return Pending(L"SaveRecipe");
+constexpr wchar_t kCreateRecipe[] =
+    L"create table if not exists recipe ("
+    L"model_name text not null,"
+    L"name text not null,"
+    L"fields json not null,"
+    L"description text,"
+    L"primary key (model_name,name))";
+
+// :1 model, :2 name.
+constexpr wchar_t kCountRecipe[] = L"select count(*) from recipe where model_name = :1 and name = :2";
+
+// :1 model, :2 name, :3 fields as JSON, :4 description or NULL.
+constexpr wchar_t kUpdateRecipe[] =
+    L"update recipe set fields = :3, description = :4 where model_name = :1 and name = :2";
+constexpr wchar_t kInsertRecipe[] = L"insert into recipe values(:1,:2,:3,:4)";
+
+// :1 model; with the second piece :2 name.
+constexpr wchar_t kSelectRecipes[] = L"select name,fields,description from recipe where model_name = :1";
+constexpr wchar_t kOfThatName[] = L" and name = :2";
+
+// :1 model, :2 name.
+constexpr wchar_t kDeleteRecipe[] = L"delete from recipe where model_name = :1 and name = :2";
+
+bool IsGiven(const wchar_t* text) { return text != nullptr && *text != L'\0'; }
+
+bool Exists(SACommand& command, const wchar_t* model, const wchar_t* name) {
+  command.setCommandText(kCountRecipe);
+  command << model << name;
+  command.Execute();
+  return command.FetchNext() && command.Field(1).asLong() != 0;
 }
 
-bool TirelScada::GetRecipes(const wchar_t*, const wchar_t*, std::vector<RecipeRecord>&) {
-  return Pending(L"GetRecipes");
+}  // namespace
+
+bool TirelScada::CreateRecipeTable() { return Run(kCreateRecipe); }
+
+// Kept: the count and the write are two statements without a transaction. Of two writers that save the same
+// new recipe at once, the second is refused by the primary key.
+bool TirelScada::SaveRecipe(const wchar_t* model, const wchar_t* name, const wchar_t* fields,
+                            const wchar_t* description) {
+  return Run([&](SACommand& command) {
+    command.setCommandText(Exists(command, model, name) ? kUpdateRecipe : kInsertRecipe);
+    command.Param(1).setAsString() = model;
+    command.Param(2).setAsString() = name;
+    command.Param(3).setAsString() = fields;
+    if (IsGiven(description)) {
+      command.Param(4).setAsString() = description;
+    } else {
+      command.Param(4).setAsNull();
+    }
+    command.Execute();
+  });
 }
 
-bool TirelScada::DeleteRecipe(const wchar_t*, const wchar_t*) { return Pending(L"DeleteRecipe"); }
+bool TirelScada::GetRecipes(const wchar_t* model, const wchar_t* name, std::vector<RecipeRecord>& recipes) {
+  return Run([&](SACommand& command) {
+    const bool named = IsGiven(name);
+    command.setCommandText((std::wstring(kSelectRecipes) + (named ? kOfThatName : L"")).c_str());
+    command << model;
+    if (named) command << name;
+    command.Execute();
+    while (command.FetchNext()) {
+      RecipeRecord recipe;
+      recipe.name = command.Field(1).asString();
+      recipe.fields = command.Field(2).asString();
+      recipe.description = command.Field(3).asString();
+      recipes.push_back(std::move(recipe));
+    }
+  });
+}
+
+bool TirelScada::DeleteRecipe(const wchar_t* model, const wchar_t* name) {
+  return Run([&](SACommand& command) {
+    command.setCommandText(kDeleteRecipe);
+    command << model << name;
+    command.Execute();
+  });
+}
