@@ -31,6 +31,13 @@ class Zone {
   Zone(const char* process, const char* session) : process_("TZ", process), session_("PGTZ", session) {}
   explicit Zone(const char* both) : Zone(both, both) {}
 
+  // Whether no clock change comes near an instant: around one, local times are repeated or left out.
+  static bool IsSettled(std::time_t seconds) {
+    constexpr std::time_t kDay = 86400;
+    const std::time_t before = seconds - kDay, after = seconds + kDay;
+    return std::localtime(&before)->tm_gmtoff == std::localtime(&after)->tm_gmtoff;
+  }
+
  private:
   Environment process_;
   Environment session_;

@@ -7,9 +7,9 @@
 #include <limits>
 #include <random>
 
+#include "server/Zone.h"
 #include "server/reports/ReportRows.h"
 #include "server/reports/ReportStoreTest.h"
-#include "server/reports/Zone.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 #include <DbmsAPI/Diagnostics.h>
 
+#include "server/Zone.h"
 #include "server/reports/ReportRows.h"
 #include "server/reports/ReportStoreTest.h"
-#include "server/reports/Zone.h"
 
 namespace {
 
