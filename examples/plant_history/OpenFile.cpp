@@ -13,8 +13,8 @@ constexpr std::uint64_t kBytesPerKib = 1024;
 }  // namespace
 
 void RequireSameTags(const Stage& stage, const PlantFile& file) {
-  if (file.tags() != stage.tags)
-    throw FileError(OneLine(file.path()) + ": line 1: changed while it was read");
+  if (file.tags() == stage.tags) return;
+  throw FileError(OneLine(file.path()) + ": line 1: the header row changed while the file was read");
 }
 
 std::size_t RowsPerBatch(const Stage& stage) {

@@ -31,11 +31,10 @@ std::vector<std::string> Cells(const std::string& tag, const TagCourse& course) 
 
 // What tells a tag from those that have a value from the first to the last row of the file.
 std::string Peculiarity(const TagCourse& course, const Loaded& loaded) {
-  std::string text;
-  if (course.gaps() != 0) text = FormatCount(course.gaps()) + " without a value   ";
-  if (course.values() == 0) return text;
   const bool whole = course.first_ms() == loaded.first_ms && course.last_ms() == loaded.last_ms;
-  return whole ? text : text + Span(course.first_ms(), course.last_ms());
+  const std::string span = whole || course.values() == 0 ? "" : Span(course.first_ms(), course.last_ms());
+  if (course.gaps() == 0) return span;
+  return FormatCount(course.gaps()) + " without a value" + (span.empty() ? "" : "   " + span);
 }
 
 Table MakeTable() {
@@ -55,8 +54,9 @@ void ShowTags(Stage& stage) {
     table.AddRemark(Peculiarity(stage.courses[i], stage.loaded));
   }
   const std::size_t width = std::min<std::uint64_t>(table.WidthOfLast(stage.terminal), stage.loaded.rows);
-  for (std::size_t i = 0; i < stage.tags.size(); ++i)
+  for (std::size_t i = 0; i < stage.tags.size(); ++i) {
     table.SetLast(i, Sparkline(stage.courses[i].Means(width)));
+  }
 
   stage.terminal.Line();
   stage.terminal.Line(' ' + Span(stage.loaded.first_ms, stage.loaded.last_ms) + "   " +
