@@ -197,9 +197,9 @@ TEST_F(Commands, ReportAFailureOfTheCommitBehindTheRow) {
 }
 
 TEST_F(Commands, RunSeveralStatementsInOneText) {
-  SACommand command(
-      &connection,
-      L"create table t (a int); insert into t values (1), (2); select a from t; select 'passed over'");
+  SACommand command(&connection,
+                    L"create table t (a int); insert into t values (1), (2); "
+                    L"select a from t; select 'passed over'");
   command.Execute();
   EXPECT_EQ(Fetch(command), (Lines{L"1", L"2"}));
   command.setCommandText(L"insert into t values (3); select 1 / 0");
