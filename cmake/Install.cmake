@@ -7,7 +7,8 @@ set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/DbmsAPI)
 set(libraries DbmsAPI)
 if(DBMSAPI_SQLAPI STREQUAL "builtin")
   list(APPEND libraries sqlapi)
-  install(FILES client/include/SQLAPI.h client/include/SQLAPIExport.h client/include/pgAPI.h
+  install(FILES client/include/SQLAPI.h client/include/SQLAPIExport.h client/include/SQLAPITypes.h
+                client/include/pgAPI.h
           DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 endif()
 install(TARGETS ${libraries} EXPORT DbmsAPITargets

@@ -15,13 +15,20 @@ namespace {
 
 constexpr char kPassword = 'p';  // the letter of all messages of signing in
 constexpr std::size_t kLengthBytes = 4;
+constexpr int kUnixSocketPort = 5432;  // a part of the name only
 
-int ConnectToFolder(const std::string& folder, int port) {
+// Of the Unix socket that the server's clients expect in a folder.
+sockaddr_un AddressIn(const std::string& folder, int port) {
   sockaddr_un address = {};
   address.sun_family = AF_UNIX;
   const std::string path = folder + "/.s.PGSQL." + std::to_string(port);
-  if (path.size() >= sizeof address.sun_path) return -1;
+  if (path.size() >= sizeof address.sun_path) throw std::runtime_error(path + ": too long for a socket");
   std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
+  return address;
+}
+
+int ConnectToFolder(const std::string& folder, int port) {
+  const sockaddr_un address = AddressIn(folder, port);
   const int socket = ::socket(AF_UNIX, SOCK_STREAM, 0);
   if (::connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) return socket;
   ::close(socket);
@@ -65,19 +72,37 @@ std::size_t LengthAt(const std::string& bytes, std::size_t at) {
 
 }  // namespace
 
-ProtocolTap::ProtocolTap(const std::string& host, int port) : host_(host), serverPort_(port) {
+ProtocolTap::ProtocolTap(const std::string& host, int port, const std::string& folder)
+    : host_(host), serverPort_(port) {
+  if (folder.empty()) {
+    ListenOnLoopback();
+  } else {
+    ListenIn(folder);
+  }
+  if (::listen(listener_, 1) != 0 || ::pipe(stop_) != 0) throw std::runtime_error("the tap cannot listen");
+  thread_ = std::thread([this] { Serve(); });
+}
+
+void ProtocolTap::ListenOnLoopback() {
   sockaddr_in address = {};
   address.sin_family = AF_INET;
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
   socklen_t length = sizeof address;
   auto* where = reinterpret_cast<sockaddr*>(&address);
   listener_ = ::socket(AF_INET, SOCK_STREAM, 0);
-  if (::bind(listener_, where, length) != 0 || ::listen(listener_, 1) != 0 ||
-      ::getsockname(listener_, where, &length) != 0 || ::pipe(stop_) != 0) {
-    throw std::runtime_error("the tap cannot listen");
+  if (::bind(listener_, where, length) != 0 || ::getsockname(listener_, where, &length) != 0) {
+    throw std::runtime_error("the tap has no port");
   }
   port_ = ntohs(address.sin_port);
-  thread_ = std::thread([this] { Serve(); });
+}
+
+void ProtocolTap::ListenIn(const std::string& folder) {
+  port_ = kUnixSocketPort;
+  const sockaddr_un address = AddressIn(folder, port_);
+  listener_ = ::socket(AF_UNIX, SOCK_STREAM, 0);
+  if (::bind(listener_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+    throw std::runtime_error("the tap has no socket in " + folder);
+  }
 }
 
 ProtocolTap::~ProtocolTap() { Stop(); }

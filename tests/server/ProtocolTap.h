@@ -9,11 +9,12 @@
 // a time, unencrypted: connect with sslmode=disable and gssencmode=disable.
 class ProtocolTap {
  public:
-  // The server: a host or the path of a Unix socket's folder.
-  ProtocolTap(const std::string& host, int port);
+  // Host and port are the server's; the host may be the path of a Unix socket's folder. With a folder of its
+  // own the tap listens on a Unix socket there, else on 127.0.0.1.
+  ProtocolTap(const std::string& host, int port, const std::string& folder = "");
   ~ProtocolTap();
 
-  // Where the client finds the tap: this port of 127.0.0.1.
+  // Where the client finds the tap.
   int Port() const { return port_; }
 
   // Ends the connection and listens no more, without a word to either side.
@@ -24,6 +25,8 @@ class ProtocolTap {
   std::string Take();
 
  private:
+  void ListenOnLoopback();
+  void ListenIn(const std::string& folder);
   void Serve();
   void Carry(int client, int server);
   void Note(const char* bytes, std::size_t count);

@@ -1,4 +1,8 @@
+#include <cstdlib>
+#include <filesystem>
+
 #include "ClientTest.h"
+#include "server/ProtocolTap.h"
 
 namespace {
 
@@ -119,11 +123,17 @@ TEST_F(Connecting, TakesServerOptionsBehindTheDatabase) {
 }
 
 TEST_F(Connecting, GoesThroughAUnixSocket) {
-  const std::string folder = Value("select split_part(current_setting('unix_socket_directories'), ',', 1)");
-  ASSERT_FALSE(folder.empty()) << "the server must listen on a Unix socket";
-  const std::wstring server(folder.begin(), folder.end());
-  ConnectTo(connection, server + L"," + std::to_wstring(Port()) + L"@" + Database());
-  EXPECT_EQ(Ask(L"select inet_server_addr() is null"), L"t");
+  std::string folder = testing::TempDir() + "dbmsapi_XXXXXX";
+  ASSERT_NE(::mkdtemp(folder.data()), nullptr);
+  const std::wstring host = Host();
+  {
+    ProtocolTap tap(std::string(host.begin(), host.end()), Port(), folder);
+    ConnectTo(connection, std::wstring(folder.begin(), folder.end()) + L"," + std::to_wstring(tap.Port()) +
+                              L"@" + Database());
+    EXPECT_EQ(Ask(L"select current_database()"), Database());
+    EXPECT_EQ(tap.Take(), "Q");
+  }
+  std::filesystem::remove_all(folder);
 }
 
 TEST_F(Connecting, NamesTheLibraryUnlessTheProgramIsNamed) {
