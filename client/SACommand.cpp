@@ -130,8 +130,8 @@ SACommand& SACommand::operator<<(const SANull&) {
 
 void SACommand::Execute() {
   impl_->next = 0;
-  impl_->fields.clear();
   impl_->values.Bind(impl_->parameters);
+  impl_->fields.clear();
   impl_->statement.Execute(impl_->values);
   const std::vector<pq::Cell>& cells = impl_->statement.Cells();
   for (std::size_t i = 0; i < cells.size(); ++i) {

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <stdexcept>
 
 std::wstring ClientTest::Server() const { return Host() + L"," + std::to_wstring(Port()); }
 
@@ -48,19 +49,21 @@ EnvironmentVariable::EnvironmentVariable(const char* name, const char* value) : 
 
 EnvironmentVariable::~EnvironmentVariable() { ::unsetenv(name_.c_str()); }
 
-// Bound, but not listened at.
-ClosedPort::ClosedPort() : socket_(::socket(AF_INET, SOCK_STREAM, 0)) {
+// Bound in any case, so that nobody else takes it.
+DeadPort::DeadPort(Manner manner) : socket_(::socket(AF_INET, SOCK_STREAM, 0)) {
   sockaddr_in address = {};
   address.sin_family = AF_INET;
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
   socklen_t length = sizeof address;
   auto* where = reinterpret_cast<sockaddr*>(&address);
-  if (::bind(socket_, where, length) == 0 && ::getsockname(socket_, where, &length) == 0) {
-    number_ = ntohs(address.sin_port);
+  if (::bind(socket_, where, length) != 0 || ::getsockname(socket_, where, &length) != 0 ||
+      (manner == Silent && ::listen(socket_, 1) != 0)) {
+    throw std::runtime_error("there is no port to be had");
   }
+  number_ = ntohs(address.sin_port);
 }
 
-ClosedPort::~ClosedPort() { ::close(socket_); }
+DeadPort::~DeadPort() { ::close(socket_); }
 
 void FillSocket(const pgConnectionHandles& handles) {
   const std::vector<char> bytes(1 << 16);

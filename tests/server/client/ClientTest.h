@@ -67,12 +67,13 @@ class EnvironmentVariable {
   std::string name_;
 };
 
-// A port of 127.0.0.1 at which every connection is refused.
-class ClosedPort {
+// A port of 127.0.0.1 without a server: connections are refused, or taken and never answered.
+class DeadPort {
  public:
-  ClosedPort();
-  ~ClosedPort();
-  int Number() const { return number_; }
+  enum Manner { Refusing, Silent };
+  explicit DeadPort(Manner manner);
+  ~DeadPort();
+  std::wstring Number() const { return std::to_wstring(number_); }
 
  private:
   int socket_;

@@ -33,8 +33,8 @@ TEST_F(Connecting, TwiceIsAnError) {
 }
 
 TEST_F(Connecting, NamesARefusedConnectionAsWindowsDoes) {
-  const ClosedPort closed;
-  const std::wstring server = L"127.0.0.1," + std::to_wstring(closed.Number()) + L"@db";
+  const DeadPort closed(DeadPort::Refusing);
+  const std::wstring server = L"127.0.0.1," + closed.Number() + L"@db";
   const SAException error = Thrown([&] { ConnectTo(connection, server); });
   EXPECT_EQ(error.ErrClass(), SA_DBMS_API_Error);
   EXPECT_EQ(error.ErrNativeCode(), 1);
@@ -47,12 +47,33 @@ TEST_F(Connecting, NamesARefusedConnectionAsWindowsDoes) {
 }
 
 TEST_F(Connecting, NamesARefusedConnectionUnderATimeLimitToo) {
-  const ClosedPort closed;
-  const std::wstring server =
-      L"127.0.0.1," + std::to_wstring(closed.Number()) + L"@dbname=db connect_timeout=60";
+  const DeadPort closed(DeadPort::Refusing);
+  const std::wstring server = L"127.0.0.1," + closed.Number() + L"@dbname=db connect_timeout=60";
   const SAException error = Thrown([&] { ConnectTo(connection, server); });
   EXPECT_EQ(error.ErrNativeCode(), 1);
   EXPECT_NE(Wide(error.ErrText()).find(L"10061"), std::wstring::npos) << error.what();
+}
+
+TEST_F(Connecting, GoesOnToTheNextHost) {
+  const DeadPort closed(DeadPort::Refusing);
+  ConnectTo(connection, L"@host=127.0.0.1," + Host() + L" port=" + closed.Number() + L"," +
+                            std::to_wstring(Port()) + L" dbname=" + Database());
+  EXPECT_EQ(Ask(L"select current_database()"), Database());
+}
+
+TEST_F(Connecting, GoesOnToTheNextHostWhenOneIsSilentTooLong) {
+  const DeadPort silent(DeadPort::Silent);
+  ConnectTo(connection, L"@host=127.0.0.1," + Host() + L" port=" + silent.Number() + L"," +
+                            std::to_wstring(Port()) + L" connect_timeout=2 dbname=" + Database());
+  EXPECT_EQ(Ask(L"select current_database()"), Database());
+}
+
+TEST_F(Connecting, GivesUpOnAServerThatIsSilentTooLong) {
+  const EnvironmentVariable limit("PGCONNECT_TIMEOUT", "2");
+  const DeadPort silent(DeadPort::Silent);
+  const SAException error = Thrown([&] { ConnectTo(connection, L"127.0.0.1," + silent.Number() + L"@db"); });
+  EXPECT_EQ(error.ErrNativeCode(), 1);
+  EXPECT_NE(Wide(error.ErrText()).find(L"timeout expired"), std::wstring::npos) << error.what();
 }
 
 TEST_F(Connecting, ReportsWhatTheServerRefuses) {

@@ -246,6 +246,9 @@ TEST_F(Parsing, SendsNothingWithAParameterNeverBound) {
   insert << 1;
   EXPECT_SA_ERROR(SA_Library_Error, 0, insert.Execute());
   EXPECT_EQ(tap->Take(), "");
+  insert << 1 << L"one";
+  insert.Execute();
+  EXPECT_EQ(Value("select count(*) from t"), "1");
 }
 
 }  // namespace
