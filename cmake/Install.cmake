@@ -11,6 +11,10 @@ if(DBMSAPI_SQLAPI STREQUAL "builtin")
                 client/include/pgAPI.h
           DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 endif()
+# The two libraries lie side by side, wherever that is.
+if(UNIX)
+  set_target_properties(DbmsAPI PROPERTIES INSTALL_RPATH $ORIGIN)
+endif()
 install(TARGETS ${libraries} EXPORT DbmsAPITargets
         RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
@@ -28,5 +32,8 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/DbmsAPIConfigVersion.cmak
 install(FILES ${PROJECT_BINARY_DIR}/DbmsAPIConfig.cmake ${PROJECT_BINARY_DIR}/DbmsAPIConfigVersion.cmake
         DESTINATION ${package_dir} COMPONENT development)
 
+set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+file(RELATIVE_PATH pkgconfig_to_prefix /${pkgconfig_dir} /)
+string(REGEX REPLACE "/$" "" pkgconfig_to_prefix ${pkgconfig_to_prefix})
 configure_file(cmake/DbmsAPI.pc.in ${PROJECT_BINARY_DIR}/DbmsAPI.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/DbmsAPI.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+install(FILES ${PROJECT_BINARY_DIR}/DbmsAPI.pc DESTINATION ${pkgconfig_dir} COMPONENT development)
