@@ -188,7 +188,4 @@ class TirelScada : public Dbms {
   bool timescaleEnabled;
   std::unordered_map<std::wstring, std::string> utf8NameCache;  // tag name to its COPY text
   std::string copyBuffer;                                       // outgoing COPY text; keeps its capacity
-
- private:
-  bool Pending(const wchar_t* operation);
 };

@@ -19,8 +19,11 @@ bool IsDatabaseName(std::wstring_view text) {
          port::ToUtf8(text).size() <= kLongestName;
 }
 
-std::wstring DatabaseName(SACommand& command, const std::wstring& connectionText) {
-  if (IsDatabaseName(connectionText)) return connectionText;
-  FetchFirst(command, kDatabaseName);
+std::wstring CurrentDatabase(SACommand& command) {
+  if (!FetchFirst(command, kDatabaseName)) return {};
   return command.Field(1).asString().operator const SAChar*();
+}
+
+std::wstring DatabaseName(SACommand& command, const std::wstring& connectionText) {
+  return IsDatabaseName(connectionText) ? connectionText : CurrentDatabase(command);
 }

@@ -10,5 +10,8 @@
 // chooses), and not so long that the server cuts it.
 bool IsDatabaseName(std::wstring_view text);
 
+// The name of the connected database, asked of the server.
+std::wstring CurrentDatabase(SACommand& command);
+
 // The name of the connected database. The server is asked only when the connection text does not tell.
 std::wstring DatabaseName(SACommand& command, const std::wstring& connectionText);

@@ -10,11 +10,6 @@ bool TirelScada::Run(const wchar_t* statement) {
   });
 }
 
-bool TirelScada::Pending(const wchar_t* operation) {
-  lastError = std::wstring(operation) + L" is not available in this version";
-  return false;
-}
-
 std::wstring Bounded(std::size_t capacity, std::wstring statement) {
   auto fitting = port::FitBuffer(capacity, std::move(statement));
   if (!fitting) throw StatementTooLong();
@@ -31,6 +26,8 @@ bool FetchFirst(SACommand& command, const std::wstring& query) {
   return command.FetchNext();
 }
 
-std::wstring EpochSeconds(std::int64_t milliseconds) {
-  return port::ShortestText(static_cast<double>(milliseconds) / 1000.0);
+double EpochSeconds(std::int64_t milliseconds) { return static_cast<double>(milliseconds) / 1000.0; }
+
+std::wstring EpochSecondsText(std::int64_t milliseconds) {
+  return port::ShortestText(EpochSeconds(milliseconds));
 }

@@ -22,8 +22,6 @@ constexpr wchar_t kInsertAlarm[] =
     L"insert into alarm values(to_timestamp(:1), :2, :3, :4, :5, :6, :7, :8, to_timestamp(:9), "
     L"to_timestamp(:10))";
 
-double Seconds(std::int64_t milliseconds) { return static_cast<double>(milliseconds) / 1000.0; }
-
 }  // namespace
 
 bool TirelScada::CreateAlarmTable(int retentionDays) {
@@ -38,10 +36,10 @@ bool TirelScada::InsertAlarm(std::int64_t timeMs, const wchar_t* tagName, double
                              std::int16_t zone, std::int64_t occTimeMs, std::int64_t freeTimeMs) {
   return Run([&](SACommand& command) {
     command.setCommandText(kInsertAlarm);
-    command << Seconds(timeMs) << tagName << value << label << status << alarmType << level << zone
-            << Seconds(occTimeMs);
+    command << EpochSeconds(timeMs) << tagName << value << label << status << alarmType << level << zone
+            << EpochSeconds(occTimeMs);
     if (freeTimeMs > 0) {
-      command << Seconds(freeTimeMs);
+      command << EpochSeconds(freeTimeMs);
     } else {
       command << SANull();
     }

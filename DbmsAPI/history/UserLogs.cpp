@@ -90,7 +90,11 @@ bool Exists(SACommand& command, const std::wstring& table) {
 // Whether a stored table has exactly these columns behind its time.
 bool HasColumns(SACommand& command, const std::wstring& database, const std::wstring& table,
                 const std::vector<UserLogColumn>& columns) {
-  FetchFirst(command, port::Format(kUserLogColumns, database, table));
+  if (!FetchFirst(command, port::Format(kUserLogColumns, database, table))) {
+    // A stored table has columns: the database bears another name at the server than in the connection, as
+    // behind a pooler. Its rows must not be lost for that.
+    FetchFirst(command, port::Format(kUserLogColumns, CurrentDatabase(command), table));
+  }
   for (const UserLogColumn& column : columns) {
     if (!command.FetchNext() || !Matches(command, column)) return false;
   }
@@ -158,7 +162,7 @@ bool TirelScada::CreateUserLogTable(const wchar_t* name, const std::vector<UserL
 bool TirelScada::InsertUserLogData(const wchar_t* name, const UserLogRow& row) {
   return Run([&](SACommand& command) {
     std::wstring statement =
-        port::Format(L"insert into user_{} values(to_timestamp({}),", name, EpochSeconds(row.time));
+        port::Format(L"insert into user_{} values(to_timestamp({}),", name, EpochSecondsText(row.time));
     for (const std::wstring& value : row.values) statement.append(value).append(L",");
     statement.back() = L')';
     Execute(command, statement);

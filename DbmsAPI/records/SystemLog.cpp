@@ -32,7 +32,7 @@ std::uint64_t TirelScada::InsertSystemLog(const std::vector<SystemLogRecord>& re
   Run([&](SACommand& command) {
     command.setCommandText(kInsertSystemLog);
     for (const SystemLogRecord& record : records) {
-      command << static_cast<double>(record.time) / 1000.0 << record.node << record.module << record.level
+      command << EpochSeconds(record.time) << record.node << record.module << record.level
               << record.type;
       if (record.user_id.empty()) {
         command << SANull();

@@ -84,7 +84,7 @@ bool TirelScada::InsertEventReportData(const wchar_t* modelName, const wchar_t* 
   return Run([&](SACommand& command) {
     command.setCommandText(InsertStatement(modelName, sheet, cells.size()).c_str());
     for (const EventReportCell& cell : cells) {
-      command << static_cast<double>(timeMs) / 1000.0 << cell.cell.c_str() << cell.value.c_str();
+      command << EpochSeconds(timeMs) << cell.cell.c_str() << cell.value.c_str();
     }
     command.Execute();
   });

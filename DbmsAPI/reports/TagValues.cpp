@@ -35,7 +35,7 @@ std::wstring Lowered(std::wstring name) {
 // Kept: quotes within the texts stand as they are and end the literal early.
 void AppendRow(std::wstring& statement, const TagValueRecord& record) {
   statement.append(L"(to_timestamp(")
-      .append(EpochSeconds(record.time))
+      .append(EpochSecondsText(record.time))
       .append(L"), '")
       .append(record.tag_name)
       .append(L"', '")

@@ -107,7 +107,6 @@ TEST_F(UserLogs, KeepsComparingWithoutRegardToCase) {
 
 TEST_F(UserLogs, ATableThatDiffersIsDroppedAndCreatedAnew) {
   const scripted::Rows tables[] = {
-      {},                                                                // no column at all
       {kTime},                                                           // none but the time
       {kTime, kN, kX},                                                   // one missing
       {kTime, kN, kX, kLabel, {L"more", L"int2", std::nullopt}},         // one too many
@@ -125,6 +124,18 @@ TEST_F(UserLogs, ATableThatDiffersIsDroppedAndCreatedAnew) {
     Stored(columns);
     EXPECT_EQ(Create(0, 30), (Texts{kCount, kColumns, kDrop, kCreate}));
   }
+}
+
+TEST_F(UserLogs, ATableThatIsNotFoundUnderTheConnectionsNameIsLookedUpUnderTheServers) {
+  const std::wstring columns =
+      L"select column_name, udt_name, character_maximum_length from information_schema.columns where table_catalog = 'plant' and table_name = lower('user_batch') order by ordinal_position";
+  Stored({});
+  server.Answer(L"select current_database()", {{L"plant"}});
+  server.Answer(columns, {kTime, kN, kX, kLabel});
+  EXPECT_EQ(Create(0, 30), (Texts{kCount, kColumns, L"select current_database()", columns}));
+
+  server.Answer(columns, {});
+  EXPECT_EQ(Create(0, 30), (Texts{kCount, kColumns, L"select current_database()", columns, kDrop, kCreate}));
 }
 
 TEST_F(UserLogs, ATableCreatedAnewGetsTheSetupOfAFreshOne) {
