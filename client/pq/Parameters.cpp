@@ -39,22 +39,15 @@ void Parameters::Bind(const std::vector<SAParam>& values) {
 
 void Parameters::Set(std::size_t index, const SAParam& value) {
   switch (value.kind()) {
-    case SAValue::Kind::Unbound:
-      throw Wrong(value, L" has no value");
-    case SAValue::Kind::Null:
-      return;
-    case SAValue::Kind::Bool:
-      return SetScalar(index, kBool, static_cast<unsigned char>(value.boundBool()));
-    case SAValue::Kind::Short:
-      return SetScalar(index, kInt2, static_cast<std::uint16_t>(value.boundShort()));
-    case SAValue::Kind::Long:
-      return SetScalar(index, kInt4, static_cast<std::uint32_t>(value.boundLong()));
-    case SAValue::Kind::Int64:
-      return SetScalar(index, kInt8, static_cast<std::uint64_t>(value.boundInt64()));
+    case SAValue::Kind::Unbound: throw Wrong(value, L" has no value");
+    case SAValue::Kind::Null: return;
+    case SAValue::Kind::Bool: return SetScalar(index, kBool, static_cast<unsigned char>(value.boundBool()));
+    case SAValue::Kind::Short: return SetScalar(index, kInt2, static_cast<std::uint16_t>(value.boundShort()));
+    case SAValue::Kind::Long: return SetScalar(index, kInt4, static_cast<std::uint32_t>(value.boundLong()));
+    case SAValue::Kind::Int64: return SetScalar(index, kInt8, static_cast<std::uint64_t>(value.boundInt64()));
     case SAValue::Kind::Double:
       return SetScalar(index, kFloat8, std::bit_cast<std::uint64_t>(value.boundDouble()));
-    case SAValue::Kind::String:
-      return SetText(index, value);
+    case SAValue::Kind::String: return SetText(index, value);
   }
 }
 

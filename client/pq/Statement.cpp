@@ -80,8 +80,10 @@ void Statement::Start() {
   if (IsRow(first.get())) {
     row_ = std::move(first);
     held_ = true;
+    TakeAhead(session_->Next());
+  } else {
+    Finish(session_->Next());
   }
-  TakeAhead(session_->Next());
   // Behind no more than one row it may be the commit that failed, and the row be undone: nobody must take the
   // statement for done, even if they never fetch.
   if (failure_ && !ahead_) Fail();

@@ -187,7 +187,8 @@ TEST_F(Commands, ReportAFailureBehindTheFirstRowAtOnce) {
 
 // The row comes before the commit that is refused: nobody may take the statement for done.
 TEST_F(Commands, ReportAFailureOfTheCommitBehindTheRow) {
-  Run("create table p (a int primary key); create table c (a int references p deferrable initially deferred)");
+  Run("create table p (a int primary key);"
+      "create table c (a int references p deferrable initially deferred)");
   SACommand command(&connection, L"insert into c values (1) returning a");
   EXPECT_SA_ERROR(SA_DBMS_API_Error, 7, command.Execute());
   SACommand bound(&connection, L"insert into c values (:1)");
@@ -202,6 +203,10 @@ TEST_F(Commands, RunSeveralStatementsInOneText) {
                     L"select a from t; select 'passed over'");
   command.Execute();
   EXPECT_EQ(Fetch(command), (Lines{L"1", L"2"}));
+  command.setCommandText(L"select a from t where a > 2; select 'passed over', 'too'");
+  command.Execute();
+  EXPECT_EQ(command.FieldCount(), 1);
+  EXPECT_FALSE(command.FetchNext());
   command.setCommandText(L"insert into t values (3); select 1 / 0");
   EXPECT_SA_ERROR(SA_DBMS_API_Error, 7, command.Execute());
   EXPECT_EQ(Value("select count(*) from t"), "2");
