@@ -19,37 +19,40 @@ problem() {
   problems=$((problems + 1))
 }
 
-# Floor and room of a file: files of one room may include each other, others only what stands lower.
-place_of() {
+# Floor and room of a file, into $floor and $room: files of one room may include each other, others only what
+# stands lower.
+place() {
   case $1 in
-    port/*) echo '1 port' ;;
-    client/include/*) echo '2 client' ;;
-    client/*) echo '3 client' ;;
-    DbmsAPI/TirelScada.h | DbmsAPI/PostgreSQL.h) echo '5 implementation' ;;
-    DbmsAPI/frame/*) echo '6 frame' ;;
-    DbmsAPI/history/*) echo '7 history' ;;
-    DbmsAPI/reports/*) echo '7 reports' ;;
-    DbmsAPI/records/*) echo '7 records' ;;
-    DbmsAPI/config/*) echo '7 config' ;;
-    DbmsAPI/*/*) echo '0 unknown' ;;
-    DbmsAPI/*) echo '4 interface' ;;
-    examples/*) echo '8 examples' ;;
-    benchmarks/*) echo '9 benchmarks' ;;
-    tests/*) echo '10 tests' ;;
-    *) echo '0 unknown' ;;
+    port/*) floor=1 room=port ;;
+    client/include/*) floor=2 room=client ;;
+    client/*) floor=3 room=client ;;
+    DbmsAPI/TirelScada.h | DbmsAPI/PostgreSQL.h) floor=5 room=implementation ;;
+    DbmsAPI/frame/*) floor=6 room=frame ;;
+    DbmsAPI/history/*) floor=7 room=history ;;
+    DbmsAPI/reports/*) floor=7 room=reports ;;
+    DbmsAPI/records/*) floor=7 room=records ;;
+    DbmsAPI/config/*) floor=7 room=config ;;
+    DbmsAPI/*/*) floor=0 room=unknown ;;
+    DbmsAPI/*) floor=4 room=interface ;;
+    examples/*) floor=8 room=examples ;;
+    benchmarks/*) floor=9 room=benchmarks ;;
+    tests/*) floor=10 room=tests ;;
+    *) floor=0 room=unknown ;;
   esac
 }
 
-# The file that an include names, by the folders that the compiler looks in; nothing for a header from outside.
+# The file that an include names, into $resolved, by the folders that the compiler looks in; nothing for a header
+# from outside.
 resolve() {
-  local from=$1 target=$2 candidate
-  for candidate in "$(dirname "$from")/$target" "$target" "client/include/$target" "client/$target" "tests/$target" \
-    "tests/unit/$target" "examples/plant_history/$target"; do
-    if [ -f "$candidate" ]; then
-      realpath --relative-to=. "$candidate"
+  local from=$1 target=$2 folder
+  for folder in "${from%/*}/" '' client/include/ client/ tests/ tests/unit/ examples/plant_history/; do
+    resolved=$folder$target
+    if [ -f "$resolved" ]; then
+      while [[ $resolved =~ ^(.*/)?[^/.][^/]*/\.\./(.*)$ ]]; do resolved=${BASH_REMATCH[1]}${BASH_REMATCH[2]}; done
       return
     fi
   done
+  resolved=
 }
 
 is_standard_header() { [[ $1 =~ ^[a-z_0-9]+$ ]]; }
@@ -68,9 +71,11 @@ check_foreign() {
 
 # FILE:LINE FILE INCLUDED
 check_direction() {
-  local at=$1 from=$2 to=$3 from_floor from_room to_floor to_room
-  read -r from_floor from_room < <(place_of "$from")
-  read -r to_floor to_room < <(place_of "$to")
+  local at=$1 from=$2 to=$3 floor room from_floor from_room to_floor to_room
+  place "$from"
+  from_floor=$floor from_room=$room
+  place "$to"
+  to_floor=$floor to_room=$room
   if [ "$from_floor" = 0 ]; then
     problem "$at: $from stands on no floor"
   elif [ "$to_floor" = 0 ]; then
@@ -87,11 +92,11 @@ check_direction() {
 }
 
 check_includes() {
-  local file line kind target included
+  local file line kind target resolved
   while IFS=$'\t' read -r file line kind target; do
-    included=$(resolve "$file" "$target")
-    if [ -n "$included" ]; then
-      check_direction "$file:$line" "$file" "$included"
+    resolve "$file" "$target"
+    if [ -n "$resolved" ]; then
+      check_direction "$file:$line" "$file" "$resolved"
     elif [ "$kind" = '"' ]; then
       problem "$file:$line: \"$target\" is not to be found"
     else

@@ -66,7 +66,7 @@ server_clear_strays() {
   local folder script
   for folder in "$1"/dbmsapi-server.*; do
     if [ ! -f "$folder/script" ] || [ "$(stat -c %U "$folder")" != "$(server_owner)" ]; then continue; fi
-    script=$(cat "$folder/script")
+    script=$(cat "$folder/script" 2>/dev/null || true)
     if [ -n "$script" ] && ! kill -0 "$script" 2>/dev/null; then
       say "removing a server that a former run left behind"
       server_remove "$folder"
