@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
+
 namespace {
 
 using pq::ConnectionKeywords;
@@ -11,6 +13,8 @@ struct Case {
   const wchar_t* text;
   ConnectionKeywords parts;  // between the library's name and the encoding
 };
+
+void PrintTo(const Case& tested, std::ostream* out) { *out << tested.name; }
 
 class ConnectionString : public ::testing::TestWithParam<Case> {};
 

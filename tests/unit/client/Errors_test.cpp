@@ -1,5 +1,7 @@
 #include "pq/Errors.h"
 
+#include <ostream>
+
 #include "Caught.h"
 
 namespace {
@@ -10,6 +12,8 @@ struct Refusal {
   const char* refused;  // in the process's language
   const wchar_t* spelled;
 };
+
+void PrintTo(const Refusal& tested, std::ostream* out) { *out << tested.name; }
 
 class ConnectFailures : public ::testing::TestWithParam<Refusal> {};
 

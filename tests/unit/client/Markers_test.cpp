@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
+
 namespace {
 
 using Names = std::vector<std::wstring>;
@@ -12,6 +14,8 @@ struct Case {
   const char* text;
   Names names;
 };
+
+void PrintTo(const Case& tested, std::ostream* out) { *out << tested.name; }
 
 class Markers : public ::testing::TestWithParam<Case> {};
 
