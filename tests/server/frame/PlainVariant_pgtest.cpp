@@ -36,16 +36,18 @@ class PlainVariant : public DbmsTest {
 TEST_F(PlainVariant, WithoutTheExtensionTablesAreMade) {
   EXPECT_TRUE(dbms->CreateSystemLogTable(10));
   EXPECT_TRUE(dbms->CreateLogTable(10));
+  EXPECT_TRUE(dbms->CreateUserLogTable(L"batch", {{L"n", 0, 0}}, 10));
+  EXPECT_TRUE(dbms->CreateAlarmTable(10));
   EXPECT_TRUE(dbms->CreateTagValueTable(L"Page"));
   EXPECT_TRUE(dbms->CreatePageTimeListTable());
   EXPECT_TRUE(dbms->CreateReportDataTables(10));
   EXPECT_TRUE(dbms->CreateAuditTable());
   EXPECT_EQ(Rows("select table_name from information_schema.tables where table_schema = 'public' order by 1"),
-            (Lines{"audit_table", "datalog", "page", "pr_timelist", "report_data_analog_day",
+            (Lines{"alarm", "audit_table", "datalog", "page", "pr_timelist", "report_data_analog_day",
                    "report_data_analog_hour", "report_data_analog_minute", "report_data_analog_month",
                    "report_data_analog_year", "report_data_digital_day", "report_data_digital_hour",
                    "report_data_digital_minute", "report_data_digital_month", "report_data_digital_year",
-                   "report_data_time", "system_log"}));
+                   "report_data_time", "system_log", "user_batch"}));
   EXPECT_STREQ(dbms->GetLastError(), L"");
 }
 
