@@ -1,0 +1,19 @@
+#!/usr/bin/env bash
+# Checks that what the documents name is there: tests, test files, source files.
+set -euo pipefail
+cd "$(dirname "$0")/../.."
+missing=0
+
+miss() {
+  echo "$1: $2 is named and not there"
+  missing=1
+}
+
+for test in $(grep -oE '`[A-Z][A-Za-z]+\.[A-Z][A-Za-z0-9]+`' docs/kept-behaviours.md | tr -d '`' | sort -u); do
+  grep -rqE "TEST(_F|_P)?\(${test%%.*}, ${test##*.}\)" tests || miss docs/kept-behaviours.md "$test"
+done
+for file in $(grep -oE '`(frame|history|reports|records|config)/[A-Za-z]+\.(cpp|h)`' docs/*.md | cut -d: -f2 | tr -d '`' | sort -u); do
+  [ -e "DbmsAPI/$file" ] || [ -e "tests/unit/$file" ] || miss docs "$file"
+done
+[ "$(grep -cE '^\| [0-9]+ \| `' docs/operations.md)" -eq 69 ] || miss docs/operations.md "one of the 69 operations"
+exit "$missing"
