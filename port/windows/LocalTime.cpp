@@ -2,6 +2,9 @@
 
 namespace port {
 
-std::int64_t LocalEpochSeconds(std::tm fields) { return _mktime64(&fields); }
+std::int64_t LocalEpochSeconds(std::tm fields) {
+  fields.tm_isdst = -1;
+  return _mktime64(&fields);
+}
 
 }  // namespace port

@@ -2,10 +2,27 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
+namespace {
+
+std::tm LocalFields(std::time_t seconds) { return *std::localtime(&seconds); }
+
 TEST(LocalTime, GoesThereAndBack) {
-  for (const std::time_t seconds : {std::time_t{1700000000}, std::time_t{0}, std::time_t{951782400}}) {
-    std::tm fields = *std::localtime(&seconds);
-    fields.tm_isdst = -1;
-    EXPECT_EQ(port::LocalEpochSeconds(fields), seconds);
+  for (const std::time_t seconds : {std::time_t{1700000000}, std::time_t{86400}, std::time_t{951782400}}) {
+    EXPECT_EQ(port::LocalEpochSeconds(LocalFields(seconds)), seconds);
   }
 }
+
+TEST(LocalTime, CarriesFieldsOutOfRangeOver) {
+  std::tm fields = LocalFields(1700000000);
+  fields.tm_mday += 40;
+  fields.tm_hour -= 3;
+  std::tm other = LocalFields(1700000000);
+  other.tm_mon += 1;
+  other.tm_mday += 10;
+  other.tm_hour -= 3;
+  EXPECT_EQ(port::LocalEpochSeconds(fields), port::LocalEpochSeconds(other));
+}
+
+}  // namespace
