@@ -1,0 +1,90 @@
+#include "BenchServer.h"
+
+#include <SQLAPI.h>
+
+#include <cstdlib>
+#include <iostream>
+#include <string_view>
+
+#include "DbmsAPI/Diagnostics.h"
+#include "Paired.h"
+
+namespace bench {
+namespace {
+
+std::string Needed(const char* name) {
+  const char* const value = std::getenv(name);
+  Require(value != nullptr, std::string(name) + " is not set; tools/server.sh sets it");
+  return value;
+}
+
+std::wstring Wide(const std::string& text) { return {text.begin(), text.end()}; }
+
+bool WithTimescale() {
+  const char* const value = std::getenv("DBMSAPI_BENCH_TIMESCALE");
+  return value && std::string_view(value) == "1";
+}
+
+Link ConnectTo(const std::string& connectionString) {
+  Link link(PQconnectdb(connectionString.c_str()));
+  Require(PQstatus(link.get()) == CONNECTION_OK, PQerrorMessage(link.get()));
+  PQsetNoticeProcessor(
+      link.get(), [](void*, const char*) {}, nullptr);
+  return link;
+}
+
+}  // namespace
+
+BenchServer::BenchServer(const std::string& database)
+    : host_(Needed("DBMSAPI_TEST_HOST")),
+      port_(Needed("DBMSAPI_TEST_PORT")),
+      user_(Needed("DBMSAPI_TEST_USER")),
+      password_(Needed("DBMSAPI_TEST_PASSWORD")),
+      database_(database) {
+  SetDbmsDebugSink([](const wchar_t* line) { std::wcerr << line; });
+  {
+    const Link maintenance = ConnectTo(ConnectionString("postgres"));
+    bench::Run(maintenance.get(), "drop database if exists " + database_ + " with (force)");
+    bench::Run(maintenance.get(), "create database " + database_);
+  }
+  admin_ = Connect();
+  if (WithTimescale()) Run("create extension timescaledb");
+}
+
+BenchServer::~BenchServer() {
+  admin_.reset();
+  const Link maintenance = ConnectTo(ConnectionString("postgres"));
+  bench::Run(maintenance.get(), "drop database if exists " + database_ + " with (force)");
+}
+
+std::shared_ptr<Dbms> BenchServer::Library() const {
+  const auto type = WithTimescale() ? DbmsType::TirelScada : DbmsType::PostgreSQL;
+  auto dbms = Dbms::GetDbms(type, Wide(host_).c_str(), std::stoi(port_), Wide(database_).c_str(),
+                            Wide(user_).c_str(), Wide(password_).c_str());
+  Require(dbms->Connect(), "the library's connection");
+  return dbms;
+}
+
+Link BenchServer::Connect() const { return ConnectTo(ConnectionString()); }
+
+std::string BenchServer::ConnectionString(const std::string& database) const {
+  return "host=" + host_ + " port=" + port_ + " dbname=" + database + " user=" + user_ +
+         " password=" + password_;
+}
+
+void BenchServer::Run(const std::string& statements) { bench::Run(admin_.get(), statements); }
+
+void BenchServer::Settle(const std::string& table) {
+  Run("truncate " + table);
+  Run("checkpoint");
+}
+
+Answer Run(PGconn* link, const std::string& statement) {
+  Answer answer(PQexec(link, statement.c_str()));
+  const ExecStatusType status = PQresultStatus(answer.get());
+  Require(status == PGRES_COMMAND_OK || status == PGRES_TUPLES_OK || status == PGRES_COPY_IN,
+          statement + ": " + PQresultErrorMessage(answer.get()));
+  return answer;
+}
+
+}  // namespace bench

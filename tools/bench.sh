@@ -1,0 +1,60 @@
+#!/usr/bin/env bash
+# Measures the library against the same work done by hand over libpq, on a private PostgreSQL:
+#
+#   tools/bench.sh [--rounds N] [PROGRAM]...
+#
+# installs what is missing, builds, and runs the programs of benchmarks/ (all, or those named). The ways to do a thing
+# take turns, N times each (9); the figures are medians, the last column is the ratio to the first way of the same
+# round. A machine that does something else meanwhile disturbs the times, less the ratios.
+set -euo pipefail
+here=$(cd "$(dirname "$0")" && pwd)
+root=$(dirname "$here")
+# shellcheck source=tools/lib/say.sh
+. "$here/lib/say.sh"
+# shellcheck source=tools/lib/run.sh
+. "$here/lib/run.sh"
+# shellcheck source=tools/lib/server.sh
+. "$here/lib/server.sh"
+# shellcheck source=tools/lib/machine.sh
+. "$here/lib/machine.sh"
+
+programs=(copy_text memory_use read_history insert_history)
+folder=$root/build/bench
+export DBMSAPI_BENCH_RESULTS=$folder/results.tsv
+
+if [ "${1:-}" = --rounds ]; then
+  export DBMSAPI_BENCH_ROUNDS=${2:?--rounds needs a number}
+  shift 2
+fi
+[ $# -eq 0 ] || programs=("$@")
+
+run() { run_to_the_end "$folder/benchmarks/$1" "${@:2}"; }
+
+run_program() {
+  case $1 in
+    copy_text) run copy_text --benchmark_repetitions=7 --benchmark_report_aggregates_only=true ;;
+    memory_use)
+      run memory_use insert 10000000
+      run memory_use read 1000000
+      ;;
+    *) run "$1" ;;
+  esac
+}
+
+"$here/install_dependencies.sh" bench
+say "building"
+run_quietly "$folder.configure.log" cmake -S "$root" --preset bench
+run_quietly "$folder.build.log" cmake --build "$folder"
+
+# Durable as delivered. What would fall into one turn and not into another is kept out: the programs ask for
+# checkpoints between the turns, and for vacuum where they need it.
+server_start "$root/build" max_wal_size=8GB checkpoint_timeout=1h autovacuum=off
+export DBMSAPI_TEST_HOST=$SERVER_HOST DBMSAPI_TEST_PORT=$SERVER_PORT
+export DBMSAPI_TEST_USER=$SERVER_USER DBMSAPI_TEST_PASSWORD=$SERVER_PASSWORD
+
+rm -f "$DBMSAPI_BENCH_RESULTS"
+describe_machine
+for program in "${programs[@]}"; do
+  echo
+  run_program "$program"
+done
