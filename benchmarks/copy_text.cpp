@@ -2,9 +2,8 @@
 
 #include <benchmark/benchmark.h>
 
-#include <unordered_map>
-
 #include "DbmsAPI/history/CopyText.h"
+#include "DbmsAPI/history/TagTexts.h"
 #include "Plant.h"
 
 namespace {
@@ -15,16 +14,18 @@ constexpr std::size_t kFlushBytes = 4 * 1024 * 1024;
 // As the bulk insert makes it: the name looked up, the line appended, the text given away every 4 MiB.
 void CopyText(benchmark::State& state, bench::Values values, bench::Order order, std::size_t tags) {
   const auto samples = bench::PlantSamples(kSamples, tags, values, order);
-  std::unordered_map<std::wstring, std::string> names;
+  TagTexts::Cache names;
   std::string text;
   text.reserve(kFlushBytes + kFlushBytes / 16);
   for (auto _ : state) {
+    CopyLines lines(text);
+    TagTexts texts(names);
     for (const LogSample& sample : samples) {
       if (!IsStorable(sample)) continue;
-      const auto [name, isNew] = names.try_emplace(sample.tagName);
-      if (isNew) name->second = CopyName(sample.tagName);
-      AppendCopyLine(text, sample.timeMs, name->second, sample.value);
-      if (text.size() >= kFlushBytes) text.clear();
+      lines.Append(sample.timeMs, texts.Of(sample.tagName), sample.value);
+      if (lines.size() < kFlushBytes) continue;
+      lines.Finish();
+      text.clear();
     }
     benchmark::DoNotOptimize(text.data());
   }

@@ -4,6 +4,7 @@
 
 #include "../frame/Operation.h"
 #include "CopyText.h"
+#include "TagTexts.h"
 #include "port/Debug.h"
 #include "port/Format.h"
 #include "port/InvalidParameter.h"
@@ -30,8 +31,6 @@ constexpr std::size_t kMessageBuffer = 256;
 constexpr int kCommandOk = 1;  // PGRES_COMMAND_OK
 constexpr int kCopyIn = 4;     // PGRES_COPY_IN
 
-using NameCache = std::unordered_map<std::wstring, std::string>;
-
 // One batch on its way through the session's native connection. Each step answers false when it failed, with
 // the server's text in lastError.
 class Batch {
@@ -41,14 +40,14 @@ class Batch {
         conn_(static_cast<const pgConnectionHandles&>(*connection.NativeHandles()).conn),
         lastError_(lastError) {}
 
-  bool Store(const std::vector<LogSample>& samples, NameCache& names, std::string& buffer);
+  bool Store(const std::vector<LogSample>& samples, TagTexts::Cache& names, std::string& buffer);
 
  private:
   bool Step(const char* statement, const wchar_t* name);
   bool RunStatement(const char* statement);
   bool StartCopy();
-  bool Copy(const std::vector<LogSample>& samples, NameCache& names, std::string& buffer);
-  bool SendSamples(const std::vector<LogSample>& samples, NameCache& names, std::string& buffer);
+  bool Copy(const std::vector<LogSample>& samples, TagTexts::Cache& names, std::string& buffer);
+  bool SendSamples(const std::vector<LogSample>& samples, TagTexts::Cache& names, std::string& buffer);
   bool Flush(std::string& buffer);
   bool FinishCopy(bool sent);
 
@@ -73,7 +72,7 @@ bool Batch::Step(const char* statement, const wchar_t* name) {
   return false;
 }
 
-bool Batch::Store(const std::vector<LogSample>& samples, NameCache& names, std::string& buffer) {
+bool Batch::Store(const std::vector<LogSample>& samples, TagTexts::Cache& names, std::string& buffer) {
   if (!Step(kCreateStaging, L"CREATE TEMP TABLE") || !Step("BEGIN", L"BEGIN")) return false;
   if (!Step(kTruncateStaging, L"TRUNCATE") || !StartCopy() || !Copy(samples, names, buffer) ||
       !Step(kMoveToHistory, L"insert")) {
@@ -96,22 +95,25 @@ bool Batch::StartCopy() {
   return started;
 }
 
-bool Batch::Copy(const std::vector<LogSample>& samples, NameCache& names, std::string& buffer) {
+bool Batch::Copy(const std::vector<LogSample>& samples, TagTexts::Cache& names, std::string& buffer) {
   if (FinishCopy(SendSamples(samples, names, buffer))) return true;
   port::WriteDebugLine(L"[InsertLogData] COPY data send failed\n");
   return false;
 }
 
-bool Batch::SendSamples(const std::vector<LogSample>& samples, NameCache& names, std::string& buffer) {
+bool Batch::SendSamples(const std::vector<LogSample>& samples, TagTexts::Cache& names, std::string& buffer) {
   buffer.clear();
   buffer.reserve(std::max(kBytesPerSample * samples.size(), kFlushBytes));
+  CopyLines lines(buffer);
+  TagTexts texts(names);
   for (const LogSample& sample : samples) {
     if (!IsStorable(sample)) continue;
-    const auto [name, isNew] = names.try_emplace(sample.tagName);
-    if (isNew) name->second = CopyName(sample.tagName);
-    AppendCopyLine(buffer, sample.timeMs, name->second, sample.value);
-    if (buffer.size() >= kFlushBytes && !Flush(buffer)) return false;
+    lines.Append(sample.timeMs, texts.Of(sample.tagName), sample.value);
+    if (lines.size() < kFlushBytes) continue;
+    lines.Finish();
+    if (!Flush(buffer)) return false;
   }
+  lines.Finish();
   return buffer.empty() || Flush(buffer);
 }
 
