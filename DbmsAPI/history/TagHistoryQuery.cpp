@@ -26,11 +26,16 @@ bool TirelScada::GetLogData(std::int64_t startTime, std::int64_t endTime,
                             std::unordered_map<std::wstring, std::vector<LogPoint>>& data) {
   return Run([&](SACommand& command) {
     Execute(command, SamplesQuery(data, startTime, endTime));
+    // The rows come ordered by tag: its points are looked up once for all its rows.
+    std::pair<const std::wstring, std::vector<LogPoint>>* tag = nullptr;
     while (command.FetchNext()) {
-      const SAString tag = command.Field(1).asString();
+      const SAString name = command.Field(1).asString();
+      if (!tag || tag->first != static_cast<const SAChar*>(name)) {
+        tag = &*data.try_emplace(static_cast<const SAChar*>(name)).first;
+      }
       const double time = command.Field(2).asDouble();
       const SAField& value = command.Field(3);
-      data[static_cast<const SAChar*>(tag)].push_back({time, value.isNull() ? DBL_MAX : value.asDouble()});
+      tag->second.push_back({time, value.isNull() ? DBL_MAX : value.asDouble()});
     }
   });
 }

@@ -80,8 +80,13 @@ std::int64_t ParseInteger(std::string_view text, std::int64_t least, std::int64_
 }
 
 double ParseDouble(std::string_view text) {
-  const std::string_view number = Bare(text);
   double value = 0;
+  const char* const textEnd = text.data() + text.size();
+  const auto whole = std::from_chars(text.data(), textEnd, value);
+  if (whole.ptr == textEnd && whole.ec == std::errc())
+    return value;  // a bare number, as the server writes it
+
+  const std::string_view number = Bare(text);
   const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), value);
   if (number.empty() || end != number.data() + number.size() || error == std::errc::invalid_argument) {
     throw NoNumber(text);

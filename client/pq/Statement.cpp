@@ -135,8 +135,9 @@ void Statement::ShowRow() {
   const PGresult* row = row_.get();
   int column = 0;
   for (Cell& cell : cells_) {
-    cell.data = row && !PQgetisnull(row, 0, column) ? PQgetvalue(row, 0, column) : nullptr;
-    cell.length = cell.data ? PQgetlength(row, 0, column) : 0;
+    cell.length = row ? PQgetlength(row, 0, column) : 0;
+    const bool isNull = cell.length == 0 && (!row || PQgetisnull(row, 0, column));
+    cell.data = isNull ? nullptr : PQgetvalue(row, 0, column);
     ++column;
   }
 }
