@@ -47,7 +47,8 @@ enum class DbmsType : int {
 class DBMSAPI_EXPORT Dbms {
  public:
   // Chooses the host to go to. Called with the current host after a lost connection and with null on a
-  // role change; the text returned (never null, NUL-terminated) becomes the host. Set by the client.
+  // role change; the text returned (never null, NUL-terminated) becomes the host. Set by the client, before
+  // another thread may broadcast a role change.
   std::function<const wchar_t*(const wchar_t*)> hostSelector;
 
   // Keeps the parameters and makes a connection object. Connects and registers nothing.
