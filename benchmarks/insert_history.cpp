@@ -1,48 +1,68 @@
-// InsertLogData against the same statements sent by hand with text made beforehand.
+// InsertLogData against the same statements sent by hand with text made beforehand, and against other
+// libraries, over the size of a batch:
+//   insert_history [SIZE COUNT]...     batches of a size, and how many a turn
 
 #include "BenchServer.h"
 #include "Paired.h"
 #include "Plant.h"
-#include "floor/History.h"
+#include "floor/ByHand.h"
+#include "peers/Peer.h"
 
 namespace {
 
 constexpr std::size_t kTags = 1000;
+constexpr std::size_t kMostByPeers = 100000;  // samples a turn: row by row they take long
 
-// So many batches of one size a turn; each turn starts with an empty table, so that every batch is new to it.
-void RaceBatches(bench::BenchServer& server, std::size_t batchSize, std::size_t batches) {
-  const auto dbms = server.Library();
-  const bench::Link link = server.Connect();
-  const auto all =
-      bench::PlantSamples(batchSize * batches, kTags, bench::Values::TenDigits, bench::Order::ByCycle);
-
+struct Batches {
   std::vector<std::vector<LogSample>> samples;
   std::vector<std::vector<std::string>> pieces;
-  for (std::size_t i = 0; i < batches; ++i) {
-    const auto first = all.begin() + static_cast<std::ptrdiff_t>(i * batchSize);
-    samples.emplace_back(first, first + static_cast<std::ptrdiff_t>(batchSize));
-    pieces.push_back(hand::CopyPieces(samples.back()));
-  }
+};
 
+Batches MakeBatches(std::size_t size, std::size_t count) {
+  const auto all = bench::PlantSamples(size * count, kTags, bench::Values::TenDigits, bench::Order::ByCycle);
+  Batches batches;
+  for (std::size_t i = 0; i < count; ++i) {
+    const auto first = all.begin() + static_cast<std::ptrdiff_t>(i * size);
+    batches.samples.emplace_back(first, first + static_cast<std::ptrdiff_t>(size));
+    batches.pieces.push_back(hand::CopyPieces(batches.samples.back()));
+  }
+  return batches;
+}
+
+// Each turn starts with an empty table, so that every sample is new to it.
+void RaceBatches(bench::BenchServer& server, std::size_t size, std::size_t count) {
+  const auto dbms = server.Library();
+  const bench::Link link = server.Connect();
+  const Batches batches = MakeBatches(size, count);
   const auto settle = [&] { server.Settle("datalog"); };
-  bench::Race(std::to_string(batches) + " x InsertLogData", batchSize,
-              {{"by hand", settle,
-                [&] {
-                  for (const auto& batch : pieces) hand::InsertHistory(link.get(), batch);
-                }},
-               {"library", settle, [&] {
-                  for (const auto& batch : samples)
-                    bench::Require(dbms->InsertLogData(batch), "InsertLogData");
-                }}});
+  const auto byHand = [&] {
+    for (const auto& batch : batches.pieces) hand::InsertHistory(link.get(), batch);
+  };
+  const auto library = [&] {
+    for (const auto& batch : batches.samples) bench::Require(dbms->InsertLogData(batch), "InsertLogData");
+  };
+  std::vector<bench::Contender> contenders = {{"by hand", settle, byHand}, {"library", settle, library}};
+  const auto others = peers::AllPeers(server);
+  for (const auto& one : others) {
+    if (size * count > kMostByPeers) break;
+    contenders.push_back({one->Name(), settle, [&batches, peer = one.get()] {
+                            for (const auto& batch : batches.samples) peer->InsertHistory(batch);
+                          }});
+  }
+  bench::Race("InsertLogData, " + std::to_string(count) + " times", size, contenders);
 }
 
 }  // namespace
 
-int main() {
+int main(int argc, char** argv) {
   bench::BenchServer server("bench_insert_history");
   const auto dbms = server.Library();
   bench::Require(dbms->CreateSystemLogTable(0) && dbms->CreateLogTable(0), "creating the tables");
+  for (int i = 1; i + 1 < argc; i += 2) RaceBatches(server, std::stoul(argv[i]), std::stoul(argv[i + 1]));
+  if (argc > 1) return 0;
   RaceBatches(server, 1000, 1000);
+  RaceBatches(server, 1000, 10);
+  RaceBatches(server, 10000, 1);
   RaceBatches(server, 100000, 1);
   RaceBatches(server, 1000000, 1);
 }

@@ -3,7 +3,7 @@
 
 #include "../BenchServer.h"
 #include "../Paired.h"
-#include "History.h"
+#include "ByHand.h"
 
 namespace hand {
 namespace {

@@ -1,0 +1,91 @@
+// Operations that are one statement: many small ones, and a large one.
+
+#include "BenchServer.h"
+#include "Paired.h"
+#include "Plant.h"
+#include "floor/ByHand.h"
+
+namespace {
+
+constexpr std::size_t kCalls = 10000;
+
+std::vector<SystemLogRecord> Records() {
+  std::vector<SystemLogRecord> records;
+  for (std::size_t i = 0; i < kCalls; ++i) {
+    records.push_back({bench::kPlantStartMs + static_cast<std::int64_t>(i), 1, 2, 3, 4,
+                       i % 2 == 0 ? L"operator" : std::wstring(), L"Connection to controller 17 lost"});
+  }
+  return records;
+}
+
+void RaceSystemLog(bench::BenchServer& server, Dbms& dbms, PGconn* link) {
+  const auto records = Records();
+  const auto parameters = hand::SystemLogParameters(records);
+  hand::Prepare(link, "log", "insert into system_log values (to_timestamp($1),$2,$3,$4,$5,$6,$7)",
+                parameters.front());
+  const auto settle = [&] { server.Settle("system_log"); };
+  bench::Race("InsertSystemLog", kCalls,
+              {{"by hand", settle,
+                [&] {
+                  for (const auto& one : parameters) hand::RunPrepared(link, "log", one);
+                }},
+               {"library", settle,
+                [&] { bench::Require(dbms.InsertSystemLog(records) == kCalls, "InsertSystemLog"); }}});
+}
+
+// A statement that finds nothing to do, so that what it costs is its way.
+void RaceDeleteRecipe(Dbms& dbms, PGconn* link) {
+  bench::Require(dbms.CreateRecipeTable(), "recipe");
+  constexpr char kDelete[] = "delete from recipe where model_name = $1 and name = $2";
+  hand::Parameters parameters;
+  parameters.Add(std::wstring(L"mixer"));
+  parameters.Add(std::wstring(L"light"));
+  parameters.Finish();
+  hand::Prepare(link, "recipe", kDelete, parameters);
+  bench::Race("DeleteRecipe", kCalls,
+              {{"by hand", nullptr,
+                [&] {
+                  for (std::size_t i = 0; i < kCalls; ++i) hand::RunWith(link, kDelete, parameters);
+                }},
+               {"library", nullptr,
+                [&] {
+                  for (std::size_t i = 0; i < kCalls; ++i) {
+                    bench::Require(dbms.DeleteRecipe(L"mixer", L"light"), "DeleteRecipe");
+                  }
+                }},
+               {"by hand, prepared once", nullptr, [&] {
+                  for (std::size_t i = 0; i < kCalls; ++i) hand::RunPrepared(link, "recipe", parameters);
+                }}});
+}
+
+void RaceReportRows(bench::BenchServer& server, Dbms& dbms, PGconn* link, std::size_t count) {
+  std::vector<ReportAnalogData> rows;
+  for (std::size_t i = 0; i < count; ++i) {
+    ReportAnalogData& row = rows.emplace_back();
+    row.time = row.min_time = row.max_time = row.diff_min_time = row.diff_max_time =
+        bench::kPlantStartMs / 1000;
+    row.tag_name = bench::TagName(i);
+    row.count = 60;
+    row.sum = row.avg = row.last = row.max = 100.0 / 3 * static_cast<double>(i);
+  }
+  const auto parameters = hand::ReportParameters(rows);
+  const auto statement = hand::ReportStatement("report_data_analog_hour", count);
+  const auto settle = [&] { server.Settle("report_data_analog_hour"); };
+  bench::Race("InsertReportAnalogData", count,
+              {{"by hand", settle, [&] { hand::RunWith(link, statement, parameters); }},
+               {"library", settle, [&] {
+                  bench::Require(dbms.InsertReportAnalogData(L"hour", rows), "InsertReportAnalogData");
+                }}});
+}
+
+}  // namespace
+
+int main() {
+  bench::BenchServer server("bench_single_statements");
+  const auto dbms = server.Library();
+  const bench::Link link = server.Connect();
+  bench::Require(dbms->CreateSystemLogTable(0) && dbms->CreateReportDataTables(0), "creating the tables");
+  RaceDeleteRecipe(*dbms, link.get());
+  RaceSystemLog(server, *dbms, link.get());
+  for (const std::size_t rows : {375u, 750u, 1500u, 3000u}) RaceReportRows(server, *dbms, link.get(), rows);
+}
