@@ -45,14 +45,14 @@ if [ ${#stages[@]} -eq 0 ]; then
   [ ${#selection[@]} -gt 0 ] || stages+=(asan tsan clang)
 fi
 
-# build STAGE [CMAKE OPTION]...
+# build STAGE TARGET [CMAKE OPTION]...
 build() {
-  local stage=$1 folder=$root/build/$1 preset=$1
-  shift
+  local stage=$1 target=$2 folder=$root/build/$1 preset=$1
+  shift 2
   [ "$stage" != clang ] || preset=dev
   say "building $stage"
   run_quietly "$folder.configure.log" cmake -S "$root" --preset "$preset" -B "$folder" "$@"
-  run_quietly "$folder.build.log" cmake --build "$folder"
+  run_quietly "$folder.build.log" cmake --build "$folder" --target "$target"
 }
 
 # run_tests STAGE [CTEST OPTION]...: no test at all is a failure.
@@ -82,20 +82,20 @@ run_stage() {
   local stage=$1 since=$SECONDS
   case $stage in
     dev)
-      build dev
+      build dev all
       run_tests dev
       [ ${#selection[@]} -gt 0 ] || run_timescale
       ;;
     asan)
-      build asan
+      build asan all
       run_tests asan --label-regex '^(unit|server)$'
       ;;
     tsan)
-      build tsan -DDBMSAPI_BUILD_EXAMPLES=OFF
+      build tsan thread_tests -DDBMSAPI_BUILD_EXAMPLES=OFF
       run_tests tsan --label-regex '^threads$'
       ;;
     clang)
-      build clang -DCMAKE_CXX_COMPILER=clang++
+      build clang all -DCMAKE_CXX_COMPILER=clang++
       note clang "$since" 'builds without a warning'
       return
       ;;
