@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Shows the library at work: installs what is missing, builds, starts a private PostgreSQL, loads measurements into
-# tag history, reads them back and compares every sample.
+# tag history, reads them back and compares every sample; then does the same with alarms and an hour report that it
+# makes of them.
 #
 #   tools/demo.sh [FILE.csv] [--zone ZONE] [--retention DAYS]
 #

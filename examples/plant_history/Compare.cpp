@@ -3,9 +3,10 @@
 #include <cfloat>
 #include <charconv>
 #include <cmath>
-#include <iostream>
-#include <unordered_map>
 
+#include "Difference.h"
+#include "Findings.h"
+#include "History.h"
 #include "Interrupt.h"
 #include "Progress.h"
 #include "Stage.h"
@@ -15,9 +16,6 @@ namespace plant {
 namespace {
 
 constexpr int kDigitsKept = 10;  // of a value, by the library
-constexpr std::uint64_t kMismatchesShown = 5;
-
-using History = std::unordered_map<std::wstring, std::vector<LogPoint>>;
 
 // What a value of the file reads once stored.
 double AsStored(double value) {
@@ -30,8 +28,6 @@ double AsStored(double value) {
   return value;
 }
 
-std::int64_t Milliseconds(const LogPoint& point) { return std::llround(point.time * 1000); }
-
 // Points are in the order of their times.
 const LogPoint* Find(const std::vector<LogPoint>& points, std::int64_t time_ms) {
   const auto found =
@@ -40,14 +36,10 @@ const LogPoint* Find(const std::vector<LogPoint>& points, std::int64_t time_ms) 
   return found != points.end() && Milliseconds(*found) == time_ms ? &*found : nullptr;
 }
 
-std::string Describe(double value) {
-  if (value == DBL_MAX) return "no value";
-  std::array<char, 32> text;
-  return {text.data(), std::to_chars(text.data(), text.data() + text.size(), value).ptr};
-}
+std::string Describe(double value) { return value == DBL_MAX ? "no value" : Exact(value); }
 
 // Reads the times that the rows span, for every tag.
-History ReadHistory(Stage& stage, const std::vector<PlantRow>& rows) {
+History ReadSpan(Stage& stage, const std::vector<PlantRow>& rows) {
   std::int64_t first = INT64_MAX;
   std::int64_t last = 0;
   for (const PlantRow& row : rows) {
@@ -55,29 +47,33 @@ History ReadHistory(Stage& stage, const std::vector<PlantRow>& rows) {
     first = std::min(first, row.time_ms);
     last = std::max(last, row.time_ms);
   }
-  History history;
-  if (last == 0) return history;
-  for (const std::wstring& tag : stage.tag_names) history[tag];
-  Require(stage, stage.dbms->GetLogData(first / 1000, last / 1000 + 1, history), "read samples back");
-  return history;
+  return last == 0 ? History() : ReadHistory(stage, first / 1000, last / 1000 + 1);
 }
 
-void Report(Stage& stage, const PlantRow& row, std::size_t tag, const LogPoint* point) {
-  if (++stage.mismatches > kMismatchesShown) return;
-  stage.terminal.ClearDrawing();
-  std::cerr << "plant_history: " << OneLine(stage.options.file) << ": line " << row.line << ", column "
-            << tag + 2 << " (" << stage.tags[tag] << "): the file has " << Describe(row.values[tag])
-            << ", the database " << (point != nullptr ? Describe(point->value) : "no such sample") << '\n';
+std::string Describe(const Stage& stage, const PlantRow& row, std::size_t tag, const LogPoint* point) {
+  return OneLine(stage.options.file) + ": line " + std::to_string(row.line) + ", column " +
+         std::to_string(tag + 2) + " (" + stage.tags[tag] + "): the file has " + Describe(row.values[tag]) +
+         ", the database " + (point != nullptr ? Describe(point->value) : "no such sample");
 }
 
-void CompareRow(Stage& stage, const PlantRow& row, const History& history) {
+// Takes a sample into what is kept of all of them.
+void Count(Stage& stage, std::size_t tag, std::int64_t time_ms, double value) {
+  if (value == DBL_MAX) {
+    stage.courses[tag].Add(time_ms, {});
+    return;
+  }
+  stage.courses[tag].Add(time_ms, value);
+  stage.percentiles[tag].Add(value);
+}
+
+void CompareRow(Stage& stage, const PlantRow& row, const History& history, Findings& findings) {
   for (std::size_t tag = 0; tag < row.values.size(); ++tag) {
     if (!IsStored(row.time_ms, row.values[tag])) continue;
     const LogPoint* point = Find(history.at(stage.tag_names[tag]), row.time_ms);
-    if (point == nullptr || point->value != AsStored(row.values[tag])) Report(stage, row, tag, point);
-    if (point == nullptr) continue;
-    const bool gap = point->value == DBL_MAX;
-    stage.courses[tag].Add(row.time_ms, gap ? std::nullopt : std::optional(point->value));
+    if (point == nullptr || point->value != AsStored(row.values[tag])) {
+      findings.Add(Describe(stage, row, tag, point));
+    }
+    if (point != nullptr) Count(stage, tag, row.time_ms, point->value);
   }
 }
 
@@ -88,23 +84,25 @@ void CompareRow(Stage& stage, const PlantRow& row, const History& history) {
 void Compare(Stage& stage) {
   PlantFile file(stage.options.file);
   RequireSameTags(stage, file);
+  stage.percentiles.assign(stage.tags.size(), Percentile99(stage.loaded.rows));
   stage.courses.assign(stage.tags.size(), TagCourse(stage.loaded.first_ms, stage.loaded.last_ms));
+  Findings findings(stage);
   Progress progress(stage.terminal, "read back", file.bytes());
   std::uint64_t done = 0;
   while (true) {
     ThrowIfInterrupted();
     const auto rows = file.ReadRows(RowsPerBatch(stage));
     if (rows.empty()) break;
-    const History history = ReadHistory(stage, rows);
-    for (const PlantRow& row : rows) CompareRow(stage, row, history);
+    const History history = ReadSpan(stage, rows);
+    for (const PlantRow& row : rows) {
+      CompareRow(stage, row, history, findings);
+      if (row.time_ms >= 1) stage.hours.Add(row.time_ms);
+    }
     done += rows.size();
     progress.Show(file.bytes_read(), done, done * stage.tags.size());
   }
   stage.terminal.Fact("read back", FormatThroughput(done, stage.loaded.samples, progress.Seconds()));
-  std::string verdict = "every sample is in the database as in the file";
-  if (stage.mismatches == 1) verdict = "1 sample is not as in the file";
-  if (stage.mismatches > 1) verdict = FormatCount(stage.mismatches) + " samples are not as in the file";
-  stage.terminal.Fact("compared", verdict);
+  findings.Tell("sample", "as in the file");
 }
 
 }  // namespace plant

@@ -30,6 +30,12 @@ std::string ExtensionVersion(Stage& stage) {
   return command.FetchNext() ? Narrow(static_cast<const wchar_t*>(command.Field(1).asString())) : "";
 }
 
+// Behind the semicolon stand settings of the session. Report rows read back right only in a session whose
+// zone is the process's own, and UTC is the one that both can be in whatever the zone of the file.
+std::string InUtc(const std::string& database) {
+  return database + (database.find(';') == database.npos ? ";" : " ") + "-c timezone=UTC";
+}
+
 }  // namespace
 
 void Require(Stage& stage, bool succeeded, const std::string& doing) {
@@ -40,7 +46,7 @@ void Connect(Stage& stage) {
   SetDbmsDebugSink([](const wchar_t*) {});  // a failure is told once, by GetLastError
   const Options& options = stage.options;
   stage.dbms = Dbms::GetDbms(DbmsType::PostgreSQL, Widen(options.host).c_str(), options.port,
-                             Widen(options.database).c_str(), Widen(options.user).c_str(),
+                             Widen(InUtc(options.database)).c_str(), Widen(options.user).c_str(),
                              Widen(options.password).c_str());
   std::wstring server;
   const std::string address = options.host + ':' + std::to_string(options.port);

@@ -15,9 +15,11 @@ constexpr char kUsage[] =
     R"(usage: plant_history [OPTION VALUE]... FILE
 
 Loads a CSV file of plant measurements into tag history, reads it back, compares
-every sample with the file and shows what each tag did. The first column is the
-time in ISO 8601, every other column a tag; an empty cell is a sample without a
-value.
+every sample with the file and shows what each tag did. Then raises an alarm
+wherever a tag is above its limit, the 99th percentile of its samples, and
+reports every tag hour by hour; both are read back and compared as well. The
+first column is the time in ISO 8601, every other column a tag; an empty cell is
+a sample without a value.
 
   --zone ZONE       the time zone of times that name none, as in Europe/Berlin
                     (UTC); a time that it has twice when summer time ends is the
@@ -29,8 +31,8 @@ value.
   --user USER       who logs in (postgres)
   --password TEXT   with what password ($PGPASSWORD)
 
-Exit status: 0 all samples are stored as in the file, 1 they are not or the
-server failed, 2 the command line or the file is wrong, 130 interrupted.
+Exit status: 0 everything is stored as it should be, 1 it is not or the server
+failed, 2 the command line or the file is wrong, 130 interrupted.
 )";
 
 int ParseNumber(const std::string& option, const std::string& text, int least, int most) {

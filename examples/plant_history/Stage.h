@@ -11,9 +11,13 @@
 #include <string>
 #include <vector>
 
+#include "AlarmWatch.h"
+#include "Hours.h"
 #include "Options.h"
+#include "Percentile.h"
 #include "PlantFile.h"
 #include "Statistics.h"
+#include "Stretch.h"
 #include "Terminal.h"
 
 namespace plant {
@@ -38,8 +42,12 @@ struct Stage {
   std::vector<std::string> tags;        // in the order of the columns
   std::vector<std::wstring> tag_names;  // the same, as the library takes them
   Loaded loaded;
-  std::vector<TagCourse> courses;  // per tag, of what was read back
-  std::uint64_t mismatches = 0;
+  OccupiedHours hours;                    // of what was read back
+  std::vector<TagCourse> courses;         // per tag, of the same
+  std::vector<Percentile99> percentiles;  // per tag, of the same
+  std::vector<AlarmWatch> watches;        // per tag
+  std::vector<HourSummary> summaries;     // per tag
+  std::uint64_t mismatches = 0;           // of all that was written and read back
 };
 
 // The library or the server could not do what an act asked for.
@@ -66,5 +74,9 @@ void Load(Stage& stage);          // Load.cpp: the file into tag history
 void Compare(Stage& stage);       // Compare.cpp: tag history against the file
 void ShowTags(Stage& stage);      // ShowTags.cpp: a line per tag
 void ShowOldest(Stage& stage);    // ShowTags.cpp: the oldest sample of tag history
+void RaiseAlarms(Stage& stage);   // RaiseAlarms.cpp: alarms where a tag is above its limit
+void ShowAlarms(Stage& stage);    // ShowAlarms.cpp: a line per tag
+void ReportHours(Stage& stage);   // ReportHours.cpp: the hour report and its watermark
+void ShowHours(Stage& stage);     // ShowHours.cpp: a line per tag
 
 }  // namespace plant

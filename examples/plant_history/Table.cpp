@@ -26,10 +26,15 @@ void Table::AddRow(std::vector<std::string> cells) { rows_.push_back({std::move(
 
 void Table::AddRemark(std::string text) { rows_.back().remark = std::move(text); }
 
-std::size_t Table::WidthOf(std::size_t column) const {
+// What the widest cell of a column takes.
+std::size_t Table::CellsOf(std::size_t column) const {
   std::size_t width = DisplayWidth(columns_[column].heading);
   for (const Row& row : rows_) width = std::max(width, DisplayWidth(row.cells[column]));
-  return column == 0 ? std::min(width, most_of_first_) : width;
+  return width;
+}
+
+std::size_t Table::WidthOf(std::size_t column) const {
+  return column == 0 ? std::min(CellsOf(column), most_of_first_) : CellsOf(column);
 }
 
 // What stands before a column: blanks, or a bar between them; the same of another text draws a rule.
@@ -49,10 +54,17 @@ std::size_t Table::Rest(const Terminal& terminal, std::size_t gap) const {
 }
 
 // Columns move together where the last would get little otherwise.
-std::size_t Table::GapOf(const Terminal& terminal) const { return Rest(terminal, 2) < kFairLast ? 1 : 2; }
+std::size_t Table::GapOf(const Terminal& terminal) const {
+  return Rest(terminal, 2) < std::max(kFairLast, CellsOf(columns_.size() - 1)) ? 1 : 2;
+}
 
 std::size_t Table::WidthOfLast(const Terminal& terminal) const {
   return std::clamp(Rest(terminal, GapOf(terminal)), kLeastOfLast, kMostOfLast);
+}
+
+void Table::MakeRoom(const Terminal& terminal, std::size_t least_of_first) {
+  const std::size_t wanted = CellsOf(columns_.size() - 1);
+  while (WidthOfLast(terminal) < wanted && most_of_first_ > least_of_first) --most_of_first_;
 }
 
 std::vector<std::size_t> Table::Widths(const Terminal& terminal) const {

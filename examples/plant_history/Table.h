@@ -29,6 +29,9 @@ class Table {
   // Completes a row by its last cell.
   void SetLast(std::size_t row, std::string cell) { rows_[row].cells.back() = std::move(cell); }
 
+  // Narrows the first column until the last has room for its cells, though not to less than so many.
+  void MakeRoom(const Terminal& terminal, std::size_t least_of_first);
+
   void Print(Terminal& terminal) const;
 
  private:
@@ -39,6 +42,7 @@ class Table {
 
   enum class Style { Plain, Heading };
 
+  std::size_t CellsOf(std::size_t column) const;
   std::size_t WidthOf(std::size_t column) const;
   std::vector<std::size_t> Widths(const Terminal& terminal) const;
   std::size_t GapOf(const Terminal& terminal) const;

@@ -1,5 +1,6 @@
 // Loads a CSV file of plant measurements into tag history, reads it back, compares every sample with the file
-// and shows what each tag did.
+// and shows what each tag did. Then raises alarms where a tag is above its limit and reports the tags' hours,
+// reads both back and compares.
 #include <SQLAPI.h>
 
 #include <chrono>
@@ -26,7 +27,9 @@ constexpr Act kActs[] = {
     {"open the file", OpenFile},        {"connect", Connect},
     {"create tables", CreateTables},    {"load", Load},
     {"read back and compare", Compare}, {"show tags", ShowTags},
-    {"oldest sample", ShowOldest},
+    {"oldest sample", ShowOldest},      {"raise alarms", RaiseAlarms},
+    {"show alarms", ShowAlarms},        {"report hours", ReportHours},
+    {"show hours", ShowHours},
 };
 
 enum ExitStatus { kDone = 0, kFailed = 1, kRefused = 2, kSignalled = 128 };

@@ -54,6 +54,25 @@ TEST(Table, CutsWhatIsTooLong) {
   EXPECT_NE(out.str().find("\n PUMP.… │ \n"), std::string::npos) << out.str();
 }
 
+TEST(Table, MakesRoomForItsLastColumn) {
+  std::ostringstream out;
+  Terminal terminal(out, false, false, 44);
+  Table table(
+      {{"tag", Table::Align::Left}, {"longest", Table::Align::Right, true}, {"from", Table::Align::Left}},
+      20);
+  table.AddRow({"PUMP.PRESSURE_BAR", "5 s", "2026-11-21 21:02"});
+  table.MakeRoom(terminal, 12);
+  table.Print(terminal);
+  EXPECT_NE(out.str().find("\n PUMP.PRESSURE_… │     5 s 2026-11-21 21:02\n"), std::string::npos)
+      << out.str();
+  table.AddRow({"T", "5 s", "2026-11-21 21:02:14.005"});
+  table.MakeRoom(terminal, 12);
+  out.str({});
+  table.Print(terminal);
+  EXPECT_NE(out.str().find("\n PUMP.PRESSU… │"), std::string::npos) << out.str();
+  EXPECT_NE(out.str().find("2026-11-21 21:02:1…\n"), std::string::npos) << out.str();
+}
+
 TEST(Terminal, IsPlainForAFile) {
   std::ostringstream out;
   Terminal terminal(out, false, false, 80);

@@ -41,8 +41,11 @@ case='another value in the database'
 sql "update datalog set value = 5 where tag_name = 'PUMP.SPEED' and value = 21.5"
 run "$file" --zone America/New_York
 expect_status 1
-expect_error "$file: line 2, column 2 (PUMP.SPEED): the file has 21.5, the database 5"
+expected="plant_history: $file: line 2, column 2 (PUMP.SPEED): the file has 21.5, the database 5
+plant_history: hour of PUMP.SPEED from 2024-05-01 12:00:00: sum was 26.75, the database has 43.25"
+[ "$err" = "$expected" ] || fail "$case: said $err"
 expect_out '1 sample is not as in the file'
+expect_out '1 hour is not as it was reported'
 
 case='two values for one time: the first stays'
 fresh_database
@@ -53,7 +56,7 @@ expect_error "$file: line 3, column 2 (a): the file has 2, the database 1"
 expect_stored 1
 
 case='samples that do not arrive'
-sql "truncate datalog; create function lose() returns trigger language plpgsql as 'begin return null; end';
+sql "truncate datalog, report_data_analog_hour; create function lose() returns trigger language plpgsql as 'begin return null; end';
      create trigger lose before insert on datalog for each row when (new.tag_name = 'b') execute function lose()"
 printf 'time,a,b\n2024-05-01 00:00,1,\n2024-05-01 00:01,2,3\n' >"$file"
 run "$file"

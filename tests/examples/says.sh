@@ -1,7 +1,11 @@
 #!/usr/bin/env bash
-# A command succeeds and says a text: says.sh TEXT COMMAND [ARGUMENT]...
+# A command succeeds and says some texts: says.sh TEXT... -- COMMAND [ARGUMENT]...
 set -euo pipefail
-text=$1
+texts=()
+while [ "$1" != -- ]; do
+  texts+=("$1")
+  shift
+done
 shift
 out=$("$@") || {
   status=$?
@@ -9,7 +13,11 @@ out=$("$@") || {
   exit "$status"
 }
 printf '%s\n' "$out"
-[[ $out == *"$text"* ]] || {
-  echo "did not say: $text"
-  exit 1
-}
+status=0
+for text in "${texts[@]}"; do
+  if [[ $out != *"$text"* ]]; then
+    echo "did not say: $text"
+    status=1
+  fi
+done
+exit "$status"
