@@ -9,6 +9,9 @@
 
 run_to_the_end_process=
 
+# A script may have been started without standard input.
+[ -e /dev/fd/0 ] || exec </dev/null
+
 run_to_the_end() {
   local status=0
   env --default-signal=INT --default-signal=QUIT "$@" <&0 &
