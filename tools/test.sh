@@ -23,7 +23,8 @@ root=$(dirname "$here")
 stages=()
 selection=()
 summary=()
-last_line=
+last_line=    # of the ctest run before, that counts its tests
+closing_line=  # the same of the first run, of dev unless it is left out
 
 while [ $# -gt 0 ]; do
   case $1 in
@@ -101,6 +102,7 @@ run_stage() {
       ;;
   esac
   note "$stage" "$since" "$last_line"
+  closing_line=${closing_line:-$last_line}
 }
 
 "$here/install_dependencies.sh" test
@@ -116,5 +118,4 @@ for stage in "${stages[@]}"; do run_stage "$stage"; done
 
 say ""
 printf '%s\n' "${summary[@]}"
-echo
-echo "$last_line"
+[ -z "$closing_line" ] || printf '\n%s\n' "$closing_line"
