@@ -9,9 +9,11 @@ miss() {
   missing=1
 }
 
+# shellcheck disable=SC2016  # the backquotes are the documents' own
 for test in $(grep -oE '`[A-Z][A-Za-z]+\.[A-Z][A-Za-z0-9]+`' docs/kept-behaviours.md | tr -d '`' | sort -u); do
   grep -rqE "TEST(_F|_P)?\(${test%%.*}, ${test##*.}\)" tests || miss docs/kept-behaviours.md "$test"
 done
+# shellcheck disable=SC2016
 for file in $(grep -oE '`(frame|history|reports|records|config)/[A-Za-z]+\.(cpp|h)`' docs/*.md | cut -d: -f2 | tr -d '`' | sort -u); do
   [ -e "DbmsAPI/$file" ] || [ -e "tests/unit/$file" ] || miss docs "$file"
 done
