@@ -10,6 +10,10 @@
 namespace plant {
 namespace {
 
+// Report rows read back right only in a session whose zone is the process's own. UTC is the one that both can
+// be in, whatever the zone of the file. Set once, it lasts: the program ends with its link to the server.
+constexpr wchar_t kSetSessionZone[] = L"set time zone 'UTC'";
+
 constexpr wchar_t kExtensionVersion[] = L"select extversion from pg_extension where extname = 'timescaledb'";
 
 // Codes of the system log belong to the client; these are this program's own.
@@ -30,12 +34,6 @@ std::string ExtensionVersion(Stage& stage) {
   return command.FetchNext() ? Narrow(static_cast<const wchar_t*>(command.Field(1).asString())) : "";
 }
 
-// Behind the semicolon stand settings of the session. Report rows read back right only in a session whose
-// zone is the process's own, and UTC is the one that both can be in whatever the zone of the file.
-std::string InUtc(const std::string& database) {
-  return database + (database.find(';') == database.npos ? ";" : " ") + "-c timezone=UTC";
-}
-
 }  // namespace
 
 void Require(Stage& stage, bool succeeded, const std::string& doing) {
@@ -46,13 +44,14 @@ void Connect(Stage& stage) {
   SetDbmsDebugSink([](const wchar_t*) {});  // a failure is told once, by GetLastError
   const Options& options = stage.options;
   stage.dbms = Dbms::GetDbms(DbmsType::PostgreSQL, Widen(options.host).c_str(), options.port,
-                             Widen(InUtc(options.database)).c_str(), Widen(options.user).c_str(),
+                             Widen(options.database).c_str(), Widen(options.user).c_str(),
                              Widen(options.password).c_str());
   std::wstring server;
   const std::string address = options.host + ':' + std::to_string(options.port);
   Require(stage, stage.dbms->GetServerVersion(server), "reach the server at " + address);
   Require(stage, stage.dbms->Connect(), "connect to database " + options.database);
   stage.terminal.Fact("server", Narrow(server).substr(0, Narrow(server).find(" on ")) + " at " + address);
+  SACommand(stage.dbms->GetConnection().get(), kSetSessionZone).Execute();
   const std::string extension = ExtensionVersion(stage);
   stage.timescale = !extension.empty();
   stage.terminal.Fact("extension", extension.empty() ? "no TimescaleDB in this database: plain tables"

@@ -56,7 +56,8 @@ expect_error "$file: line 3, column 2 (a): the file has 2, the database 1"
 expect_stored 1
 
 case='samples that do not arrive'
-sql "truncate datalog, report_data_analog_hour; create function lose() returns trigger language plpgsql as 'begin return null; end';
+sql "truncate datalog, report_data_analog_hour;
+     create function lose() returns trigger language plpgsql as 'begin return null; end';
      create trigger lose before insert on datalog for each row when (new.tag_name = 'b') execute function lose()"
 printf 'time,a,b\n2024-05-01 00:00,1,\n2024-05-01 00:01,2,3\n' >"$file"
 run "$file"
