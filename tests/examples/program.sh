@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# What the tests of the program share: a fresh database on the test server, and what a run said and stored.
+# What the tests of the programs share: a fresh database on the test server, and what a run said and stored.
 
 program=$1
 : "${DBMSAPI_TEST_HOST:?names no test server; tools/server.sh starts one}"
@@ -32,13 +32,16 @@ fail() {
 
 server=(--host "$PGHOST" --port "$PGPORT" --user "$PGUSER" --database "$database")
 
-# Runs the program; its exit status, and what it wrote, are in $status, $out and $err.
-run() {
+# Runs the program with the arguments given; its exit status, and what it wrote, are in $status, $out and $err.
+start() {
   status=0
-  "$program" "${server[@]}" "$@" >"$work/out" 2>"$work/err" || status=$?
+  "$program" "$@" >"$work/out" 2>"$work/err" || status=$?
   out=$(cat "$work/out")
   err=$(cat "$work/err")
 }
+
+# The same, with options that name the server before them.
+run() { start "${server[@]}" "$@"; }
 
 expect_status() { [ "$status" -eq "$1" ] || fail "$case: exit status $status, expected $1; it said: $err"; }
 expect_out() { [[ $out == *"$1"* ]] || fail "$case: expected '$1' in: $out"; }
