@@ -10,8 +10,8 @@
 namespace plant {
 namespace {
 
-constexpr std::size_t kRowsPerInsert =
-    300;  // of 18 values each; larger statements take the server longer per row
+// Of 18 values each. A statement takes 65,535, but the larger it is the longer it takes for each row.
+constexpr std::size_t kRowsPerInsert = 300;
 constexpr std::int64_t kHour = 3600;
 
 // Instants of report rows are read right up to here, in January 2038.
