@@ -1,5 +1,6 @@
 #include <DbmsAPI/Dbms.h>
 
+#include <iomanip>
 #include <iostream>
 
 // first_steps HOST PORT DATABASE USER PASSWORD
@@ -16,6 +17,7 @@ int main(int argc, char** argv) {
     std::wcerr << dbms->GetLastError() << std::endl;
     return 1;
   }
+  std::wcout << std::fixed << std::setprecision(3);
   for (const LogPoint& point : data[L"PUMP.SPEED"])
     std::wcout << point.time << L" s: " << point.value << std::endl;
 }

@@ -8,8 +8,8 @@ fresh_database
 for case in 'the first time' 'once more'; do
   start "$PGHOST" "$PGPORT" "$database" "$PGUSER" "$PGPASSWORD"
   expect_status 0
-  [ "$out" = '1.7e+09 s: 21.5
-1.7e+09 s: 21.7' ] || fail "$case: said $out"
+  [ "$out" = '1700000000.123 s: 21.500
+1700000001.123 s: 21.700' ] || fail "$case: said $out"
   [ -z "$err" ] || fail "$case: said $err"
 done
 found=$(sql 'select extract(epoch from time), tag_name, value from datalog order by time')
