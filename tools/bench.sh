@@ -18,7 +18,7 @@ root=$(dirname "$here")
 # shellcheck source=tools/lib/machine.sh
 . "$here/lib/machine.sh"
 
-programs=(compare_ten_digits copy_text memory_use read_history insert_history)
+programs=(compare_ten_digits copy_text memory_use read_rows insert_history single_statements eight_threads)
 folder=$root/build/bench
 export DBMSAPI_BENCH_RESULTS=$folder/results.tsv
 

@@ -11,7 +11,8 @@ here=$(cd "$(dirname "$0")" && pwd)
 demo=(g++ cmake ninja-build pkg-config libpq-dev libfmt-dev libutfcpp-dev postgresql-15 tzdata)
 # The second compiler, the test framework, the tools that the checks call.
 test=("${demo[@]}" clang libgtest-dev libgmock-dev binutils git)
-bench=("${demo[@]}" libbenchmark-dev)
+# The benchmark framework, the other libraries that are measured beside ours.
+bench=("${demo[@]}" libbenchmark-dev libpqxx-dev libsoci-dev qtbase5-dev libqt5sql5-psql unixodbc-dev odbc-postgresql)
 
 no_main_cluster=/etc/postgresql-common/createcluster.d/dbmsapi-no-main-cluster.conf
 
