@@ -26,9 +26,19 @@ auto FindNamed(std::vector<Named>& all, const SAString& name) {
 
 class SACommand::Impl {
  public:
-  explicit Impl(std::shared_ptr<pq::Session> session) : statement(std::move(session)) {}
+  explicit Impl(std::shared_ptr<pq::Session> itsSession)
+      : session(std::move(itsSession)), statement(session) {}
+
+  void MakeParameters() {
+    parameters.clear();
+    parameters.reserve(marked->numbers.size() + marked->named.size());
+    for (const int number : marked->numbers) parameters.emplace_back(number);
+    for (const std::wstring& name : marked->named) parameters.emplace_back(SAString(name));
+    next = 0;
+  }
 
   SAParam& ByNumber(int number) {
+    const std::vector<int>& numbers = marked->numbers;
     const auto index = static_cast<std::size_t>(number) - 1;
     if (index < numbers.size() && numbers[index] == number) return parameters[index];
     const auto found = std::lower_bound(numbers.begin(), numbers.end(), number);
@@ -42,11 +52,11 @@ class SACommand::Impl {
     return parameters[next++];
   }
 
+  std::shared_ptr<pq::Session> session;
   SAString text;
-  std::vector<int> numbers;  // of the first parameters, ascending
-  std::vector<SAParam> parameters;
-  std::size_t next = 0;  // to be bound by operator<<
-  pq::Parameters values;
+  std::shared_ptr<const pq::MarkedStatement> marked = pq::NoStatement();
+  std::vector<SAParam> parameters;  // first those with a number, ascending
+  std::size_t next = 0;             // to be bound by operator<<
   pq::Statement statement;
   std::vector<SAField> fields;
 };
@@ -59,19 +69,15 @@ SACommand::SACommand(SAConnection* connection, const SAString& text)
 
 SACommand::~SACommand() = default;
 
-void SACommand::setCommandText(const SAString& text) {
+void SACommand::setCommandText(SAString&& text) {
   // The statement would end there unnoticed.
   if (View(text).find(L'\0') != std::wstring_view::npos)
     throw pq::Misuse(L"The statement holds a NUL character");
-  pq::MarkedStatement marked = pq::ReplaceMarkers(View(text));
+  impl_->marked = impl_->session->Marked(View(text));
+  impl_->text = std::move(text);
   impl_->fields.clear();
-  impl_->statement.SetText(std::move(marked.text));
-  impl_->text = text;
-  impl_->numbers = std::move(marked.numbers);
-  impl_->parameters.clear();
-  impl_->parameters.reserve(marked.names.size());
-  for (std::wstring& name : marked.names) impl_->parameters.emplace_back(SAString(std::move(name)));
-  impl_->next = 0;
+  impl_->statement.Set(impl_->marked);
+  impl_->MakeParameters();
 }
 
 SAString SACommand::CommandText() const { return impl_->text; }
@@ -116,7 +122,10 @@ SACommand& SACommand::operator<<(double value) {
   return *this;
 }
 
-SACommand& SACommand::operator<<(const SAChar* value) { return *this << SAString(value); }
+SACommand& SACommand::operator<<(const SAChar* value) {
+  impl_->NextParameter().setAsString() = value;
+  return *this;
+}
 
 SACommand& SACommand::operator<<(const SAString& value) {
   impl_->NextParameter().setAsString() = value;
@@ -130,9 +139,10 @@ SACommand& SACommand::operator<<(const SANull&) {
 
 void SACommand::Execute() {
   impl_->next = 0;
-  impl_->values.Bind(impl_->parameters);
+  pq::Parameters& values = impl_->session->parameters();
+  values.Bind(impl_->parameters);
   impl_->fields.clear();
-  impl_->statement.Execute(impl_->values);
+  impl_->statement.Execute(values);
   const std::vector<pq::Cell>& cells = impl_->statement.Cells();
   for (std::size_t i = 0; i < cells.size(); ++i) {
     impl_->fields.emplace_back(&cells[i], SAString(impl_->statement.ColumnNames()[i].c_str()));

@@ -14,3 +14,12 @@ SAString::SAString(const char* utf8) {
 }
 
 SAString::SAString(std::wstring text) : text_(std::move(text)) {}
+
+SAString& SAString::operator=(const SAChar* text) {
+  if (text) {
+    text_ = text;
+  } else {
+    text_.clear();
+  }
+  return *this;
+}

@@ -1,3 +1,5 @@
+#include <string>
+
 #include "SQLAPI.h"
 
 void SAValue::setAsNull() { kind_ = Kind::Null; }
@@ -31,4 +33,9 @@ SAString& SAValue::setAsString() {
   if (kind_ != Kind::String) text_ = SAString();
   kind_ = Kind::String;
   return text_;
+}
+
+const SAString& SAParam::Name() const {
+  if (name_.IsEmpty()) name_ = std::to_wstring(number_).c_str();
+  return name_;
 }

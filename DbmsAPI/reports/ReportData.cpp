@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <charconv>
 #include <iterator>
 #include <string_view>
@@ -13,6 +14,8 @@ namespace {
 // {}: kind, period. A list of rows follows.
 constexpr wchar_t kInsertRows[] = L"insert into report_data_{}_{} values";
 constexpr wchar_t kUnlessStored[] = L" ON CONFLICT (time, tag_name) DO NOTHING";
+
+constexpr std::size_t kMarkersOfRow = 300;  // about how many characters they take
 
 // {}: kind, period. A list of tag names follows.
 constexpr wchar_t kGetRows[] = L"select * from report_data_{}_{} where tag_name in (";
@@ -74,8 +77,11 @@ template <class Field>
 void AppendMarker(std::wstring& text, std::size_t number, const Field&) {
   constexpr bool isTime = std::is_same_v<Field, std::int64_t>;
   char digits[24];
+  wchar_t wide[24];
+  char* const end = std::to_chars(digits, std::end(digits), number).ptr;
+  wchar_t* const wideEnd = std::copy(digits, end, wide);
   text += isTime ? L"to_timestamp(:" : L":";
-  text.append(digits, std::to_chars(digits, std::end(digits), number).ptr);
+  text.append(wide, static_cast<std::size_t>(wideEnd - wide));
   text += isTime ? L")," : L",";
 }
 
@@ -84,6 +90,7 @@ template <class Kind>
 std::wstring InsertStatement(const wchar_t* period, const Rows<Kind>& rows) {
   const bool isMinute = IsMinute(period);
   std::wstring text = port::Format(kInsertRows, Kind::kName, period);
+  text.reserve(rows.size() * kMarkersOfRow);
   std::size_t number = 0;
   for (const auto& row : rows) {
     text += L'(';
@@ -93,7 +100,8 @@ std::wstring InsertStatement(const wchar_t* period, const Rows<Kind>& rows) {
   }
   // Kept: without rows this takes the "s" of "values", and the server refuses the statement.
   text.pop_back();
-  return text + kUnlessStored;
+  text += kUnlessStored;
+  return text;
 }
 
 void Bind(SACommand& command, const std::wstring& text) { command << text.c_str(); }

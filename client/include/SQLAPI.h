@@ -82,7 +82,9 @@ class SQLAPI_EXPORT SACommand {
   SACommand(const SACommand&) = delete;
   SACommand& operator=(const SACommand&) = delete;
 
-  void setCommandText(const SAString& text);  // drops the parameters and the result of the former text
+  // Drops the parameters and the result of the former text.
+  void setCommandText(const SAString& text) { setCommandText(SAString(text)); }
+  void setCommandText(SAString&& text);
   SAString CommandText() const;
 
   int ParamCount() const;

@@ -48,6 +48,7 @@ class SQLAPI_EXPORT SAString {
   SAString(const SAChar* text, std::size_t length);
   SAString(const char* utf8);  // null reads as the empty text
   SAString(std::wstring text);
+  SAString& operator=(const SAChar* text);  // null gives the empty text
 
   // The characters, NUL-terminated; valid until the text changes.
   operator const SAChar*() const { return text_.c_str(); }
@@ -182,8 +183,10 @@ class SQLAPI_EXPORT SAValue {
 class SQLAPI_EXPORT SAParam : public SAValue {
  public:
   explicit SAParam(SAString name) : name_(std::move(name)) {}
-  const SAString& Name() const { return name_; }  // "1" for `:1`
+  explicit SAParam(int number) : number_(number) {}
+  const SAString& Name() const;  // "1" for `:1`
 
  private:
-  SAString name_;
+  mutable SAString name_;  // of a number made when asked for: statements have tens of thousands
+  int number_ = 0;
 };

@@ -12,7 +12,7 @@ struct Marker {
   std::size_t length;  // with the colon
 };
 
-// The markers of a statement in the order of their appearance; see Markers.h for what is none.
-std::vector<Marker> FindMarkers(std::wstring_view statement);
+// The markers of a statement in UTF-8, in the order of their appearance; see Markers.h for what is none.
+std::vector<Marker> FindMarkers(std::string_view statement);
 
 }  // namespace pq

@@ -1,7 +1,10 @@
 #include "Markers.h"
 
 #include <algorithm>
+#include <charconv>
+#include <iterator>
 #include <unordered_map>
+#include <utility>
 
 #include "MarkerScanner.h"
 #include "port/Utf8.h"
@@ -12,23 +15,31 @@ namespace {
 constexpr std::size_t kMostDigits = 9;  // a longer run of digits is a name
 
 // The number of a marker; -1 for a named one.
-int NumberOf(std::wstring_view name) {
-  if (name[0] < L'0' || name[0] > L'9' || name.size() > kMostDigits) return -1;
+int NumberOf(std::string_view name) {
+  if (name[0] < '0' || name[0] > '9' || name.size() > kMostDigits) return -1;
   int number = 0;
-  for (const wchar_t digit : name) number = number * 10 + (digit - L'0');
+  for (const char digit : name) number = number * 10 + (digit - '0');
   return number;
+}
+
+void AppendNumber(std::string& text, std::size_t number) {
+  char digits[20];
+  text.append(digits, std::to_chars(digits, std::end(digits), number).ptr);
 }
 
 // Gives each parameter its place: the numbered ones ascending, then the named ones by appearance.
 class Places {
  public:
-  void Add(std::wstring_view name) {
+  // Takes the next marker, and gives its key: its number, or for a named one -1, -2, ... by name.
+  int Add(std::string_view name) {
     const int number = NumberOf(name);
     if (number >= 0) {
       numbers_.push_back(number);
-    } else if (places_.try_emplace(name, named_.size()).second) {
-      named_.push_back(name);
+      return number;
     }
+    const auto [place, isNew] = places_.try_emplace(name, named_.size());
+    if (isNew) named_.push_back(name);
+    return -1 - static_cast<int>(place->second);
   }
 
   // After the last one was added.
@@ -37,54 +48,64 @@ class Places {
     numbers_.erase(std::unique(numbers_.begin(), numbers_.end()), numbers_.end());
   }
 
-  std::size_t Of(std::wstring_view name) const {
-    const int number = NumberOf(name);
-    if (number < 0) return numbers_.size() + places_.at(name);
-    const std::size_t dense = static_cast<std::size_t>(number - numbers_.front());
-    if (dense < numbers_.size() && numbers_[dense] == number) return dense;
-    const auto found = std::lower_bound(numbers_.begin(), numbers_.end(), number);
+  std::size_t Of(int key) const {
+    if (key < 0) return numbers_.size() + static_cast<std::size_t>(-1 - key);
+    const std::size_t dense = static_cast<std::size_t>(key - numbers_.front());
+    if (dense < numbers_.size() && numbers_[dense] == key) return dense;
+    const auto found = std::lower_bound(numbers_.begin(), numbers_.end(), key);
     return static_cast<std::size_t>(found - numbers_.begin());
   }
 
-  const std::vector<int>& Numbers() const { return numbers_; }
+  std::vector<int> TakeNumbers() { return std::move(numbers_); }
 
-  std::vector<std::wstring> Names() const {
-    std::vector<std::wstring> names;
-    names.reserve(numbers_.size() + named_.size());
-    for (const int number : numbers_) names.push_back(std::to_wstring(number));
-    names.insert(names.end(), named_.begin(), named_.end());
-    return names;
+  std::vector<std::wstring> Named() const {
+    std::vector<std::wstring> named;
+    for (const std::string_view name : named_) named.push_back(port::FromUtf8(name));
+    return named;
   }
 
  private:
   std::vector<int> numbers_;
-  std::vector<std::wstring_view> named_;
-  std::unordered_map<std::wstring_view, std::size_t> places_;  // among the named ones
+  std::vector<std::string_view> named_;
+  std::unordered_map<std::string_view, std::size_t> places_;  // among the named ones
 };
-
-std::wstring_view NameOf(const Marker& marker, std::wstring_view statement) {
-  return statement.substr(marker.at + 1, marker.length - 1);
-}
 
 }  // namespace
 
-MarkedStatement ReplaceMarkers(std::wstring_view statement) {
+MarkedStatement ReplaceMarkers(std::wstring_view wide) {
+  const std::string statement = port::ToUtf8(wide);
   const std::vector<Marker> markers = FindMarkers(statement);
   Places places;
-  for (const Marker& marker : markers) places.Add(NameOf(marker, statement));
+  std::vector<int> keys;
+  keys.reserve(markers.size());
+  for (const Marker& marker : markers) {
+    keys.push_back(places.Add(std::string_view(statement).substr(marker.at + 1, marker.length - 1)));
+  }
   places.Arrange();
 
   std::string text;
   text.reserve(statement.size() + markers.size());
   std::size_t copied = 0;
-  for (const Marker& marker : markers) {
-    text += port::ToUtf8(statement.substr(copied, marker.at - copied));
-    text += '$';
-    text += std::to_string(places.Of(NameOf(marker, statement)) + 1);
-    copied = marker.at + marker.length;
+  for (std::size_t i = 0; i < markers.size(); ++i) {
+    text.append(statement, copied, markers[i].at - copied).append("$");
+    AppendNumber(text, places.Of(keys[i]) + 1);
+    copied = markers[i].at + markers[i].length;
   }
-  text += port::ToUtf8(statement.substr(copied));
-  return {std::move(text), places.Names(), places.Numbers()};
+  text.append(statement, copied);
+  auto named = places.Named();
+  return {std::move(text), places.TakeNumbers(), std::move(named)};
+}
+
+std::shared_ptr<const MarkedStatement> NoStatement() {
+  static const auto none = std::make_shared<const MarkedStatement>();
+  return none;
+}
+
+std::vector<std::wstring> MarkedStatement::Names() const {
+  std::vector<std::wstring> names;
+  for (const int number : numbers) names.push_back(std::to_wstring(number));
+  names.insert(names.end(), named.begin(), named.end());
+  return names;
 }
 
 }  // namespace pq

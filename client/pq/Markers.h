@@ -1,22 +1,28 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace pq {
 
-// A statement as libpq takes it.
+// A statement as libpq takes it. Its parameters are the numbered ones ascending, then the named ones by
+// appearance.
 struct MarkedStatement {
   std::string text;  // UTF-8, markers replaced: parameter k (from 0) is $k+1
-  std::vector<std::wstring>
-      names;                 // of the parameters: numbered ones ascending, then named ones by appearance
-  std::vector<int> numbers;  // of the numbered parameters
+  std::vector<int> numbers;
+  std::vector<std::wstring> named;
+
+  std::vector<std::wstring> Names() const;  // of all parameters
 };
 
 // Finds the markers (`:1`, `:name`) of a statement, which may repeat. Not markers: colons inside '...' and
 // E'...' strings, "identifiers", $tag$...$tag$, -- and /* */ comments (nested), and the cast `::type`.
 // One linear pass.
 MarkedStatement ReplaceMarkers(std::wstring_view statement);
+
+// The empty text.
+std::shared_ptr<const MarkedStatement> NoStatement();
 
 }  // namespace pq

@@ -17,8 +17,18 @@ constexpr unsigned kInt2 = 21;
 constexpr unsigned kInt4 = 23;
 constexpr unsigned kFloat8 = 701;
 
+constexpr std::size_t kManyValues = 2000;  // room for more is not kept
+
 constexpr int kText = 0;
 constexpr int kBinary = 1;
+
+// The bytes of a number from the highest to the lowest.
+std::uint64_t InNetworkOrder(std::uint64_t bits) {
+  if constexpr (std::endian::native == std::endian::big) return bits;
+  bits = (bits & 0x00FF00FF00FF00FF) << 8 | (bits >> 8 & 0x00FF00FF00FF00FF);
+  bits = (bits & 0x0000FFFF0000FFFF) << 16 | (bits >> 16 & 0x0000FFFF0000FFFF);
+  return bits << 32 | bits >> 32;
+}
 
 SAException Wrong(const SAParam& parameter, const wchar_t* what) {
   return Misuse(L"The parameter :" + std::wstring(parameter.Name()) + what);
@@ -28,49 +38,64 @@ SAException Wrong(const SAParam& parameter, const wchar_t* what) {
 
 void Parameters::Bind(const std::vector<SAParam>& values) {
   const std::size_t count = values.size();
+  if (count < kManyValues && types_.capacity() > kManyValues) *this = Parameters();
   types_.assign(count, kUntyped);
   values_.assign(count, nullptr);
   lengths_.assign(count, 0);
   formats_.assign(count, kText);
   scalars_.resize(count);
-  texts_.resize(count);
+  texts_.clear();
+  textIndexes_.clear();
   for (std::size_t i = 0; i < count; ++i) Set(i, values[i]);
+  PointAtTexts();
 }
 
 void Parameters::Set(std::size_t index, const SAParam& value) {
   switch (value.kind()) {
     case SAValue::Kind::Unbound: throw Wrong(value, L" has no value");
     case SAValue::Kind::Null: return;
-    case SAValue::Kind::Bool: return SetScalar(index, kBool, static_cast<unsigned char>(value.boundBool()));
-    case SAValue::Kind::Short: return SetScalar(index, kInt2, static_cast<std::uint16_t>(value.boundShort()));
-    case SAValue::Kind::Long: return SetScalar(index, kInt4, static_cast<std::uint32_t>(value.boundLong()));
-    case SAValue::Kind::Int64: return SetScalar(index, kInt8, static_cast<std::uint64_t>(value.boundInt64()));
+    case SAValue::Kind::Bool: return SetScalar(index, kBool, 1, value.boundBool() ? 1 : 0);
+    case SAValue::Kind::Short:
+      return SetScalar(index, kInt2, 2, static_cast<std::uint16_t>(value.boundShort()));
+    case SAValue::Kind::Long:
+      return SetScalar(index, kInt4, 4, static_cast<std::uint32_t>(value.boundLong()));
+    case SAValue::Kind::Int64:
+      return SetScalar(index, kInt8, 8, static_cast<std::uint64_t>(value.boundInt64()));
     case SAValue::Kind::Double:
-      return SetScalar(index, kFloat8, std::bit_cast<std::uint64_t>(value.boundDouble()));
-    case SAValue::Kind::String: return SetText(index, value);
+      return SetScalar(index, kFloat8, 8, std::bit_cast<std::uint64_t>(value.boundDouble()));
+    case SAValue::Kind::String: return AppendText(index, value);
   }
 }
 
-template <class Unsigned>
-void Parameters::SetScalar(std::size_t index, unsigned type, Unsigned bits) {
+// `bits` holds the value in its low end.
+void Parameters::SetScalar(std::size_t index, unsigned type, std::size_t size, std::uint64_t bits) {
   Scalar& bytes = scalars_[index];
-  for (std::size_t i = 0; i < sizeof bits; ++i) {
-    bytes[sizeof bits - 1 - i] = static_cast<char>(static_cast<std::uint64_t>(bits) >> (8 * i) & 0xFF);
-  }
+  bytes = std::bit_cast<Scalar>(InNetworkOrder(bits));
   types_[index] = type;
-  values_[index] = bytes.data();
-  lengths_[index] = sizeof bits;
+  values_[index] = bytes.data() + sizeof bytes - size;
+  lengths_[index] = static_cast<int>(size);
   formats_[index] = kBinary;
 }
 
-void Parameters::SetText(std::size_t index, const SAParam& value) {
+void Parameters::AppendText(std::size_t index, const SAParam& value) {
   const SAString& text = value.boundString();
   const std::wstring_view characters(text, text.GetLength());
   // The text would end there unnoticed.
   if (characters.find(L'\0') != std::wstring_view::npos) throw Wrong(value, L" holds a NUL character");
-  texts_[index] = port::ToUtf8(characters);
-  values_[index] = texts_[index].c_str();
-  lengths_[index] = static_cast<int>(texts_[index].size());
+  const std::size_t start = texts_.size();
+  port::AppendUtf8(texts_, characters);
+  lengths_[index] = static_cast<int>(texts_.size() - start);
+  texts_.push_back('\0');
+  textIndexes_.push_back(index);
+}
+
+// Once the texts stay where they are.
+void Parameters::PointAtTexts() {
+  const char* text = texts_.data();
+  for (const std::size_t index : textIndexes_) {
+    values_[index] = text;
+    text += lengths_[index] + 1;
+  }
 }
 
 bool Parameters::Fit(const std::vector<unsigned>& parsed) const {

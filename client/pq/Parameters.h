@@ -12,7 +12,8 @@ namespace pq {
 // in UTF-8 with the type left to the server, NULL without a type.
 class Parameters {
  public:
-  // Takes the values over. Class 2 error for one never bound and for a text with a NUL character in it.
+  // Takes the values over, in the place of former ones. Class 2 error for one never bound and for a text with
+  // a NUL character in it.
   void Bind(const std::vector<SAParam>& values);
 
   int Count() const { return static_cast<int>(types_.size()); }
@@ -31,16 +32,17 @@ class Parameters {
   using Scalar = std::array<char, 8>;  // in network order
 
   void Set(std::size_t index, const SAParam& value);
-  template <class Unsigned>
-  void SetScalar(std::size_t index, unsigned type, Unsigned bits);
-  void SetText(std::size_t index, const SAParam& value);
+  void SetScalar(std::size_t index, unsigned type, std::size_t size, std::uint64_t bits);
+  void AppendText(std::size_t index, const SAParam& value);
+  void PointAtTexts();
 
   std::vector<unsigned> types_;
   std::vector<const char*> values_;
   std::vector<int> lengths_;
   std::vector<int> formats_;
   std::vector<Scalar> scalars_;
-  std::vector<std::string> texts_;
+  std::string texts_;  // one behind the other, each with a NUL
+  std::vector<std::size_t> textIndexes_;
 };
 
 }  // namespace pq

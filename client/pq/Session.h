@@ -6,6 +6,7 @@
 
 #include "Link.h"
 #include "Parameters.h"
+#include "RecentStatements.h"
 
 namespace pq {
 
@@ -26,6 +27,12 @@ class Session {
 
   // The link for others to use, null when there is none. From then on they may have sent anything over it.
   PGconn* NativeLink();
+
+  // The statement of a text.
+  std::shared_ptr<const MarkedStatement> Marked(std::wstring_view text) { return recent_.Get(text); }
+
+  // For the values of the statement that is sent next.
+  Parameters& parameters() { return parameters_; }
 
   // Before anything is sent: discards what the last answer has left unread, and releases what is to be
   // released.
@@ -72,6 +79,8 @@ class Session {
   bool nativeTaken_ = false;  // others may use this link, unseen
   unsigned lastName_ = 0;
   std::vector<std::string> released_;
+  RecentStatements recent_;
+  Parameters parameters_;
 };
 
 }  // namespace pq

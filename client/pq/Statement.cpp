@@ -23,11 +23,11 @@ bool IsRow(const PGresult* result) { return PQresultStatus(result) == PGRES_SING
 
 Statement::~Statement() { Forget(); }
 
-void Statement::SetText(std::string text) {
+void Statement::Set(std::shared_ptr<const MarkedStatement> statement) {
   Forget();
   ClearResult();
   types_.clear();
-  text_ = std::move(text);
+  statement_ = std::move(statement);
 }
 
 // Leaves the name to be released, and has the next execution parse.
@@ -45,11 +45,11 @@ void Statement::Execute(const Parameters& parameters) {
 }
 
 Ticket Statement::Send(const Parameters& parameters) {
-  if (parameters.Count() == 0) return session_->Send(text_);
+  if (parameters.Count() == 0) return session_->Send(statement_->text);
   if (!IsParsedFor(parameters)) return SendParsing(parameters);
   if (name_.empty()) {
     if (session_->HoldsUnnamed(unnamed_)) return session_->SendPrepared(kUnnamed, parameters);
-    name_ = session_->Prepare(text_, types_);
+    name_ = session_->Prepare(statement_->text, types_);
   }
   return session_->SendPrepared(name_, parameters);
 }
@@ -61,7 +61,7 @@ bool Statement::IsParsedFor(const Parameters& parameters) const {
 Ticket Statement::SendParsing(const Parameters& parameters) {
   Forget();
   parameters.UpdateTypes(types_);
-  unnamed_ = session_->SendParsing(text_, types_, parameters);
+  unnamed_ = session_->SendParsing(statement_->text, types_, parameters);
   parsedOn_ = session_->LinkNumber();
   return unnamed_;
 }

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "Cell.h"
+#include "Markers.h"
 #include "Session.h"
 
 namespace pq {
@@ -21,7 +22,7 @@ class Statement {
   Statement(const Statement&) = delete;
   Statement& operator=(const Statement&) = delete;
 
-  void SetText(std::string text);
+  void Set(std::shared_ptr<const MarkedStatement> statement);
 
   // Runs the statement: to its end when it gives no more than one row.
   void Execute(const Parameters& parameters);
@@ -50,7 +51,7 @@ class Statement {
   [[noreturn]] void Fail();
 
   std::shared_ptr<Session> session_;
-  std::string text_;
+  std::shared_ptr<const MarkedStatement> statement_ = NoStatement();
 
   // What the server has of the statement.
   std::vector<unsigned> types_;

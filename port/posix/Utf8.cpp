@@ -2,6 +2,7 @@
 
 #include <utf8.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <iterator>
@@ -13,16 +14,22 @@ constexpr std::uint32_t kReplacement = 0xFFFD;
 
 bool IsScalarValue(std::uint32_t point) { return point < 0xD800 || (point > 0xDFFF && point <= 0x10FFFF); }
 
-// Eight characters at a time: most texts are ASCII, and need no decoding then.
-bool IsAscii(std::string_view text) {
-  std::uint64_t seen = 0, eight = 0;
-  for (; text.size() >= sizeof eight; text.remove_prefix(sizeof eight)) {
-    std::memcpy(&eight, text.data(), sizeof eight);
-    seen |= eight;
+// Whether a text, of either kind, is ASCII: eight bytes at a time. Most texts are, and need no coding then.
+template <class Text>
+bool IsAscii(Text text, std::uint64_t notAscii) {
+  constexpr std::size_t kAtOnce = sizeof notAscii / sizeof text[0];
+  std::uint64_t seen = 0, some = 0;
+  for (; text.size() >= kAtOnce; text.remove_prefix(kAtOnce)) {
+    std::memcpy(&some, text.data(), sizeof some);
+    seen |= some;
   }
-  for (const char c : text) seen |= static_cast<unsigned char>(c);
-  return (seen & 0x8080808080808080) == 0;
+  some = 0;
+  if (!text.empty()) std::memcpy(&some, text.data(), text.size() * sizeof text[0]);
+  return ((seen | some) & notAscii) == 0;
 }
+
+bool IsAscii(std::string_view text) { return IsAscii(text, 0x8080808080808080); }
+bool IsAscii(std::wstring_view text) { return IsAscii(text, 0xFFFFFF80FFFFFF80); }
 
 std::wstring Decode(std::string_view wellFormed) {
   std::wstring wide;
@@ -37,17 +44,24 @@ std::wstring Decode(std::string_view wellFormed) {
 
 static_assert(sizeof(wchar_t) == 4, "wide text is UTF-32 here");
 
-std::string ToUtf8(std::wstring_view text) {
-  std::string bytes;
-  bytes.reserve(text.size());
+void AppendUtf8(std::string& bytes, std::wstring_view text) {
+  if (IsAscii(text)) {
+    const std::size_t before = bytes.size();
+    bytes.resize(before + text.size());
+    std::transform(text.begin(), text.end(), bytes.begin() + static_cast<std::ptrdiff_t>(before),
+                   [](wchar_t c) { return static_cast<char>(c); });
+    return;
+  }
   for (const wchar_t c : text) {
     const auto point = static_cast<std::uint32_t>(c);
-    if (point < 0x80) {
-      bytes.push_back(static_cast<char>(point));
-    } else {
-      utf8::unchecked::append(IsScalarValue(point) ? point : kReplacement, std::back_inserter(bytes));
-    }
+    utf8::unchecked::append(IsScalarValue(point) ? point : kReplacement, std::back_inserter(bytes));
   }
+}
+
+std::string ToUtf8(std::wstring_view text) {
+  if (IsAscii(text)) return {text.begin(), text.end()};
+  std::string bytes;
+  AppendUtf8(bytes, text);
   return bytes;
 }
 

@@ -5,11 +5,17 @@
 namespace port {
 
 std::string ToUtf8(std::wstring_view text) {
+  std::string bytes;
+  AppendUtf8(bytes, text);
+  return bytes;
+}
+
+void AppendUtf8(std::string& bytes, std::wstring_view text) {
   const int length = static_cast<int>(text.size());
-  const int bytes = WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
-  std::string result(static_cast<std::size_t>(bytes), '\0');
-  WideCharToMultiByte(CP_UTF8, 0, text.data(), length, result.data(), bytes, nullptr, nullptr);
-  return result;
+  const std::size_t before = bytes.size();
+  const int added = WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
+  bytes.resize(before + static_cast<std::size_t>(added));
+  WideCharToMultiByte(CP_UTF8, 0, text.data(), length, bytes.data() + before, added, nullptr, nullptr);
 }
 
 std::wstring FromUtf8(std::string_view text) {

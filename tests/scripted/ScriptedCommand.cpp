@@ -74,12 +74,12 @@ SACommand::SACommand(SAConnection* connection, const SAString& text) : impl_(std
 
 SACommand::~SACommand() = default;
 
-void SACommand::setCommandText(const SAString& text) {
+void SACommand::setCommandText(SAString&& text) {
   impl_->text = text;
   impl_->params.clear();
   impl_->places.clear();
   impl_->next = 0;
-  for (const std::wstring& name : pq::ReplaceMarkers(impl_->text).names) {
+  for (const std::wstring& name : pq::ReplaceMarkers(impl_->text).Names()) {
     impl_->places[name] = impl_->params.size();
     impl_->params.emplace_back(SAString(name.c_str()));
   }

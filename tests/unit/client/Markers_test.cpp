@@ -22,7 +22,7 @@ class Markers : public ::testing::TestWithParam<Case> {};
 TEST_P(Markers, BecomeParameters) {
   const pq::MarkedStatement marked = pq::ReplaceMarkers(GetParam().statement);
   EXPECT_EQ(marked.text, GetParam().text);
-  EXPECT_EQ(marked.names, GetParam().names);
+  EXPECT_EQ(marked.Names(), GetParam().names);
 }
 
 const Case kMarkers[] = {
@@ -117,8 +117,8 @@ TEST(MarkerNumbers, MayBeAsManyAsTheServerTakes) {
   }
   const pq::MarkedStatement marked = pq::ReplaceMarkers(statement);
   EXPECT_EQ(marked.text, expected);
-  ASSERT_EQ(marked.names.size(), static_cast<std::size_t>(kCount));
-  EXPECT_EQ(marked.names.back(), L"65535");
+  ASSERT_EQ(marked.Names().size(), static_cast<std::size_t>(kCount));
+  EXPECT_EQ(marked.Names().back(), L"65535");
 }
 
 }  // namespace

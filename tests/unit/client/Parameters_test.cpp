@@ -93,6 +93,30 @@ TEST_F(ParametersTest, ForgetFormerValues) {
   EXPECT_EQ(SentAlone(), "0 text NULL");
 }
 
+TEST_F(ParametersTest, MayBeMany) {
+  for (int i = 0; i < 20000; ++i) {
+    if (i % 2 == 0) {
+      Add().setAsString() = (L"text " + std::to_wstring(i)).c_str();
+    } else {
+      Add().setAsLong() = i;
+    }
+  }
+  parameters.Bind(values);
+  for (int i = 0; i < 20000; i += 2) ASSERT_EQ(Sent(parameters, i), "0 text text " + std::to_string(i));
+  EXPECT_EQ(Sent(parameters, 19999), "23 binary 00004e1f");
+  EXPECT_EQ(values[19999].Name(), L"20000");
+
+  values.resize(1, SAParam(1));
+  EXPECT_EQ(SentAlone(), "0 text text 0");
+}
+
+TEST_F(ParametersTest, AreNamedByTheirNumber) {
+  EXPECT_EQ(SAParam(1).Name(), L"1");
+  EXPECT_EQ(SAParam(0).Name(), L"0");
+  EXPECT_EQ(SAParam(65535).Name(), L"65535");
+  EXPECT_EQ(SAParam(L"level").Name(), L"level");
+}
+
 TEST_F(ParametersTest, MustBeBound) {
   Add().setAsLong() = 1;
   Add();
