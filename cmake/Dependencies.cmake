@@ -1,16 +1,28 @@
 # What the project builds on; each is a package of the platform.
 
 # libpq, the server's own client library; used by the client layer alone.
-find_package(PostgreSQL REQUIRED)
+if(DBMSAPI_SQLAPI STREQUAL "builtin")
+  find_package(PostgreSQL REQUIRED)
+endif()
 
 # Text formatting where the standard library has no <format>.
 include(CheckCXXSourceCompiles)
 set(CMAKE_REQUIRED_FLAGS "-std=c++20")
+if(MSVC)
+  set(CMAKE_REQUIRED_FLAGS "/std:c++20")
+endif()
 check_cxx_source_compiles(
   "#include <format>\nint main() { return std::format(L\"{}\", 1).size() == 1 ? 0 : 1; }" DBMSAPI_HAVE_STD_FORMAT)
 unset(CMAKE_REQUIRED_FLAGS)
 if(NOT DBMSAPI_HAVE_STD_FORMAT)
-  find_package(fmt REQUIRED)
+  if(CMAKE_CROSSCOMPILING)
+    # Its headers are all that is needed; those of the building system would bring the system's other ones along.
+    find_path(DBMSAPI_FMT_INCLUDE_DIR fmt/format.h REQUIRED)
+    add_library(fmt::fmt-header-only INTERFACE IMPORTED)
+    target_include_directories(fmt::fmt-header-only INTERFACE ${DBMSAPI_FMT_INCLUDE_DIR})
+  else()
+    find_package(fmt REQUIRED)
+  endif()
 endif()
 
 # UTF-8 conversion where the platform has none of its own.
@@ -19,7 +31,14 @@ if(NOT WIN32)
 endif()
 
 if(DBMSAPI_BUILD_TESTS)
-  find_package(GTest REQUIRED)
+  if(CMAKE_CROSSCOMPILING)
+    # The sources that come with Debian's libgtest-dev.
+    set(INSTALL_GTEST OFF)
+    set(BUILD_GMOCK OFF)
+    add_subdirectory(/usr/src/googletest ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
+  else()
+    find_package(GTest REQUIRED)
+  endif()
 endif()
 if(DBMSAPI_BUILD_BENCHMARKS)
   find_package(benchmark REQUIRED)

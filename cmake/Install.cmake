@@ -21,6 +21,11 @@ install(TARGETS ${libraries} EXPORT DbmsAPITargets
         ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development
         INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 
+if(MINGW)
+  install(FILES ${DBMSAPI_CXX_RUNTIME} DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+endif()
+install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT runtime)
+
 install(FILES DbmsAPI/Dbms.h DbmsAPI/Diagnostics.h DbmsAPI/Export.h DbmsAPI/ConfigTypes.h DbmsAPI/HistoryTypes.h
               DbmsAPI/RecordTypes.h DbmsAPI/ReportTypes.h
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/DbmsAPI COMPONENT development)
@@ -31,9 +36,16 @@ configure_package_config_file(cmake/DbmsAPIConfig.cmake.in ${PROJECT_BINARY_DIR}
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/DbmsAPIConfigVersion.cmake COMPATIBILITY SameMinorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/DbmsAPIConfig.cmake ${PROJECT_BINARY_DIR}/DbmsAPIConfigVersion.cmake
         DESTINATION ${package_dir} COMPONENT development)
+if(DBMSAPI_SQLAPI STREQUAL "vendor")
+  install(FILES cmake/VendorClient.cmake DESTINATION ${package_dir} COMPONENT development)
+endif()
 
 set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 file(RELATIVE_PATH pkgconfig_to_prefix /${pkgconfig_dir} /)
 string(REGEX REPLACE "/$" "" pkgconfig_to_prefix ${pkgconfig_to_prefix})
+set(pkgconfig_client "-lsqlapi")
+if(DBMSAPI_SQLAPI STREQUAL "vendor")
+  set(pkgconfig_client ${SQLAPI_LIBRARY})
+endif()
 configure_file(cmake/DbmsAPI.pc.in ${PROJECT_BINARY_DIR}/DbmsAPI.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/DbmsAPI.pc DESTINATION ${pkgconfig_dir} COMPONENT development)

@@ -7,8 +7,10 @@ namespace port {
 
 // Epoch seconds of calendar fields read as local time of the process. Fields out of range are carried over;
 // tm_isdst is not looked at. Where clocks are put back, fields of the hour that comes twice are those of its
-// first time; where they are put forward, fields of the hour that is left out read as an hour later. On
-// Windows fields before 1970 are no time: -1.
-std::int64_t LocalEpochSeconds(std::tm fields);
+// first time; where they are put forward, fields of the hour that is left out read as an hour later.
+std::int64_t LocalEpochSeconds(const std::tm& fields);
+
+// What local time is ahead of UTC at an instant, in seconds. Windows applies the rules of today to all years.
+std::int64_t LocalOffset(std::int64_t instant);
 
 }  // namespace port

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that a purpose needs and the system lacks, and says which:
 #
-#   tools/install_dependencies.sh demo|test|bench...
+#   tools/install_dependencies.sh demo|test|bench|windows...
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 # shellcheck source=tools/lib/say.sh
@@ -10,7 +10,9 @@ here=$(cd "$(dirname "$0")" && pwd)
 # Compiler and build tools, what the library builds on, the private server, the time zones of --zone.
 demo=(g++ cmake ninja-build pkg-config libpq-dev libfmt-dev libutfcpp-dev postgresql-15 tzdata)
 # The second compiler, the test framework, the tools that the checks call.
-test=("${demo[@]}" clang libgtest-dev libgmock-dev binutils git)
+test=("${demo[@]}" clang libgtest-dev libgmock-dev binutils dpkg-dev file git)
+# The compiler for Windows, what runs its programs, the test framework in source.
+windows=("${demo[@]}" g++-mingw-w64-x86-64-posix mingw-w64-tools wine wine64 googletest binutils)
 # The benchmark framework, the other libraries that are measured beside ours.
 bench=("${demo[@]}" libbenchmark-dev libpqxx-dev libsoci-dev qtbase5-dev libqt5sql5-psql unixodbc-dev odbc-postgresql)
 
@@ -21,7 +23,12 @@ packages_for() {
     demo) printf '%s\n' "${demo[@]}" ;;
     test) printf '%s\n' "${test[@]}" ;;
     bench) printf '%s\n' "${bench[@]}" ;;
-    *) die "knows demo, test and bench, not \"$1\"" ;;
+    windows)
+      printf '%s\n' "${windows[@]}"
+      # Fetches libpq for Windows; it need not be Debian's.
+      command -v npm >/dev/null || echo npm
+      ;;
+    *) die "knows demo, test, bench and windows, not \"$1\"" ;;
   esac
 }
 
@@ -59,7 +66,7 @@ install_packages() {
   rm -f "$log"
 }
 
-[ $# -gt 0 ] || die "usage: install_dependencies.sh demo|test|bench..."
+[ $# -gt 0 ] || die "usage: install_dependencies.sh demo|test|bench|windows..."
 wanted=$(for purpose in "$@"; do packages_for "$purpose"; done | sort -u)
 command -v dpkg-query >/dev/null || die "installs Debian packages; this system has none. Needed: $(echo "$wanted" | xargs)"
 

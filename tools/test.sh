@@ -1,12 +1,13 @@
 #!/usr/bin/env bash
 # Tests everything: installs what is missing, builds, starts a private PostgreSQL and runs
 #
-#   dev    unit, server, binary interface, installed tree, examples and demo, built by g++
-#   asan   unit and server tests under AddressSanitizer and UndefinedBehaviorSanitizer
-#   tsan   tests that use threads, under ThreadSanitizer
-#   clang  builds with clang++; a warning is an error
+#   dev      unit, server, binary interface, installed tree, examples and demo, built by g++
+#   asan     unit and server tests under AddressSanitizer and UndefinedBehaviorSanitizer
+#   tsan     tests that use threads, under ThreadSanitizer
+#   clang    builds with clang++; a warning is an error
+#   windows  the DLLs for Windows, cross-built, under Wine: tools/test_windows.sh; only when named
 #
-#   tools/test.sh [--timescale VERSION|all] [-R REGEX] [dev|asan|tsan|clang]...
+#   tools/test.sh [--timescale VERSION|all] [-R REGEX] [dev|asan|tsan|clang|windows]...
 #
 # -R runs the tests of matching names only, of dev unless others are named. --timescale also tests against that
 # release of TimescaleDB.
@@ -36,8 +37,8 @@ while [ $# -gt 0 ]; do
       selection=(-R "${2:?-R needs a regular expression}")
       shift
       ;;
-    dev | asan | tsan | clang) stages+=("$1") ;;
-    *) die "usage: test.sh [--timescale VERSION|all] [-R REGEX] [dev|asan|tsan|clang]..." ;;
+    dev | asan | tsan | clang | windows) stages+=("$1") ;;
+    *) die "usage: test.sh [--timescale VERSION|all] [-R REGEX] [dev|asan|tsan|clang|windows]..." ;;
   esac
   shift
 done
@@ -99,6 +100,10 @@ run_stage() {
       build clang all -DCMAKE_CXX_COMPILER=clang++
       note clang "$since" 'builds without a warning'
       return
+      ;;
+    windows)
+      run_to_the_end "$here/test_windows.sh" "${selection[@]}"
+      last_line=$(grep 'tests passed' "$root/build/windows.test.log")
       ;;
   esac
   note "$stage" "$since" "$last_line"

@@ -22,7 +22,12 @@ constexpr int kExpandDatabaseName = 1;
 
 void IgnoreNotice(void*, const char*) {}
 
+// The first message that libpq makes looks for its translations; on Windows two threads that do so at the
+// same time may end the process.
+void PrepareMessages() { [[maybe_unused]] static const char* const first = PQerrorMessage(nullptr); }
+
 PGconn* Start(const ConnectionKeywords& keywords) {
+  PrepareMessages();
   std::vector<const char*> names, values;
   for (const auto& [name, value] : keywords) {
     names.push_back(name.c_str());

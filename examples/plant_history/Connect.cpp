@@ -2,7 +2,6 @@
 #include <SQLAPI.h>
 
 #include <chrono>
-#include <filesystem>
 
 #include "Stage.h"
 #include "Text.h"
@@ -72,7 +71,7 @@ void CreateTables(Stage& stage) {
   record.module = kModule;
   record.level = kInformation;
   record.type = kFileLoaded;
-  record.message = Widen("loading " + std::filesystem::path(stage.options.file).filename().string());
+  record.message = Widen("loading " + NameOf(PathOf(stage.options.file)));
   Require(stage, stage.dbms->InsertSystemLog({record}) == 1, "write to the system log");
 }
 

@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <filesystem>
 
 #include "Stage.h"
 #include "Text.h"
@@ -26,7 +25,7 @@ void OpenFile(Stage& stage) {
   const PlantFile file(stage.options.file);
   stage.tags = file.tags();
   for (const std::string& tag : stage.tags) stage.tag_names.push_back(Widen(tag));
-  const std::string name = std::filesystem::path(file.path()).filename();
+  const std::string name = NameOf(PathOf(file.path()));
   stage.terminal.Fact("file", name + ", " + FormatCount(stage.tags.size()) + " tags, " +
                                   FormatCount((file.bytes() + kBytesPerKib - 1) / kBytesPerKib) + " KiB");
 }

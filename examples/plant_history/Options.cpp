@@ -22,7 +22,7 @@ first column is the time in ISO 8601, every other column a tag; an empty cell is
 a sample without a value.
 
   --zone ZONE       the time zone of times that name none, as in Europe/Berlin
-                    (UTC); a time that it has twice when summer time ends is the
+                    or +01:00 (UTC); a time that it has twice when summer time ends is the
                     earlier, unless the rows before have reached that already
   --retention DAYS  how long the server keeps samples, 0 for good (30)
   --host HOST       the server (127.0.0.1)
@@ -49,28 +49,28 @@ int ParseNumber(const std::string& option, const std::string& text, int least, i
 
 const char* Usage() { return kUsage; }
 
-Options ParseOptions(int argc, const char* const* argv) {
+Options ParseOptions(const std::vector<std::string>& arguments) {
   Options options;
   if (const char* password = std::getenv("PGPASSWORD")) options.password = password;
   const std::map<std::string_view, std::string*> texts = {
       {"--zone", &options.zone}, {"--host", &options.host},         {"--database", &options.database},
       {"--user", &options.user}, {"--password", &options.password},
   };
-  for (int i = 1; i < argc; ++i) {
-    const std::string argument = argv[i];
+  for (std::size_t i = 0; i < arguments.size(); ++i) {
+    const std::string& argument = arguments[i];
     if (argument == "--help") {
       options.help = true;
     } else if (!argument.starts_with("--")) {
       if (!options.file.empty()) throw UsageError("takes one file, not also \"" + OneLine(argument) + '"');
       options.file = argument;
-    } else if (i + 1 == argc) {
+    } else if (i + 1 == arguments.size()) {
       throw UsageError(OneLine(argument) + " needs a value");
     } else if (argument == "--port") {
-      options.port = ParseNumber(argument, argv[++i], 1, 65535);
+      options.port = ParseNumber(argument, arguments[++i], 1, 65535);
     } else if (argument == "--retention") {
-      options.retention_days = ParseNumber(argument, argv[++i], 0, 36500);
+      options.retention_days = ParseNumber(argument, arguments[++i], 0, 36500);
     } else if (const auto text = texts.find(argument); text != texts.end()) {
-      *text->second = argv[++i];
+      *text->second = arguments[++i];
     } else {
       throw UsageError("there is no option " + OneLine(argument));
     }

@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace plant {
 
@@ -22,7 +23,7 @@ struct UsageError : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-Options ParseOptions(int argc, const char* const* argv);
+Options ParseOptions(const std::vector<std::string>& arguments);
 const char* Usage();
 
 }  // namespace plant

@@ -24,12 +24,13 @@ std::string CountCells(std::size_t count) { return FormatCount(count) + (count =
 
 PlantFile::PlantFile(const std::string& path) : path_(path) {
   std::error_code error;
-  const auto status = std::filesystem::status(path, error);
+  const std::filesystem::path file = PathOf(path);
+  const auto status = std::filesystem::status(file, error);
   if (!std::filesystem::exists(status)) throw FileError(OneLine(path) + ": there is no such file");
   if (!std::filesystem::is_regular_file(status)) throw FileError(OneLine(path) + ": is not a file of data");
-  in_.open(path, std::ios::binary);
+  in_.open(file, std::ios::binary);
   if (!in_) throw FileError(OneLine(path) + ": cannot be read: " + std::strerror(errno));
-  bytes_ = std::filesystem::file_size(path);
+  bytes_ = std::filesystem::file_size(file);
   reader_.emplace(in_);
   ReadHeader();
 }

@@ -1,12 +1,10 @@
 #include "Terminal.h"
 
-#include <sys/ioctl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <iostream>
 
+#include "Console.h"
 #include "Text.h"
 
 namespace plant {
@@ -17,19 +15,15 @@ constexpr std::size_t kLeastWidth = 72;
 constexpr std::size_t kMostWidth = 120;
 constexpr std::size_t kMargin = 11;
 
-std::size_t WidthOf(int descriptor) {
-  winsize size{};
-  if (ioctl(descriptor, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return kUsualWidth;
-  return std::clamp<std::size_t>(size.ws_col, kLeastWidth, kMostWidth);
-}
-
 }  // namespace
 
 Terminal Terminal::StandardOutput() {
-  const bool interactive = isatty(STDOUT_FILENO) != 0;
+  const Console console = StandardOutputConsole();
   const char* no_color = std::getenv("NO_COLOR");
-  const bool coloured = interactive && (no_color == nullptr || *no_color == '\0');
-  return Terminal(std::cout, interactive, coloured, interactive ? WidthOf(STDOUT_FILENO) : kUsualWidth);
+  const bool coloured = console.interactive && (no_color == nullptr || *no_color == '\0');
+  const bool wide = console.interactive && console.columns != 0;
+  return Terminal(std::cout, console.interactive, coloured,
+                  wide ? std::clamp(console.columns, kLeastWidth, kMostWidth) : kUsualWidth);
 }
 
 Terminal::Terminal(std::ostream& out, bool interactive, bool coloured, std::size_t width)

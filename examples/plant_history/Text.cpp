@@ -116,8 +116,13 @@ std::string GroupThousands(std::string number) {
 
 std::string Narrow(std::wstring_view text) {
   std::string out;
-  for (const wchar_t c : text) {
-    const auto code = static_cast<char32_t>(c);
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    auto code = static_cast<char32_t>(text[at]);
+    // Where wide characters have 16 bits, two of them may make one.
+    if (code >= 0xD800 && code < 0xDC00 && at + 1 < text.size() && text[at + 1] >= 0xDC00 &&
+        text[at + 1] < 0xE000) {
+      code = 0x10000 + ((code - 0xD800) << 10) + (static_cast<char32_t>(text[++at]) - 0xDC00);
+    }
     Encode(IsScalarValue(code) ? code : kReplacement, out);
   }
   return out;
@@ -126,9 +131,21 @@ std::string Narrow(std::wstring_view text) {
 std::wstring Widen(std::string_view utf8) {
   std::wstring out;
   ForEachCharacter(utf8, [&](const Character& character, std::string_view) {
-    out += static_cast<wchar_t>(character.code);
+    if (sizeof(wchar_t) == 4 || character.code < 0x10000) {
+      out += static_cast<wchar_t>(character.code);
+    } else {
+      out += static_cast<wchar_t>(0xD800 + ((character.code - 0x10000) >> 10));
+      out += static_cast<wchar_t>(0xDC00 + (character.code & 0x3FF));
+    }
   });
   return out;
+}
+
+std::filesystem::path PathOf(std::string_view utf8) { return std::u8string(utf8.begin(), utf8.end()); }
+
+std::string NameOf(const std::filesystem::path& path) {
+  const std::u8string name = path.filename().u8string();
+  return {name.begin(), name.end()};
 }
 
 bool IsUtf8(std::string_view text) {

@@ -4,6 +4,7 @@
 // terminal, where a text is as wide as the cells it covers, not as its bytes.
 
 #include <cstdint>
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -13,6 +14,10 @@ namespace plant {
 // Wide to UTF-8 and back; what cannot be converted becomes U+FFFD.
 std::string Narrow(std::wstring_view text);
 std::wstring Widen(std::string_view utf8);
+
+// A file by its name in UTF-8, and the last part of its name.
+std::filesystem::path PathOf(std::string_view utf8);
+std::string NameOf(const std::filesystem::path& path);
 
 bool IsUtf8(std::string_view text);
 bool HasControlCharacter(std::string_view utf8);

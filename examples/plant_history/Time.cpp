@@ -1,21 +1,18 @@
 #include "Time.h"
 
-#include <time.h>
-
 #include <algorithm>
 #include <chrono>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <vector>
+
+#include "Zone.h"
 
 namespace plant {
 namespace {
 
 constexpr std::int64_t kDay = 86'400;
-constexpr const char* kZoneFolder = "/usr/share/zoneinfo";
-constexpr std::string_view kZoneCharacters =
-    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_+-/";
+
+// The offset set by SetZone; without one a named zone decides.
+std::optional<std::int64_t> fixedOffset;
 
 // Takes a text apart from its front.
 class Cursor {
@@ -96,12 +93,7 @@ std::optional<std::int64_t> ParseOffset(Cursor& in) {
   return west ? -offset : offset;
 }
 
-std::int64_t OffsetAt(std::int64_t seconds) {
-  const time_t time = seconds;
-  tm local{};
-  localtime_r(&time, &local);
-  return local.tm_gmtoff;
-}
+std::int64_t OffsetAt(std::int64_t seconds) { return fixedOffset ? *fixedOffset : NamedZoneOffset(seconds); }
 
 // The instants at which the zone's clocks show a local time: none, one or two, in order.
 std::vector<std::int64_t> InstantsOf(std::int64_t local) {
@@ -122,23 +114,28 @@ std::int64_t FromLocal(std::int64_t local, int milliseconds, std::optional<std::
   return previous && *previous >= first ? instants.back() * 1000 + milliseconds : first;
 }
 
-bool IsZoneFile(const std::filesystem::path& path) {
-  char magic[4] = {};
-  std::ifstream(path).read(magic, sizeof magic);
-  return std::string_view(magic, sizeof magic) == "TZif";
+std::string Digits(std::size_t count, std::int64_t value) {
+  const std::string digits = std::to_string(value);
+  return std::string(count - std::min(count, digits.size()), '0') + digits;
+}
+
+// A name that is an offset.
+std::optional<std::int64_t> OffsetNamed(const std::string& name) {
+  if (!name.starts_with('+') && !name.starts_with('-')) return {};
+  try {
+    Cursor in(name);
+    const auto offset = ParseOffset(in);
+    if (in.AtEnd()) return offset;
+  } catch (const TimeError&) {
+  }
+  throw std::invalid_argument(name);
 }
 
 }  // namespace
 
 void SetZone(const std::string& name) {
-  const char* folder = std::getenv("TZDIR");
-  const bool sound = !name.empty() && name[0] != '/' && name.find_first_not_of(kZoneCharacters) == name.npos;
-  if (name != "UTC" &&
-      (!sound || !IsZoneFile(std::filesystem::path(folder != nullptr ? folder : kZoneFolder) / name))) {
-    throw std::invalid_argument(name);
-  }
-  setenv("TZ", name.c_str(), 1);
-  tzset();
+  fixedOffset = OffsetNamed(name);
+  if (!fixedOffset) SetNamedZone(name);
 }
 
 std::int64_t ParseTime(std::string_view text, std::optional<std::int64_t> previous) {
@@ -154,13 +151,17 @@ std::int64_t ParseTime(std::string_view text, std::optional<std::int64_t> previo
 }
 
 std::string FormatTime(std::int64_t time_ms) {
+  using namespace std::chrono;
   const std::int64_t milliseconds = (time_ms % 1000 + 1000) % 1000;
-  const time_t seconds = (time_ms - milliseconds) / 1000;
-  tm local{};
-  localtime_r(&seconds, &local);
-  char text[64];
-  std::string out(text, strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &local));
-  if (milliseconds != 0) out += '.' + std::to_string(1000 + milliseconds).substr(1);
+  const std::int64_t instant = (time_ms - milliseconds) / 1000;
+  const sys_seconds local{seconds(instant + OffsetAt(instant))};
+  const sys_days day = floor<days>(local);
+  const year_month_day date(day);
+  const hh_mm_ss clock(local - day);
+  std::string out = Digits(4, int{date.year()}) + '-' + Digits(2, unsigned{date.month()}) + '-' +
+                    Digits(2, unsigned{date.day()}) + ' ' + Digits(2, clock.hours().count()) + ':' +
+                    Digits(2, clock.minutes().count()) + ':' + Digits(2, clock.seconds().count());
+  if (milliseconds != 0) out += '.' + Digits(3, milliseconds);
   return out;
 }
 

@@ -15,8 +15,8 @@ struct TimeError : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// Sets the time zone of the whole process by its IANA name (Europe/Berlin). Throws std::invalid_argument for
-// a name that the system does not know, which the C library would quietly take for UTC.
+// Sets the time zone by its IANA name (Europe/Berlin) or its offset from UTC (+01:00). Throws
+// std::invalid_argument for a name that the system does not know.
 void SetZone(const std::string& name);
 
 // Reads `2026-11-21T20:40:05.123Z`: date and time divided by a T or a blank, seconds and fraction optional,

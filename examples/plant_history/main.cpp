@@ -7,12 +7,14 @@
 #include <csignal>
 #include <iostream>
 
+#include "Console.h"
 #include "Interrupt.h"
 #include "Progress.h"
 #include "Stage.h"
 #include "Table.h"
 #include "Text.h"
 #include "Time.h"
+#include "Zone.h"
 
 namespace plant {
 namespace {
@@ -76,7 +78,7 @@ int Run(Stage& stage) {
     Play(stage);
     return stage.mismatches == 0 && std::cout.flush() ? kDone : kFailed;
   } catch (const std::invalid_argument& zone) {
-    Complain("there is no time zone \"" + std::string(zone.what()) + '"');
+    Complain("there is no time zone \"" + std::string(zone.what()) + '"' + kZoneHint);
     return kRefused;
   } catch (const FileError& error) {
     stage.terminal.ClearDrawing();
@@ -101,7 +103,7 @@ int Run(Stage& stage) {
 int main(int argc, char** argv) {
   using namespace plant;
   try {
-    const Options options = ParseOptions(argc, argv);
+    const Options options = ParseOptions(Arguments(argc, argv));
     if (options.help) {
       std::cout << Usage();
       return kDone;

@@ -1,9 +1,25 @@
 #!/usr/bin/env bash
-# Checks what the shared libraries export: exported_symbols.sh LIBDBMSAPI LIBSQLAPI
+# Checks what the shared libraries export and by what names programs load them:
+#
+#   exported_symbols.sh LIBDBMSAPI LIBSQLAPI [OBJDUMP]
+#
+# OBJDUMP is the one for the system that the libraries are made for, where that is Windows.
 set -euo pipefail
+objdump=${3:-objdump}
+
+# Exported symbols of a DLL, one a line.
+exported_by_dll() {
+  "$objdump" --private-headers "$1" |
+    awk '/^\[Ordinal\/Name Pointer\] Table/ { table = 1; next } table && /\[/ { print $NF } NF == 0 { table = 0 }' |
+    c++filt | sort -u
+}
 
 # Exported symbols, one a line; templates of the standard library, which are weak, aside.
 exported() {
+  if [[ $1 == *.dll ]]; then
+    exported_by_dll "$1"
+    return
+  fi
   nm --dynamic --defined-only --demangle "$1" | sed -E 's/^[0-9a-f]+ //' | grep -vE '^[WVu] .*std::' |
     sed -E 's/^[A-Za-z] //' | sort -u
 }
@@ -34,6 +50,20 @@ for name in 'Dbms::GetDbms(DbmsType, wchar_t const*, int, wchar_t const*, wchar_
     exit 1
   }
 done
+
+expect_dll_name() {
+  "$objdump" --private-headers "$1" | grep -E "^Name[[:space:]]+[0-9a-f]+ $2\$" >/dev/null || {
+    echo "$1 is not called $2"
+    exit 1
+  }
+}
+
+if [[ $1 == *.dll ]]; then
+  expect_dll_name "$1" DbmsAPI.dll
+  expect_dll_name "$2" sqlapi.dll
+  echo 'the DLLs export their interface and nothing else'
+  exit
+fi
 
 soname=$(readelf --dynamic "$1" | grep SONAME)
 grep -qE 'libDbmsAPI\.so\.[0-9]+' <<<"$soname" || {

@@ -4,7 +4,8 @@
 #
 #   against.sh PREFIX [CMAKE OPTION]...
 #
-# CONSUMER_EMULATOR names a program that runs what is built for another system; there is no pkg-config there.
+# For Windows CONSUMER_EMULATOR names a program that runs what is built, CONSUMER_LIBPQ the folder of libpq and its own
+# libraries; there is no pkg-config then.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 prefix=$(cd "$1" && pwd)
@@ -76,6 +77,8 @@ by_pkg_config() {
 
 by_cmake "$@"
 if [ -n "${CONSUMER_EMULATOR:-}" ]; then
+  # What has to lie beside a program there.
+  cp "$prefix"/bin/*.dll "${CONSUMER_LIBPQ:?}"/*.dll "$work/by_cmake"
   uses_the_library cmake "$CONSUMER_EMULATOR" "$work/by_cmake/consumer.exe"
 else
   uses_the_library cmake "$work/by_cmake/consumer"

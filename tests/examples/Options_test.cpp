@@ -2,18 +2,17 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/Process.h"
+
 #include <cstdlib>
 #include <vector>
 
 namespace plant {
 namespace {
 
-Options Parse(std::vector<const char*> arguments) {
-  arguments.insert(arguments.begin(), "plant_history");
-  return ParseOptions(static_cast<int>(arguments.size()), arguments.data());
-}
+Options Parse(const std::vector<std::string>& arguments) { return ParseOptions(arguments); }
 
-std::string ErrorOf(const std::vector<const char*>& arguments) {
+std::string ErrorOf(const std::vector<std::string>& arguments) {
   try {
     Parse(arguments);
     return "nothing";
@@ -23,7 +22,7 @@ std::string ErrorOf(const std::vector<const char*>& arguments) {
 }
 
 TEST(Options, HaveDefaults) {
-  unsetenv("PGPASSWORD");
+  platform::SetVariable("PGPASSWORD", nullptr);
   const Options options = Parse({"a.csv"});
   EXPECT_EQ(options.file, "a.csv");
   EXPECT_EQ(options.zone, "UTC");
@@ -47,10 +46,10 @@ TEST(Options, StandBeforeAndBehindTheFile) {
 }
 
 TEST(Options, TakeThePasswordFromTheEnvironment) {
-  setenv("PGPASSWORD", "secret", 1);
+  platform::SetVariable("PGPASSWORD", "secret");
   EXPECT_EQ(Parse({"a.csv"}).password, "secret");
   EXPECT_EQ(Parse({"a.csv", "--password", "other"}).password, "other");
-  unsetenv("PGPASSWORD");
+  platform::SetVariable("PGPASSWORD", nullptr);
 }
 
 TEST(Options, SayWhatIsWrong) {

@@ -1,13 +1,13 @@
 #include "PlantFile.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cfloat>
 #include <cmath>
 #include <filesystem>
 
 #include "Time.h"
+#include "platform/Process.h"
 
 namespace plant {
 namespace {
@@ -35,9 +35,9 @@ class PlantFileTest : public testing::Test {
     }
   }
 
-  const std::string path_ =
-      (std::filesystem::temp_directory_path() / ("plant_file_test_" + std::to_string(getpid()) + ".csv"))
-          .string();
+  const std::string path_ = (std::filesystem::temp_directory_path() /
+                             ("plant_file_test_" + std::to_string(platform::ProcessId()) + ".csv"))
+                                .string();
 };
 
 TEST_F(PlantFileTest, ReadsTagsAndRows) {
@@ -72,15 +72,6 @@ TEST_F(PlantFileTest, KeepsWhatTheLibraryLeavesOut) {
   EXPECT_LT(row.time_ms, 0);
   EXPECT_TRUE(std::isnan(row.values[0]));
   EXPECT_TRUE(std::isinf(row.values[1]));
-}
-
-TEST_F(PlantFileTest, ReadsAmbiguousTimesInTheOrderOfTheRows) {
-  SetZone("Europe/Berlin");
-  PlantFile file(Write("time,a\n2016-10-30 02:00,1\n2016-10-30 02:00,2\n2016-10-30 03:00,3\n"));
-  const auto rows = file.ReadRows(3);
-  ASSERT_EQ(rows.size(), 3u);
-  EXPECT_EQ(rows[1].time_ms - rows[0].time_ms, 3'600'000);
-  EXPECT_EQ(rows[2].time_ms - rows[1].time_ms, 3'600'000);
 }
 
 TEST_F(PlantFileTest, HoldsNoRowsWhenThereAreNone) {

@@ -1,7 +1,8 @@
 # shellcheck shell=bash
 # What the tests of the programs share: a fresh database on the test server, and what a run said and stored.
 
-program=$1
+# EXAMPLES_EMULATOR runs what is built for Windows, where time zones have no names.
+program=(${EXAMPLES_EMULATOR:+"$EXAMPLES_EMULATOR"} "$1")
 : "${DBMSAPI_TEST_HOST:?names no test server; tools/server.sh starts one}"
 export PGHOST=$DBMSAPI_TEST_HOST PGPORT=$DBMSAPI_TEST_PORT PGUSER=$DBMSAPI_TEST_USER
 export PGPASSWORD=$DBMSAPI_TEST_PASSWORD PGOPTIONS=--client-min-messages=warning
@@ -35,7 +36,7 @@ server=(--host "$PGHOST" --port "$PGPORT" --user "$PGUSER" --database "$database
 # Runs the program with the arguments given; its exit status, and what it wrote, are in $status, $out and $err.
 start() {
   status=0
-  "$program" "$@" >"$work/out" 2>"$work/err" || status=$?
+  "${program[@]}" "$@" >"$work/out" 2>"$work/err" || status=$?
   out=$(cat "$work/out")
   err=$(cat "$work/err")
 }

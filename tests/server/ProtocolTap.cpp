@@ -1,14 +1,6 @@
 #include "server/ProtocolTap.h"
 
-#include <arpa/inet.h>
-#include <netdb.h>
-#include <netinet/in.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
-
-#include <cstring>
+#include <cstdint>
 #include <stdexcept>
 
 namespace {
@@ -17,102 +9,40 @@ constexpr char kPassword = 'p';  // the letter of all messages of signing in
 constexpr std::size_t kLengthBytes = 4;
 constexpr int kUnixSocketPort = 5432;  // a part of the name only
 
-// Of the Unix socket that the server's clients expect in a folder.
-sockaddr_un AddressIn(const std::string& folder, int port) {
-  sockaddr_un address = {};
-  address.sun_family = AF_UNIX;
-  const std::string path = folder + "/.s.PGSQL." + std::to_string(port);
-  if (path.size() >= sizeof address.sun_path) throw std::runtime_error(path + ": too long for a socket");
-  std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
-  return address;
-}
-
-int ConnectToFolder(const std::string& folder, int port) {
-  const sockaddr_un address = AddressIn(folder, port);
-  const int socket = ::socket(AF_UNIX, SOCK_STREAM, 0);
-  if (::connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) return socket;
-  ::close(socket);
-  return -1;
-}
-
-int ConnectToHost(const std::string& host, int port) {
-  addrinfo hints = {};
-  hints.ai_socktype = SOCK_STREAM;
-  addrinfo* found = nullptr;
-  if (::getaddrinfo(host.c_str(), std::to_string(port).c_str(), &hints, &found) != 0) return -1;
-  int connected = -1;
-  for (const addrinfo* one = found; one && connected < 0; one = one->ai_next) {
-    const int socket = ::socket(one->ai_family, one->ai_socktype, one->ai_protocol);
-    if (::connect(socket, one->ai_addr, one->ai_addrlen) == 0) {
-      connected = socket;
-    } else {
-      ::close(socket);
-    }
-  }
-  ::freeaddrinfo(found);
-  return connected;
-}
-
-bool SendAll(int socket, const char* bytes, std::size_t count) {
-  while (count > 0) {
-    const ssize_t sent = ::send(socket, bytes, count, MSG_NOSIGNAL);
-    if (sent <= 0) return false;
-    bytes += sent;
-    count -= static_cast<std::size_t>(sent);
-  }
-  return true;
-}
-
 // Of a message: its length with the length's own bytes.
 std::size_t LengthAt(const std::string& bytes, std::size_t at) {
   std::uint32_t length = 0;
-  std::memcpy(&length, bytes.data() + at, kLengthBytes);
-  return ntohl(length);
+  for (std::size_t i = 0; i < kLengthBytes; ++i) {
+    length = length << 8 | static_cast<unsigned char>(bytes[at + i]);
+  }
+  return length;
 }
 
 }  // namespace
 
 ProtocolTap::ProtocolTap(const std::string& host, int port, const std::string& folder)
-    : host_(host), serverPort_(port) {
+    : host_(host), serverPort_(port), port_(kUnixSocketPort) {
   if (folder.empty()) {
-    ListenOnLoopback();
+    listener_ = platform::Socket::Bound();
+    port_ = listener_.Port();
   } else {
-    ListenIn(folder);
+    listener_ = platform::Socket::BoundIn(folder, port_);
   }
-  if (::listen(listener_, 1) != 0 || ::pipe(stop_) != 0) throw std::runtime_error("the tap cannot listen");
+  listener_.Listen();
+  stop_ = platform::Socket::To(folder.empty() ? "127.0.0.1" : folder, port_);
+  if (!stop_) throw std::runtime_error("the tap cannot listen");
+  stopping_ = listener_.Accept();
   thread_ = std::thread([this] { Serve(); });
-}
-
-void ProtocolTap::ListenOnLoopback() {
-  sockaddr_in address = {};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t length = sizeof address;
-  auto* where = reinterpret_cast<sockaddr*>(&address);
-  listener_ = ::socket(AF_INET, SOCK_STREAM, 0);
-  if (::bind(listener_, where, length) != 0 || ::getsockname(listener_, where, &length) != 0) {
-    throw std::runtime_error("the tap has no port");
-  }
-  port_ = ntohs(address.sin_port);
-}
-
-void ProtocolTap::ListenIn(const std::string& folder) {
-  port_ = kUnixSocketPort;
-  const sockaddr_un address = AddressIn(folder, port_);
-  listener_ = ::socket(AF_UNIX, SOCK_STREAM, 0);
-  if (::bind(listener_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-    throw std::runtime_error("the tap has no socket in " + folder);
-  }
 }
 
 ProtocolTap::~ProtocolTap() { Stop(); }
 
 void ProtocolTap::Stop() {
   if (!thread_.joinable()) return;
-  ::close(stop_[1]);
+  stop_.Close();
   thread_.join();
-  ::close(stop_[0]);
-  ::close(listener_);
+  stopping_.Close();
+  listener_.Close();
 }
 
 std::string ProtocolTap::Take() {
@@ -123,35 +53,25 @@ std::string ProtocolTap::Take() {
 }
 
 void ProtocolTap::Serve() {
-  for (;;) {
-    pollfd awaited[] = {{listener_, POLLIN, 0}, {stop_[0], POLLIN, 0}};
-    ::poll(awaited, 2, -1);
-    if (awaited[1].revents) return;
-    const int client = ::accept(listener_, nullptr, nullptr);
-    const int server =
-        host_.starts_with('/') ? ConnectToFolder(host_, serverPort_) : ConnectToHost(host_, serverPort_);
+  while (platform::WaitForAny({&stopping_, &listener_}) != 0) {
+    const platform::Socket client = listener_.Accept();
+    const platform::Socket server = platform::Socket::To(host_, serverPort_);
     unread_.clear();
     started_ = false;
-    if (server >= 0) Carry(client, server);
-    ::close(client);
-    ::close(server);
+    if (server) Carry(client, server);
   }
 }
 
 // Until one of the two ends.
-void ProtocolTap::Carry(int client, int server) {
+void ProtocolTap::Carry(const platform::Socket& client, const platform::Socket& server) {
   char buffer[16384];
-  for (;;) {
-    pollfd awaited[] = {{client, POLLIN, 0}, {server, POLLIN, 0}, {stop_[0], POLLIN, 0}};
-    ::poll(awaited, 3, -1);
-    if (awaited[2].revents) return;
-    const bool fromClient = awaited[0].revents != 0;
-    const ssize_t count = ::recv(fromClient ? client : server, buffer, sizeof buffer, 0);
-    if (count <= 0) return;
-    const auto bytes = static_cast<std::size_t>(count);
+  while (const std::size_t ready = platform::WaitForAny({&stopping_, &client, &server})) {
+    const bool fromClient = ready == 1;
+    const std::size_t count = (fromClient ? client : server).Receive(buffer, sizeof buffer);
+    if (count == 0) return;
     // Before it is passed on: whoever has the answer finds the question noted.
-    if (fromClient) Note(buffer, bytes);
-    if (!SendAll(fromClient ? server : client, buffer, bytes)) return;
+    if (fromClient) Note(buffer, count);
+    if (!(fromClient ? server : client).SendAll(buffer, count)) return;
   }
 }
 

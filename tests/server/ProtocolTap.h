@@ -5,6 +5,8 @@
 #include <string>
 #include <thread>
 
+#include "platform/Socket.h"
+
 // Stands between a client and the server and notes what kinds of messages the client sends. One connection at
 // a time, unencrypted: connect with sslmode=disable and gssencmode=disable.
 class ProtocolTap {
@@ -25,17 +27,15 @@ class ProtocolTap {
   std::string Take();
 
  private:
-  void ListenOnLoopback();
-  void ListenIn(const std::string& folder);
   void Serve();
-  void Carry(int client, int server);
+  void Carry(const platform::Socket& client, const platform::Socket& server);
   void Note(const char* bytes, std::size_t count);
 
   std::string host_;
   int serverPort_;
-  int port_ = 0;
-  int listener_ = -1;
-  int stop_[2] = {-1, -1};  // a pipe: closing its end for writing stops the tap
+  int port_;
+  platform::Socket listener_;
+  platform::Socket stop_, stopping_;  // two ends of one line: closing the first stops the tap
 
   std::string unread_;    // the beginning of a message whose end has not come yet
   bool started_ = false;  // the startup message, which has no letter, has been seen

@@ -1,12 +1,13 @@
 #include "server/ServerTest.h"
 
 #include <libpq-fe.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <cstdlib>
 #include <stdexcept>
 #include <thread>
+
+#include "platform/Process.h"
 
 namespace {
 
@@ -27,7 +28,7 @@ std::wstring Wide(const std::string& text) { return {text.begin(), text.end()}; 
 // Unique among test programs that run side by side.
 std::string NewDatabaseName() {
   static int count = 0;
-  return "dbmsapi_test_" + std::to_string(::getpid()) + "_" + std::to_string(++count);
+  return "dbmsapi_test_" + std::to_string(platform::ProcessId()) + "_" + std::to_string(++count);
 }
 
 Result Execute(PGconn* channel, std::string_view statements) {

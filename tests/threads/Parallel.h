@@ -1,17 +1,19 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
-#include <latch>
 #include <thread>
 #include <vector>
 
 // Runs the bodies side by side, one thread each, and waits for them all. None begins before all are ready.
+// Not by std::latch, which on Windows may miss a wake-up in the library of g++ 12.
 inline void InParallel(const std::vector<std::function<void()>>& bodies) {
-  std::latch ready(static_cast<std::ptrdiff_t>(bodies.size()));
+  std::atomic<std::size_t> ready{0};
   std::vector<std::jthread> threads;
   for (const auto& body : bodies) {
-    threads.emplace_back([&ready, &body] {
-      ready.arrive_and_wait();
+    threads.emplace_back([&ready, &body, all = bodies.size()] {
+      ++ready;
+      while (ready < all) std::this_thread::yield();
       body();
     });
   }

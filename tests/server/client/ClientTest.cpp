@@ -1,12 +1,9 @@
 #include "ClientTest.h"
 
 #include <libpq-fe.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
-#include <cstdlib>
-#include <stdexcept>
+#include <chrono>
+#include <thread>
 
 std::wstring ClientTest::Server() const { return Host() + L"," + std::to_wstring(Port()); }
 
@@ -43,38 +40,16 @@ void ClientTest::TerminateBackends() {
 
 std::wstring Wide(const SAString& text) { return {text, text.GetLength()}; }
 
-EnvironmentVariable::EnvironmentVariable(const char* name, const char* value) : name_(name) {
-  ::setenv(name, value, 1);
-}
-
-EnvironmentVariable::~EnvironmentVariable() { ::unsetenv(name_.c_str()); }
-
-// Bound in any case, so that nobody else takes it.
-DeadPort::DeadPort(Manner manner) : socket_(::socket(AF_INET, SOCK_STREAM, 0)) {
-  sockaddr_in address = {};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t length = sizeof address;
-  auto* where = reinterpret_cast<sockaddr*>(&address);
-  if (::bind(socket_, where, length) != 0 || ::getsockname(socket_, where, &length) != 0 ||
-      (manner == Silent && ::listen(socket_, 1) != 0)) {
-    throw std::runtime_error("there is no port to be had");
-  }
-  number_ = ntohs(address.sin_port);
-}
-
-DeadPort::~DeadPort() { ::close(socket_); }
-
 void FillSocket(const pgConnectionHandles& handles) {
   const std::vector<char> bytes(1 << 16);
   const int socket = PQsocket(handles.conn);
   // The buffers may grow while they are filled: they are full when they are so twice, a while apart.
   for (int refusals = 0; refusals < 2;) {
-    if (::send(socket, bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL) > 0) {
+    if (platform::SendWithoutWaiting(socket, bytes.data(), bytes.size())) {
       refusals = 0;
     } else {
       ++refusals;
-      ::usleep(200'000);
+      std::this_thread::sleep_for(std::chrono::milliseconds(200));
     }
   }
 }

@@ -6,6 +6,8 @@
 #include <utility>
 #include <vector>
 
+#include "platform/Process.h"
+#include "platform/Socket.h"
 #include "server/ServerTest.h"
 
 // A fresh database and a connection that is not connected yet.
@@ -60,8 +62,10 @@ SAException Thrown(Action&& action) {
 // Sets an environment variable for a while.
 class EnvironmentVariable {
  public:
-  EnvironmentVariable(const char* name, const char* value);
-  ~EnvironmentVariable();
+  EnvironmentVariable(const char* name, const char* value) : name_(name) {
+    platform::SetVariable(name, value);
+  }
+  ~EnvironmentVariable() { platform::SetVariable(name_.c_str(), nullptr); }
 
  private:
   std::string name_;
@@ -71,13 +75,14 @@ class EnvironmentVariable {
 class DeadPort {
  public:
   enum Manner { Refusing, Silent };
-  explicit DeadPort(Manner manner);
-  ~DeadPort();
-  std::wstring Number() const { return std::to_wstring(number_); }
+  explicit DeadPort(Manner manner) {
+    if (manner == Silent) socket_.Listen();
+  }
+  std::wstring Number() const { return std::to_wstring(socket_.Port()); }
 
  private:
-  int socket_;
-  int number_ = 0;
+  // Bound in any case, so that nobody else takes it.
+  platform::Socket socket_ = platform::Socket::Bound();
 };
 
 // Sends over a connection's socket until nothing more fits into the buffers between it and the server.

@@ -1,8 +1,4 @@
-#include <cstdlib>
-#include <filesystem>
-
 #include "ClientTest.h"
-#include "server/ProtocolTap.h"
 
 namespace {
 
@@ -141,20 +137,6 @@ TEST_F(Connecting, TakesServerOptionsBehindTheDatabase) {
   ConnectTo(connection, Server() + L"@" + Database() + L";-c work_mem=77MB -c search_path=elsewhere");
   EXPECT_EQ(Ask(L"show work_mem"), L"77MB");
   EXPECT_EQ(Ask(L"show search_path"), L"elsewhere");
-}
-
-TEST_F(Connecting, GoesThroughAUnixSocket) {
-  std::string folder = testing::TempDir() + "dbmsapi_XXXXXX";
-  ASSERT_NE(::mkdtemp(folder.data()), nullptr);
-  const std::wstring host = Host();
-  {
-    ProtocolTap tap(std::string(host.begin(), host.end()), Port(), folder);
-    ConnectTo(connection, std::wstring(folder.begin(), folder.end()) + L"," + std::to_wstring(tap.Port()) +
-                              L"@" + Database());
-    EXPECT_EQ(Ask(L"select current_database()"), Database());
-    EXPECT_EQ(tap.Take(), "Q");
-  }
-  std::filesystem::remove_all(folder);
 }
 
 TEST_F(Connecting, NamesTheLibraryUnlessTheProgramIsNamed) {

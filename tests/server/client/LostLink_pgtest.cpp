@@ -1,7 +1,5 @@
 // What happens when the server goes away.
 
-#include <signal.h>
-
 #include <chrono>
 #include <future>
 

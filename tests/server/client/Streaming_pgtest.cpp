@@ -1,9 +1,9 @@
 // Large results and large statements.
 
 #include <algorithm>
-#include <fstream>
 
 #include "ClientTest.h"
+#include "platform/Process.h"
 
 namespace {
 
@@ -13,15 +13,6 @@ constexpr long kRowBytes = 1000;
 // Of memory over what there was before. The result as a whole takes about 1 GB; freed memory waits for a
 // while under AddressSanitizer.
 constexpr long kMostGrowthKilobytes = 400'000;
-
-long ResidentKilobytes() {
-  std::ifstream status("/proc/self/status");
-  std::string line;
-  while (std::getline(status, line)) {
-    if (line.starts_with("VmRSS:")) return std::stol(line.substr(6));
-  }
-  throw std::runtime_error("the process does not know its memory");
-}
 
 class Streaming : public ClientTest {
  protected:
@@ -42,13 +33,13 @@ TEST_F(Streaming, TakesNoMemoryForTheRows) {
   const std::wstring text = L"select i, repeat('x', " + std::to_wstring(kRowBytes) +
                             L") from generate_series(1, " + std::to_wstring(kRows) + L") i";
   SACommand command(&connection, text.c_str());
-  const long before = ResidentKilobytes();
+  const long before = platform::ResidentKilobytes();
   long most = before;
   command.Execute();
   long rows = 0;
   while (command.FetchNext()) {
     ++rows;
-    if (rows % 10'000 == 0) most = std::max(most, ResidentKilobytes());
+    if (rows % 10'000 == 0) most = std::max(most, platform::ResidentKilobytes());
     ASSERT_EQ(command.Field(1).asLong(), rows);
   }
   EXPECT_EQ(rows, kRows);

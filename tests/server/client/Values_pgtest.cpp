@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "ClientTest.h"
+#include "WideText.h"
 
 namespace {
 
@@ -141,19 +142,6 @@ std::u32string CharactersOfEveryPlane() {
     characters += plane * 0x10000 + 0xFFFD;
   }
   return characters;
-}
-
-std::wstring Wide(const std::u32string& characters) {
-  std::wstring wide;
-  for (const char32_t c : characters) {
-    if (sizeof(wchar_t) == 4 || c < 0x10000) {
-      wide += static_cast<wchar_t>(c);
-    } else {
-      wide += static_cast<wchar_t>(0xD800 + ((c - 0x10000) >> 10));
-      wide += static_cast<wchar_t>(0xDC00 + (c & 0x3FF));
-    }
-  }
-  return wide;
 }
 
 TEST_F(Values, CarryTextOfEveryPlaneBothWays) {

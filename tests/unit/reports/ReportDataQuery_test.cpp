@@ -2,6 +2,7 @@
 #include <iomanip>
 #include <sstream>
 
+#include "platform/Zone.h"
 #include "scripted/ScriptedTest.h"
 
 namespace {
@@ -20,8 +21,9 @@ constexpr wchar_t kDigitalHours[] =
 
 // An instant as a session in the zone of this process delivers it.
 std::wstring Delivered(std::time_t seconds, const wchar_t* decimals = L"") {
+  const std::tm fields = platform::LocalTime(seconds);
   std::wostringstream text;
-  text << std::put_time(std::localtime(&seconds), L"%Y-%m-%d %H:%M:%S") << decimals << L"+00";
+  text << std::put_time(&fields, L"%Y-%m-%d %H:%M:%S") << decimals << L"+00";
   return text.str();
 }
 

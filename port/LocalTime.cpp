@@ -1,0 +1,38 @@
+#include "port/LocalTime.h"
+
+#include <chrono>
+
+namespace port {
+namespace {
+
+constexpr std::int64_t kDay = 24 * 60 * 60;
+
+// The calendar repeats itself after 400 years. PostgreSQL's years go further than those of <chrono>.
+constexpr std::int64_t kCycleMonths = 400 * 12;
+constexpr std::int64_t kCycle = 146'097 * kDay;
+
+std::int64_t SecondsInUtc(const std::tm& fields) {
+  using namespace std::chrono;
+  const std::int64_t month = (std::int64_t{fields.tm_year} + 1900) * 12 + fields.tm_mon;
+  const std::int64_t cycles = month / kCycleMonths - (month % kCycleMonths < 0 ? 1 : 0);
+  const sys_days first = (year(0) / January + months(month - cycles * kCycleMonths)) / 1;
+  const std::int64_t day = first.time_since_epoch().count() + std::int64_t{fields.tm_mday} - 1;
+  return cycles * kCycle + day * kDay + std::int64_t{fields.tm_hour} * 3600 +
+         std::int64_t{fields.tm_min} * 60 + fields.tm_sec;
+}
+
+}  // namespace
+
+// Not by mktime, whose choice for an hour that comes twice depends on the calls before.
+std::int64_t LocalEpochSeconds(const std::tm& fields) {
+  const std::int64_t fieldsInUtc = SecondsInUtc(fields);
+  const std::int64_t before = LocalOffset(fieldsInUtc - kDay);
+  const std::int64_t first = fieldsInUtc - before;
+  if (LocalOffset(first) == before) return first;
+  const std::int64_t after = LocalOffset(fieldsInUtc + kDay);
+  const std::int64_t second = fieldsInUtc - after;
+  if (LocalOffset(second) == after) return second;
+  return first;
+}
+
+}  // namespace port

@@ -1,0 +1,32 @@
+#!/usr/bin/env bash
+# Makes the zip for Windows and uses what is in it as a client's own project does:
+#
+#   zip.sh BUILD_FOLDER [CMAKE OPTION]...
+set -euo pipefail
+here=$(cd "$(dirname "$0")" && pwd)
+build=$(cd "$1" && pwd)
+shift
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+cpack --config "$build/CPackConfig.cmake" -B "$work" >"$work/log" 2>&1 || {
+  cat "$work/log"
+  exit 1
+}
+cd "$work"
+archives=(dbmsapi-*-win64.zip)
+[ -f "${archives[0]}" ] || {
+  echo "made another archive: $(ls)"
+  exit 1
+}
+cmake -E tar xf "${archives[0]}"
+prefix=$work/${archives[0]%.zip}
+
+# The C++ runtime is in it, libpq is not: every site has its own.
+found=$(cd "$prefix/bin" && printf '%s\n' * | sort | xargs)
+wanted='DbmsAPI.dll libgcc_s_seh-1.dll libstdc++-6.dll libwinpthread-1.dll sqlapi.dll'
+[ "$found" = "$wanted" ] || {
+  echo "bin/ holds $found, not $wanted"
+  exit 1
+}
+"$here/../consumer/against.sh" "$prefix" "$@"

@@ -1,0 +1,94 @@
+// What a debugger of the process is told, and what a viewer of all processes' debug output reads.
+
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <cstring>
+#include <string>
+
+#include "port/Debug.h"
+
+namespace {
+
+// How the system tells a debugger: in wide characters, and where nobody takes those in the system's code
+// page. Wine knows the second way only.
+constexpr DWORD kWideText = 0x4001000A;    // DBG_PRINTEXCEPTION_WIDE_C
+constexpr DWORD kNarrowText = 0x40010006;  // DBG_PRINTEXCEPTION_C
+
+std::wstring toldWide;
+std::string toldNarrow;
+
+// Stands in for a debugger that takes nothing.
+LONG CALLBACK Note(EXCEPTION_POINTERS* pointers) {
+  const EXCEPTION_RECORD& record = *pointers->ExceptionRecord;
+  const ULONG_PTR* text = record.ExceptionInformation;  // its length with the terminator, and where it is
+  if (record.ExceptionCode == kWideText) {
+    toldWide.assign(reinterpret_cast<const wchar_t*>(text[1]), text[0] - 1);
+  } else if (record.ExceptionCode == kNarrowText) {
+    toldNarrow.assign(reinterpret_cast<const char*>(text[1]), text[0] - 1);
+  }
+  return EXCEPTION_CONTINUE_SEARCH;
+}
+
+std::string InTheSystemsCodePage(const std::wstring& text) {
+  char bytes[256];
+  const int count = WideCharToMultiByte(CP_ACP, 0, text.data(), static_cast<int>(text.size()), bytes,
+                                        sizeof bytes, nullptr, nullptr);
+  return std::string(bytes, static_cast<std::size_t>(count));
+}
+
+// The shared memory that the system leaves debug output in when somebody looks at it.
+class Viewer {
+ public:
+  Viewer()
+      : ready_(CreateEventW(nullptr, FALSE, TRUE, L"DBWIN_BUFFER_READY")),
+        data_(CreateEventW(nullptr, FALSE, FALSE, L"DBWIN_DATA_READY")),
+        mapping_(CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, sizeof(Buffer),
+                                    L"DBWIN_BUFFER")),
+        buffer_(static_cast<Buffer*>(MapViewOfFile(mapping_, FILE_MAP_READ, 0, 0, sizeof(Buffer)))) {}
+  ~Viewer() {
+    UnmapViewOfFile(buffer_);
+    for (const HANDLE handle : {mapping_, data_, ready_}) CloseHandle(handle);
+  }
+  Viewer(const Viewer&) = delete;
+  Viewer& operator=(const Viewer&) = delete;
+
+  // The text that has been left there, of this process.
+  std::string Read() {
+    if (buffer_ == nullptr) return "no shared memory";
+    if (WaitForSingleObject(data_, 0) != WAIT_OBJECT_0) return "nothing";
+    if (buffer_->process != GetCurrentProcessId()) return "of another process";
+    const std::string text(buffer_->text, strnlen(buffer_->text, sizeof buffer_->text));
+    SetEvent(ready_);
+    return text;
+  }
+
+ private:
+  struct Buffer {
+    DWORD process;
+    char text[4096 - sizeof(DWORD)];
+  };
+
+  HANDLE ready_, data_, mapping_;
+  Buffer* buffer_;
+};
+
+TEST(DebugOutput, ReachesADebuggerWhole) {
+  const std::wstring line = L"on exception(3, 7) - \u00e4 \U0001F600\n";
+  void* handler = AddVectoredExceptionHandler(1, Note);
+  port::WriteDebugLine(line.c_str());
+  RemoveVectoredExceptionHandler(handler);
+  EXPECT_EQ(toldNarrow, InTheSystemsCodePage(line));
+  if (!toldWide.empty()) {
+    EXPECT_EQ(toldWide, line);
+  }
+}
+
+TEST(DebugOutput, ReachesAViewer) {
+  Viewer viewer;
+  EXPECT_EQ(viewer.Read(), "nothing");
+  port::WriteDebugLine(L"on exception(3, 7) - x\n");
+  EXPECT_EQ(viewer.Read(), "on exception(3, 7) - x\n");
+}
+
+}  // namespace

@@ -1,0 +1,34 @@
+#!/usr/bin/env bash
+# Runs a Windows program under Wine, without a display: wine.sh PROGRAM.exe [ARGUMENT]...
+#
+# DBMSAPI_WINEPREFIX names Wine's folder, build/wine by default; tools/test_windows.sh makes it. The program reads
+# nothing. What it says comes when it has ended, without carriage returns: Wine's services, which outlive it, would
+# keep a pipe open for ever, but not a file. SIGINT and SIGTERM are handed on; Wine makes Ctrl-C of the first.
+set -euo pipefail
+here=$(cd "$(dirname "$0")" && pwd)
+prefix=${DBMSAPI_WINEPREFIX:-$(dirname "$(dirname "$here")")/build/wine}
+[ -d "$prefix/drive_c" ] || {
+  echo "wine.sh: there is no Wine folder $prefix; tools/test_windows.sh makes it" >&2
+  exit 1
+}
+
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+env -u DISPLAY -u TZ WINEPREFIX="$prefix" WINEDEBUG="${WINEDEBUG:--all}" WINEDLLOVERRIDES='mscoree,mshtml=' LC_ALL=C.UTF-8 \
+  --default-signal=INT /usr/lib/wine/wine64 "$@" <"/dev/null" >"$work/out" 2>"$work/err" &
+program=$!
+trap 'kill -s INT "$program" 2>/dev/null || true' INT
+trap 'kill -s TERM "$program" 2>/dev/null || true' TERM
+
+# A signal ends the wait, not the program.
+status=0
+wait "$program" || status=$?
+while kill -0 "$program" 2>/dev/null; do
+  status=0
+  wait "$program" || status=$?
+done
+
+tr -d '\r' <"$work/out"
+tr -d '\r' <"$work/err" >&2
+exit "$status"
