@@ -5,8 +5,6 @@
 namespace plant {
 namespace {
 
-constexpr std::int64_t kHour = 3'600'000;
-
 struct Reading {
   const char* text;
   std::int64_t time_ms;
