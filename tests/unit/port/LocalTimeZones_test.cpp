@@ -1,10 +1,12 @@
-// Local time in zones of choice, which the process can be put into by TZ.
+// Local time in zones of choice, which the process is put into.
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <optional>
 #include <string>
 
+#include "platform/Zone.h"
 #include "port/LocalTime.h"
 
 namespace {
@@ -13,17 +15,8 @@ class LocalTimeZones : public ::testing::Test {
  protected:
   LocalTimeZones() {
     if (const char* zone = std::getenv("TZ")) former_ = zone;
-    known_ = std::getenv("TZ") != nullptr;
   }
-  ~LocalTimeZones() override {
-    known_ ? ::setenv("TZ", former_.c_str(), 1) : ::unsetenv("TZ");
-    ::tzset();
-  }
-
-  static void Enter(const char* zone) {
-    ::setenv("TZ", zone, 1);
-    ::tzset();
-  }
+  ~LocalTimeZones() override { platform::SetZone(former_ ? former_->c_str() : nullptr); }
 
   static std::int64_t Read(int year, int month, int day, int hour, int minute) {
     std::tm fields{};
@@ -36,19 +29,18 @@ class LocalTimeZones : public ::testing::Test {
   }
 
  private:
-  std::string former_;
-  bool known_;
+  std::optional<std::string> former_;
 };
 
 TEST_F(LocalTimeZones, OffsetsNeedNotBeWholeHours) {
-  Enter("Asia/Kolkata");
+  platform::SetZone("Asia/Kolkata");
   EXPECT_EQ(Read(2023, 11, 15, 3, 43), 1699999980);
-  Enter("America/St_Johns");
+  platform::SetZone("America/St_Johns");
   EXPECT_EQ(Read(2023, 11, 14, 18, 43), 1699999980);
 }
 
 TEST_F(LocalTimeZones, TheHourThatComesTwiceIsItsFirstTimeWhateverWasAskedBefore) {
-  Enter("America/St_Johns");
+  platform::SetZone("America/St_Johns");
   for (const int month : {1, 7}) {
     Read(2023, month, 1, 12, 0);
     EXPECT_EQ(Read(2023, 11, 5, 1, 30), 1699156800);
@@ -58,7 +50,7 @@ TEST_F(LocalTimeZones, TheHourThatComesTwiceIsItsFirstTimeWhateverWasAskedBefore
 }
 
 TEST_F(LocalTimeZones, TheHourThatIsLeftOutReadsAsAnHourLater) {
-  Enter("America/St_Johns");
+  platform::SetZone("America/St_Johns");
   for (const int month : {1, 7}) {
     Read(2023, month, 1, 12, 0);
     EXPECT_EQ(Read(2023, 3, 12, 2, 30), Read(2023, 3, 12, 3, 30));
@@ -67,9 +59,20 @@ TEST_F(LocalTimeZones, TheHourThatIsLeftOutReadsAsAnHourLater) {
 }
 
 TEST_F(LocalTimeZones, BeforeTheEpochIsATimeToo) {
-  Enter("UTC");
+  platform::SetZone("UTC");
   EXPECT_EQ(Read(1969, 12, 31, 23, 59), -60);
   EXPECT_EQ(Read(1901, 1, 1, 0, 0), -2177452800);
+  platform::SetZone("America/St_Johns");
+  EXPECT_EQ(Read(1969, 12, 31, 20, 30), 0);
+}
+
+TEST_F(LocalTimeZones, IsKnownAsFarAsTheServersTimesGo) {
+  platform::SetZone("Asia/Kolkata");
+  EXPECT_EQ(Read(2400, 2, 29, 5, 30), 13574563200);
+  EXPECT_EQ(Read(9999, 12, 31, 23, 59), 253402280940);
+  EXPECT_EQ(Read(294276, 12, 31, 23, 59), 9224318015940 - 19800);
+  platform::SetZone("UTC");
+  EXPECT_EQ(Read(-4712, 1, 1, 0, 0), -210863520000);
 }
 
 }  // namespace
