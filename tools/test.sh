@@ -5,7 +5,7 @@
 #   asan     unit and server tests under AddressSanitizer and UndefinedBehaviorSanitizer
 #   tsan     tests that use threads, under ThreadSanitizer
 #   clang    builds with clang++; a warning is an error
-#   windows  the DLLs for Windows, cross-built, under Wine: tools/test_windows.sh; only when named
+#   windows  the DLLs for Windows, cross-built, under Wine: tools/test_windows.sh
 #
 #   tools/test.sh [--timescale VERSION|all] [-R REGEX] [dev|asan|tsan|clang|windows]...
 #
@@ -44,7 +44,7 @@ while [ $# -gt 0 ]; do
 done
 if [ ${#stages[@]} -eq 0 ]; then
   stages=(dev)
-  [ ${#selection[@]} -gt 0 ] || stages+=(asan tsan clang)
+  [ ${#selection[@]} -gt 0 ] || stages+=(asan tsan clang windows)
 fi
 
 # build STAGE TARGET [CMAKE OPTION]...
