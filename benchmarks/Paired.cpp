@@ -40,8 +40,10 @@ double Take(const Contender& contender, Turns& turns) {
   return taken.count();
 }
 
-void Print(const std::string& what, std::size_t size, const std::vector<Result>& results) {
-  std::cout << what << ", " << size << '\n' << std::fixed;
+void Print(const Subject& subject, const std::vector<Result>& results) {
+  std::cout << subject.name << ", " << subject.size;
+  if (subject.times > 1) std::cout << ", " << subject.times << " times";
+  std::cout << '\n' << std::fixed;
   for (const Result& one : results) {
     std::cout << "  " << std::left << std::setw(40) << one.name << std::right << std::setprecision(3)
               << std::setw(12) << one.seconds * 1e3 << " ms" << std::setw(12) << one.cpuSeconds * 1e3
@@ -50,20 +52,19 @@ void Print(const std::string& what, std::size_t size, const std::vector<Result>&
   std::cout << std::flush;
 }
 
-void Keep(const std::string& what, std::size_t size, const std::vector<Result>& results) {
+void Keep(const Subject& subject, const std::vector<Result>& results) {
   const char* const path = std::getenv("DBMSAPI_BENCH_RESULTS");
   if (!path) return;
   std::ofstream file(path, std::ios::app);
   for (const Result& one : results) {
-    file << what << '\t' << size << '\t' << one.name << '\t' << one.seconds << '\t' << one.ratio << '\t'
-         << one.cpuSeconds << '\n';
+    file << subject.name << '\t' << subject.size << '\t' << subject.times << '\t' << one.name << '\t'
+         << one.seconds << '\t' << one.ratio << '\t' << one.cpuSeconds << '\n';
   }
 }
 
 }  // namespace
 
-std::vector<Result> Race(const std::string& what, std::size_t size,
-                         const std::vector<Contender>& contenders) {
+std::vector<Result> Race(const Subject& subject, const std::vector<Contender>& contenders) {
   std::vector<Turns> all(contenders.size());
   for (std::size_t i = 0; i < contenders.size(); ++i) Take(contenders[i], all[i]);
   all.assign(contenders.size(), {});
@@ -81,8 +82,8 @@ std::vector<Result> Race(const std::string& what, std::size_t size,
     results.push_back(
         {contenders[i].name, Median(all[i].seconds), Median(all[i].ratios), Median(all[i].cpuSeconds)});
   }
-  Print(what, size, results);
-  Keep(what, size, results);
+  Print(subject, results);
+  Keep(subject, results);
   return results;
 }
 

@@ -10,6 +10,13 @@
 
 namespace bench {
 
+// What is done: something of a size, so many times a turn.
+struct Subject {
+  std::string name;
+  std::size_t size = 1;
+  std::size_t times = 1;
+};
+
 // One way to do it.
 struct Contender {
   std::string name;
@@ -26,9 +33,9 @@ struct Result {
 };
 
 // Runs DBMSAPI_BENCH_ROUNDS rounds (9) after one that does not count. Writes a table to standard output and,
-// when DBMSAPI_BENCH_RESULTS names a file, a line per contender to that: what, size, contender, seconds,
-// ratio, processor seconds.
-std::vector<Result> Race(const std::string& what, std::size_t size, const std::vector<Contender>& contenders);
+// when DBMSAPI_BENCH_RESULTS names a file, a line per contender to that: subject, size, times, contender,
+// seconds, ratio, processor seconds.
+std::vector<Result> Race(const Subject& subject, const std::vector<Contender>& contenders);
 
 // The middle one; of an even number the mean of the two.
 double Median(std::vector<double> values);

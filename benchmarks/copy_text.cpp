@@ -2,6 +2,8 @@
 
 #include <benchmark/benchmark.h>
 
+#include <span>
+
 #include "DbmsAPI/history/CopyText.h"
 #include "DbmsAPI/history/TagTexts.h"
 #include "Plant.h"
@@ -9,37 +11,72 @@
 namespace {
 
 constexpr std::size_t kSamples = 1000000;
+constexpr std::size_t kMostSamples = 10000000;
+constexpr std::size_t kTags = 1000;
 constexpr std::size_t kFlushBytes = 4 * 1024 * 1024;
 
 // As the bulk insert makes it: the name looked up, the line appended, the text given away every 4 MiB.
-void CopyText(benchmark::State& state, bench::Values values, bench::Order order, std::size_t tags) {
-  const auto samples = bench::PlantSamples(kSamples, tags, values, order);
-  TagTexts::Cache names;
-  std::string text;
-  text.reserve(kFlushBytes + kFlushBytes / 16);
-  for (auto _ : state) {
-    CopyLines lines(text);
-    TagTexts texts(names);
+class TextMaker {
+ public:
+  TextMaker() { text_.reserve(kFlushBytes + kFlushBytes / 16); }
+
+  void MakeBatch(std::span<const LogSample> samples) {
+    CopyLines lines(text_);
+    TagTexts texts(names_);
     for (const LogSample& sample : samples) {
       if (!IsStorable(sample)) continue;
       lines.Append(sample.timeMs, texts.Of(sample.tagName), sample.value);
       if (lines.size() < kFlushBytes) continue;
       lines.Finish();
-      text.clear();
+      text_.clear();
     }
-    benchmark::DoNotOptimize(text.data());
+    lines.Finish();
+    benchmark::DoNotOptimize(text_.data());
+    text_.clear();
   }
-  const auto made = static_cast<double>(state.iterations()) * static_cast<double>(kSamples);
+
+ private:
+  TagTexts::Cache names_;
+  std::string text_;
+};
+
+void CountSamples(benchmark::State& state, std::size_t samples) {
   state.counters["per_sample"] =
-      benchmark::Counter(made, benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+      benchmark::Counter(static_cast<double>(state.iterations()) * static_cast<double>(samples),
+                         benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 
-BENCHMARK_CAPTURE(CopyText, ten_digits_by_cycle, bench::Values::TenDigits, bench::Order::ByCycle, 1000);
-BENCHMARK_CAPTURE(CopyText, short_by_cycle, bench::Values::Short, bench::Order::ByCycle, 1000);
-BENCHMARK_CAPTURE(CopyText, integers_by_cycle, bench::Values::Integers, bench::Order::ByCycle, 1000);
-BENCHMARK_CAPTURE(CopyText, ten_digits_by_tag, bench::Values::TenDigits, bench::Order::ByTag, 1000);
-BENCHMARK_CAPTURE(CopyText, short_by_tag, bench::Values::Short, bench::Order::ByTag, 1000);
-BENCHMARK_CAPTURE(CopyText, integers_by_tag, bench::Values::Integers, bench::Order::ByTag, 1000);
+// What a sample takes by the kind of its value and the order of the tags.
+void CopyText(benchmark::State& state, bench::Values values, bench::Order order) {
+  const auto samples = bench::PlantSamples(kSamples, kTags, values, order);
+  TextMaker maker;
+  for (auto _ : state) maker.MakeBatch(samples);
+  CountSamples(state, samples.size());
+}
+
+// And by the size of a batch: the same samples, cut differently. Batches of no more samples than there are
+// tags are special: each name has to be looked up then.
+void CopyTextBatch(benchmark::State& state, std::size_t tags) {
+  const auto all = bench::PlantSamples(kMostSamples, tags, bench::Values::TenDigits, bench::Order::ByCycle);
+  const auto size = static_cast<std::size_t>(state.range(0));
+  TextMaker maker;
+  for (auto _ : state) {
+    for (std::size_t first = 0; first < all.size(); first += size) {
+      maker.MakeBatch(std::span(all).subspan(first, size));
+    }
+  }
+  CountSamples(state, all.size());
+}
+
+BENCHMARK_CAPTURE(CopyText, ten_digits_by_cycle, bench::Values::TenDigits, bench::Order::ByCycle);
+BENCHMARK_CAPTURE(CopyText, short_by_cycle, bench::Values::Short, bench::Order::ByCycle);
+BENCHMARK_CAPTURE(CopyText, integers_by_cycle, bench::Values::Integers, bench::Order::ByCycle);
+BENCHMARK_CAPTURE(CopyText, ten_digits_by_tag, bench::Values::TenDigits, bench::Order::ByTag);
+BENCHMARK_CAPTURE(CopyText, short_by_tag, bench::Values::Short, bench::Order::ByTag);
+BENCHMARK_CAPTURE(CopyText, integers_by_tag, bench::Values::Integers, bench::Order::ByTag);
+
+BENCHMARK_CAPTURE(CopyTextBatch, tags_100, 100)->RangeMultiplier(10)->Range(1000, kMostSamples);
+BENCHMARK_CAPTURE(CopyTextBatch, tags_1000, 1000)->RangeMultiplier(10)->Range(1000, kMostSamples);
 
 }  // namespace
 

@@ -55,7 +55,7 @@ int main() {
   std::vector<Writer> writers;
   for (std::size_t i = 0; i < kThreads; ++i) writers.push_back(MakeWriter(server, i));
   const auto settle = [&] { server.Settle("datalog"); };
-  bench::Race("8 threads InsertLogData", kThreads * kBatches * kBatchSize,
+  bench::Race({"InsertLogData on 8 threads", kBatchSize, kThreads * kBatches},
               {{"by hand", settle, [&] { OnEightThreads(writers, &Writer::WorkByHand); }},
                {"library", settle, [&] { OnEightThreads(writers, &Writer::UseLibrary); }}});
 }

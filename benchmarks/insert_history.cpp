@@ -49,7 +49,7 @@ void RaceBatches(bench::BenchServer& server, std::size_t size, std::size_t count
                             for (const auto& batch : batches.samples) peer->InsertHistory(batch);
                           }});
   }
-  bench::Race("InsertLogData, " + std::to_string(count) + " times", size, contenders);
+  bench::Race({"InsertLogData", size, count}, contenders);
 }
 
 }  // namespace

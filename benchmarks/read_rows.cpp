@@ -59,7 +59,7 @@ struct Query {
     add("by hand, whole result", [&] { byHand(hand::Rows::AllAtOnce, data); });
     add("library", [&] { bench::Require(library(data), name); });
     for (const auto& one : all) add(one->Name(), [&, who = one.get()] { peer(*who, data); });
-    bench::Race(name, rows, contenders);
+    bench::Race({name, rows}, contenders);
   }
 };
 

@@ -24,7 +24,7 @@ void RaceSystemLog(bench::BenchServer& server, Dbms& dbms, PGconn* link) {
   hand::Prepare(link, "log", "insert into system_log values (to_timestamp($1),$2,$3,$4,$5,$6,$7)",
                 parameters.front());
   const auto settle = [&] { server.Settle("system_log"); };
-  bench::Race("InsertSystemLog", kCalls,
+  bench::Race({"InsertSystemLog", kCalls},
               {{"by hand", settle,
                 [&] {
                   for (const auto& one : parameters) hand::RunPrepared(link, "log", one);
@@ -42,20 +42,22 @@ void RaceDeleteRecipe(Dbms& dbms, PGconn* link) {
   parameters.Add(std::wstring(L"light"));
   parameters.Finish();
   hand::Prepare(link, "recipe", kDelete, parameters);
-  bench::Race("DeleteRecipe", kCalls,
-              {{"by hand", nullptr,
-                [&] {
-                  for (std::size_t i = 0; i < kCalls; ++i) hand::RunWith(link, kDelete, parameters);
-                }},
-               {"library", nullptr,
-                [&] {
-                  for (std::size_t i = 0; i < kCalls; ++i) {
-                    bench::Require(dbms.DeleteRecipe(L"mixer", L"light"), "DeleteRecipe");
-                  }
-                }},
-               {"by hand, prepared once", nullptr, [&] {
-                  for (std::size_t i = 0; i < kCalls; ++i) hand::RunPrepared(link, "recipe", parameters);
-                }}});
+  bench::Race({"DeleteRecipe", 1, kCalls}, {{"by hand", nullptr,
+                                             [&] {
+                                               for (std::size_t i = 0; i < kCalls; ++i)
+                                                 hand::RunWith(link, kDelete, parameters);
+                                             }},
+                                            {"library", nullptr,
+                                             [&] {
+                                               for (std::size_t i = 0; i < kCalls; ++i) {
+                                                 bench::Require(dbms.DeleteRecipe(L"mixer", L"light"),
+                                                                "DeleteRecipe");
+                                               }
+                                             }},
+                                            {"by hand, prepared once", nullptr, [&] {
+                                               for (std::size_t i = 0; i < kCalls; ++i)
+                                                 hand::RunPrepared(link, "recipe", parameters);
+                                             }}});
 }
 
 void RaceReportRows(bench::BenchServer& server, Dbms& dbms, PGconn* link, std::size_t count) {
@@ -71,7 +73,7 @@ void RaceReportRows(bench::BenchServer& server, Dbms& dbms, PGconn* link, std::s
   const auto parameters = hand::ReportParameters(rows);
   const auto statement = hand::ReportStatement("report_data_analog_hour", count);
   const auto settle = [&] { server.Settle("report_data_analog_hour"); };
-  bench::Race("InsertReportAnalogData", count,
+  bench::Race({"InsertReportAnalogData", count},
               {{"by hand", settle, [&] { hand::RunWith(link, statement, parameters); }},
                {"library", settle, [&] {
                   bench::Require(dbms.InsertReportAnalogData(L"hour", rows), "InsertReportAnalogData");

@@ -6,22 +6,37 @@
 
 namespace {
 
-constexpr std::size_t kLookAhead = 3;  // places that are tried: two tags in a row may be left out
+constexpr std::size_t kLookAhead = 2;  // tags in a row that may be left out
 
 }  // namespace
 
-const TagTexts::Entry* TagTexts::Find(const std::wstring& tagName) {
-  std::size_t place = expected_;
-  for (std::size_t tried = 0; tried < std::min(kLookAhead, order_.size()); ++tried, ++place) {
+const std::string& TagTexts::Find(const std::wstring& tagName) {
+  if (last_ && !repeating_ && last_->first == tagName) {
+    repeating_ = true;
+    expected_ = last_;
+    return last_->second;
+  }
+  if (!FindAhead(tagName)) {
+    last_ = LookUp(tagName);
+    Expect(PlaceOf(last_) + 1);
+  }
+  repeating_ = false;
+  return last_->second;
+}
+
+// Tries the next places of the order; in the first cycle only whether the second begins.
+bool TagTexts::FindAhead(const std::wstring& tagName) {
+  const std::size_t most = std::min(firstCycle_ ? 1 : 1 + kLookAhead, order_.size());
+  std::size_t place = place_;
+  for (std::size_t tried = 0; tried < most; ++tried, ++place) {
     if (place >= order_.size()) place = 0;
     if (order_[place]->first != tagName) continue;
     firstCycle_ = false;
-    expected_ = place + 1;
-    return order_[place];
+    last_ = order_[place];
+    Expect(place + 1);
+    return true;
   }
-  const Entry* const entry = LookUp(tagName);
-  expected_ = PlaceOf(entry) + 1;
-  return entry;
+  return false;
 }
 
 const TagTexts::Entry* TagTexts::LookUp(const std::wstring& tagName) {

@@ -56,7 +56,8 @@ class Qt : public Peer {
  public:
   explicit Qt(const bench::BenchServer& server) {
     MakeApplication();
-    database_ = QSqlDatabase::addDatabase("QPSQL", QString::fromStdString(server.database()));
+    static int number = 0;
+    database_ = QSqlDatabase::addDatabase("QPSQL", QString::number(++number));
     database_.setHostName(QString::fromStdString(server.host()));
     database_.setPort(std::stoi(server.port()));
     database_.setDatabaseName(QString::fromStdString(server.database()));

@@ -1,0 +1,129 @@
+// One operation, once, for a profiler that shows or counts what the client does of it:
+//   one_operation insert|read|system_log|delete|report library|hand
+//
+// Everything of interest happens below bench::Profiled. Writes how many things the operation did.
+
+#include <iostream>
+#include <string_view>
+
+#include "BenchServer.h"
+#include "Paired.h"
+#include "Plant.h"
+#include "floor/ByHand.h"
+
+namespace bench {
+
+[[gnu::noinline]] void Profiled(const std::function<void()>& work) { work(); }
+
+}  // namespace bench
+
+namespace {
+
+constexpr std::size_t kTags = 1000;
+constexpr std::size_t kSamples = 100000;
+constexpr std::size_t kCalls = 1000;
+constexpr std::size_t kReportRows = 3000;
+constexpr std::int64_t kStart = bench::kPlantStartMs / 1000;
+
+// The work of the library and by hand, and how many things it does.
+struct Operation {
+  std::size_t things;
+  std::function<void()> library, hand;
+};
+
+class Operations {
+ public:
+  Operations() {
+    bench::Require(dbms_->CreateSystemLogTable(0) && dbms_->CreateLogTable(0) && dbms_->CreateRecipeTable() &&
+                       dbms_->CreateReportDataTables(0),
+                   "creating the tables");
+  }
+
+  Operation Insert() {
+    samples_ = bench::PlantSamples(kSamples, kTags, bench::Values::TenDigits, bench::Order::ByCycle);
+    pieces_ = hand::CopyPieces(samples_);
+    return {kSamples, [this] { bench::Require(dbms_->InsertLogData(samples_), "InsertLogData"); },
+            [this] { hand::InsertHistory(link_.get(), pieces_); }};
+  }
+
+  Operation Read() {
+    Insert().library();
+    for (std::size_t tag = 0; tag < kTags; ++tag) data_[bench::TagName(tag)];
+    const std::int64_t end = kStart + static_cast<std::int64_t>(kSamples);
+    query_ = hand::HistoryQuery(kStart, end, data_);
+    return {kSamples, [this, end] { bench::Require(dbms_->GetLogData(kStart, end, data_), "GetLogData"); },
+            [this] { hand::ReadHistory(link_.get(), query_, hand::Rows::OneByOne, data_); }};
+  }
+
+  Operation SystemLog() {
+    for (std::size_t i = 0; i < kCalls; ++i) {
+      records_.push_back({bench::kPlantStartMs + static_cast<std::int64_t>(i), 1, 2, 3, 4, L"operator",
+                          L"Connection to controller 17 lost"});
+    }
+    many_ = hand::SystemLogParameters(records_);
+    hand::Prepare(link_.get(), "log", "insert into system_log values (to_timestamp($1),$2,$3,$4,$5,$6,$7)",
+                  many_.front());
+    return {kCalls, [this] { bench::Require(dbms_->InsertSystemLog(records_) == kCalls, "InsertSystemLog"); },
+            [this] {
+              for (const auto& one : many_) hand::RunPrepared(link_.get(), "log", one);
+            }};
+  }
+
+  Operation Delete() {
+    parameters_.Add(std::wstring(L"mixer"));
+    parameters_.Add(std::wstring(L"light"));
+    parameters_.Finish();
+    return {kCalls,
+            [this] {
+              for (std::size_t i = 0; i < kCalls; ++i) dbms_->DeleteRecipe(L"mixer", L"light");
+            },
+            [this] {
+              for (std::size_t i = 0; i < kCalls; ++i) {
+                hand::RunWith(link_.get(), "delete from recipe where model_name = $1 and name = $2",
+                              parameters_);
+              }
+            }};
+  }
+
+  Operation Report() {
+    for (std::size_t i = 0; i < kReportRows; ++i) rows_.emplace_back().tag_name = bench::TagName(i);
+    parameters_ = hand::ReportParameters(rows_);
+    query_ = hand::ReportStatement("report_data_analog_hour", kReportRows);
+    return {kReportRows,
+            [this] { bench::Require(dbms_->InsertReportAnalogData(L"hour", rows_), "the report"); },
+            [this] { hand::RunWith(link_.get(), query_, parameters_); }};
+  }
+
+ private:
+  bench::BenchServer server_{"bench_one_operation"};
+  std::shared_ptr<Dbms> dbms_ = server_.Library();
+  bench::Link link_ = server_.Connect();
+
+  std::vector<LogSample> samples_;
+  std::vector<std::string> pieces_;
+  hand::History data_;
+  std::string query_;
+  std::vector<SystemLogRecord> records_;
+  std::vector<hand::Parameters> many_;
+  hand::Parameters parameters_;
+  std::vector<ReportAnalogData> rows_;
+};
+
+Operation Chosen(Operations& operations, std::string_view name) {
+  if (name == "insert") return operations.Insert();
+  if (name == "read") return operations.Read();
+  if (name == "system_log") return operations.SystemLog();
+  if (name == "delete") return operations.Delete();
+  bench::Require(name == "report", "choosing an operation");
+  return operations.Report();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  bench::Require(argc == 3, "one_operation insert|read|system_log|delete|report library|hand");
+  Operations operations;
+  const Operation operation = Chosen(operations, argv[1]);
+  bench::Profiled(std::string_view(argv[2]) == "library" ? operation.library : operation.hand);
+  std::cout << operation.things << '\n';
+}
