@@ -25,6 +25,11 @@ bool WithTimescale() {
   return value && std::string_view(value) == "1";
 }
 
+std::string Locale() {
+  const char* const locale = std::getenv("DBMSAPI_BENCH_LOCALE");
+  return locale ? " template template0 locale '" + std::string(locale) + "'" : "";
+}
+
 Link ConnectTo(const std::string& connectionString) {
   Link link(PQconnectdb(connectionString.c_str()));
   Require(PQstatus(link.get()) == CONNECTION_OK, PQerrorMessage(link.get()));
@@ -45,7 +50,7 @@ BenchServer::BenchServer(const std::string& database)
   {
     const Link maintenance = ConnectTo(ConnectionString("postgres"));
     bench::Run(maintenance.get(), "drop database if exists " + database_ + " with (force)");
-    bench::Run(maintenance.get(), "create database " + database_);
+    bench::Run(maintenance.get(), "create database " + database_ + Locale());
   }
   admin_ = Connect();
   if (WithTimescale()) Run("create extension timescaledb");

@@ -24,7 +24,8 @@ using Answer = std::unique_ptr<PGresult, ClearResult>;
 
 class BenchServer {
  public:
-  // Makes the database, with TimescaleDB in it when DBMSAPI_BENCH_TIMESCALE is 1.
+  // Makes the database, with TimescaleDB in it when DBMSAPI_BENCH_TIMESCALE is 1, and of DBMSAPI_BENCH_LOCALE
+  // when that is set.
   explicit BenchServer(const std::string& database);
   ~BenchServer();
   BenchServer(const BenchServer&) = delete;

@@ -32,7 +32,10 @@ run() { run_to_the_end "$folder/benchmarks/$1" "${@:2}"; }
 
 run_program() {
   case $1 in
-    copy_text) run copy_text --benchmark_repetitions=7 --benchmark_report_aggregates_only=true ;;
+    copy_text)
+      run copy_text --benchmark_repetitions=7 --benchmark_report_aggregates_only=true \
+        --benchmark_out="$folder/copy_text.csv" --benchmark_out_format=csv
+      ;;
     memory_use)
       run memory_use insert 10000000
       run memory_use read 1000000
@@ -58,3 +61,5 @@ for program in "${programs[@]}"; do
   echo
   run_program "$program"
 done
+echo
+printf 'load        %s (when all was measured)\n' "$(machine_load)"

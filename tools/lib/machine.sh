@@ -7,6 +7,8 @@ machine_memory() { awk '/^MemTotal/ { printf "%.0f GiB", $2 / 1048576 }' /proc/m
 
 machine_system() { (. /etc/os-release && printf '%s, Linux %s' "$PRETTY_NAME" "$(uname -r)"); }
 
+machine_load() { cut -d' ' -f1-3 /proc/loadavg; }
+
 # describe_machine: one line per thing.
 describe_machine() {
   printf 'processor   %s, %s cores\n' "$(machine_processor)" "$(nproc)"
@@ -15,5 +17,5 @@ describe_machine() {
   printf 'compiler    %s\n' "$(c++ --version | head -n 1)"
   printf 'server      %s\n' "$("$(server_programs)/postgres" --version)"
   printf 'libpq       %s\n' "$(pkg-config --modversion libpq)"
-  printf 'load        %s (1, 5, 15 minutes, before the first figure)\n' "$(cut -d' ' -f1-3 /proc/loadavg)"
+  printf 'load        %s (1, 5, 15 minutes, before the first figure)\n' "$(machine_load)"
 }
