@@ -1,5 +1,5 @@
 // One operation, once, for a profiler that shows or counts what the client does of it:
-//   one_operation insert|read|system_log|delete|report library|hand
+//   one_operation insert|read|alarms|system_log|delete|report library|hand
 //
 // Everything of interest happens below bench::Profiled. Writes how many things the operation did.
 
@@ -35,7 +35,7 @@ class Operations {
  public:
   Operations() {
     bench::Require(dbms_->CreateSystemLogTable(0) && dbms_->CreateLogTable(0) && dbms_->CreateRecipeTable() &&
-                       dbms_->CreateReportDataTables(0),
+                       dbms_->CreateAlarmTable(0) && dbms_->CreateReportDataTables(0),
                    "creating the tables");
   }
 
@@ -53,6 +53,22 @@ class Operations {
     query_ = hand::HistoryQuery(kStart, end, data_);
     return {kSamples, [this, end] { bench::Require(dbms_->GetLogData(kStart, end, data_), "GetLogData"); },
             [this] { hand::ReadHistory(link_.get(), query_, hand::Rows::OneByOne, data_); }};
+  }
+
+  Operation Alarms() {
+    server_.Run(
+        "insert into alarm select to_timestamp(1700000000 + i), 'PLANT1.PUMP0042.FLOW', random() * 500, 'Flow above its "
+        "upper limit', i % 4, i % 13, 1 + i % 15, i % 16, to_timestamp(1700000000 + i), to_timestamp(1700000060 + i) "
+        "from generate_series(1, 100000) as i");
+    query_ =
+        "select extract(epoch from time),tag_name,value,label,status,type,level,zone,extract(epoch from occ_time),"
+        "extract(epoch from free_time) from alarm where time >= to_timestamp(1700000000) and time <= "
+        "to_timestamp(1700100000) order by time desc";
+    return {kSamples,
+            [this] {
+              bench::Require(dbms_->GetAllAlarmData(kStart, kStart + 100000, alarms_), "GetAllAlarmData");
+            },
+            [this] { hand::ReadAlarms(link_.get(), query_, hand::Rows::OneByOne, alarms_); }};
   }
 
   Operation SystemLog() {
@@ -103,6 +119,7 @@ class Operations {
   std::vector<std::string> pieces_;
   hand::History data_;
   std::string query_;
+  std::vector<AlarmRecord> alarms_;
   std::vector<SystemLogRecord> records_;
   std::vector<hand::Parameters> many_;
   hand::Parameters parameters_;
@@ -112,6 +129,7 @@ class Operations {
 Operation Chosen(Operations& operations, std::string_view name) {
   if (name == "insert") return operations.Insert();
   if (name == "read") return operations.Read();
+  if (name == "alarms") return operations.Alarms();
   if (name == "system_log") return operations.SystemLog();
   if (name == "delete") return operations.Delete();
   bench::Require(name == "report", "choosing an operation");
@@ -121,7 +139,7 @@ Operation Chosen(Operations& operations, std::string_view name) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  bench::Require(argc == 3, "one_operation insert|read|system_log|delete|report library|hand");
+  bench::Require(argc == 3, "one_operation insert|read|alarms|system_log|delete|report library|hand");
   Operations operations;
   const Operation operation = Chosen(operations, argv[1]);
   bench::Profiled(std::string_view(argv[2]) == "library" ? operation.library : operation.hand);

@@ -2,7 +2,7 @@
 # Counts the instructions that the client spends on an operation, in the library and by hand, by valgrind: unlike a
 # time, nearly the same on every run.
 #
-#   tools/count_instructions.sh [insert|read|system_log|delete|report]...
+#   tools/count_instructions.sh [insert|read|alarms|system_log|delete|report]...
 #
 # The server's work and the insides of system calls are not counted. Needs valgrind and what tools/bench.sh has built.
 set -euo pipefail
@@ -16,7 +16,7 @@ root=$(dirname "$here")
 . "$here/lib/server.sh"
 
 program=$root/build/bench/benchmarks/one_operation
-operations=(insert read system_log delete report)
+operations=(insert read alarms system_log delete report)
 [ $# -eq 0 ] || operations=("$@")
 command -v valgrind >/dev/null || die "needs valgrind"
 [ -x "$program" ] || die "run tools/bench.sh first"

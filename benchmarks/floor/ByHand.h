@@ -36,6 +36,9 @@ void ReadAlarms(PGconn* link, const std::string& query, Rows rows, std::vector<A
 void ReadReports(PGconn* link, const std::string& query, Rows rows, Reports& data);
 void ReadUserLogs(PGconn* link, const std::string& query, Rows rows, std::vector<UserLogRow>& records);
 
+// Takes the rows one by one and does nothing with them: what server and wire need.
+std::size_t CountRows(PGconn* link, const std::string& query);
+
 // Epoch seconds of the calendar fields that a time begins with, as local time.
 std::int64_t LocalSeconds(const char* time);
 

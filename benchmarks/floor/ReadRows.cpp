@@ -73,6 +73,12 @@ ReportAnalogData Report(const PGresult* result, int row) {
 
 }  // namespace
 
+std::size_t CountRows(PGconn* link, const std::string& query) {
+  std::size_t rows = 0;
+  ForEachRow(link, query, Rows::OneByOne, [&](const PGresult*, int) { ++rows; });
+  return rows;
+}
+
 std::int64_t LocalSeconds(const char* time) {
   char* at = nullptr;
   std::tm fields{};

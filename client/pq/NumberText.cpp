@@ -54,14 +54,23 @@ std::int64_t CutToInteger(double value, std::string_view text) {
   return static_cast<std::int64_t>(whole);
 }
 
+// Reads a bare number, as the server writes it: without blanks around it and to its end.
+template <class Number>
+bool ReadBare(std::string_view text, Number& value) {
+  const char* const textEnd = text.data() + text.size();
+  const auto [end, error] = std::from_chars(text.data(), textEnd, value);
+  return end == textEnd && error == std::errc();
+}
+
 // What follows the whole part is decimals and nothing else.
 bool IsDecimals(std::string_view rest) {
   return rest.starts_with('.') && std::all_of(rest.begin() + 1, rest.end(), IsDigit);
 }
 
 std::int64_t ParseWhole(std::string_view text) {
-  const std::string_view number = Bare(text);
   std::int64_t value = 0;
+  if (ReadBare(text, value)) return value;
+  const std::string_view number = Bare(text);
   const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), value);
   const std::string_view rest = number.substr(static_cast<std::size_t>(end - number.data()));
   if (rest.empty() || IsDecimals(rest)) {
@@ -81,11 +90,7 @@ std::int64_t ParseInteger(std::string_view text, std::int64_t least, std::int64_
 
 double ParseDouble(std::string_view text) {
   double value = 0;
-  const char* const textEnd = text.data() + text.size();
-  const auto whole = std::from_chars(text.data(), textEnd, value);
-  if (whole.ptr == textEnd && whole.ec == std::errc())
-    return value;  // a bare number, as the server writes it
-
+  if (ReadBare(text, value)) return value;
   const std::string_view number = Bare(text);
   const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), value);
   if (number.empty() || end != number.data() + number.size() || error == std::errc::invalid_argument) {
