@@ -1,7 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Link.h"
@@ -12,6 +14,13 @@ namespace pq {
 
 // Tells the statements of a session apart; 0 is none.
 using Ticket = std::uint64_t;
+
+// A statement as the server's unnamed one: the types it was parsed for, and which sending did that.
+struct Parsed {
+  std::shared_ptr<const MarkedStatement> statement;
+  std::vector<unsigned> types;
+  Ticket unnamed = 0;
+};
 
 // What a connection and the commands on it share: the link, and who reads from it. It outlives its links, and
 // its connection while commands are left. Where an open link is needed and there is none, class 2 is thrown.
@@ -59,6 +68,14 @@ class Session {
   // Whether the server's unnamed statement is still the one that this sending has parsed.
   bool HoldsUnnamed(Ticket ticket) const { return ticket == unnamed_ && !nativeTaken_; }
 
+  // What a command leaves parsed as the unnamed statement; another one of the same text may take it over,
+  // null when there is none.
+  void Leave(Parsed parsed) { left_ = std::move(parsed); }
+  const Parsed* FindLeft(const MarkedStatement* statement) const {
+    return left_.statement.get() == statement && HoldsUnnamed(left_.unnamed) ? &left_ : nullptr;
+  }
+  Parsed TakeLeft() { return std::exchange(left_, {}); }
+
   // Has the server parse a statement under a name of its own, which it keeps until that is released: with a
   // later statement, outside a transaction.
   std::string Prepare(const std::string& text, const std::vector<unsigned>& types);
@@ -77,6 +94,7 @@ class Session {
   Ticket reading_ = 0;
   Ticket unnamed_ = 0;        // which sending parsed the server's unnamed statement
   bool nativeTaken_ = false;  // others may use this link, unseen
+  Parsed left_;
   unsigned lastName_ = 0;
   std::vector<std::string> released_;
   RecentStatements recent_;

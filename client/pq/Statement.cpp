@@ -21,13 +21,22 @@ bool IsRow(const PGresult* result) { return PQresultStatus(result) == PGRES_SING
 
 }  // namespace
 
-Statement::~Statement() { Forget(); }
+Statement::~Statement() { Leave(); }
 
 void Statement::Set(std::shared_ptr<const MarkedStatement> statement) {
-  Forget();
+  Leave();
   ClearResult();
   types_.clear();
   statement_ = std::move(statement);
+}
+
+// Done with the statement: another command may take over what is parsed.
+void Statement::Leave() {
+  const bool isRowless = cells_.empty();
+  if (parsedOn_ != 0 && name_.empty() && isRowless && session_->HoldsUnnamed(unnamed_)) {
+    session_->Leave({statement_, std::move(types_), unnamed_});
+  }
+  Forget();
 }
 
 // Leaves the name to be released, and has the next execution parse.
@@ -46,7 +55,7 @@ void Statement::Execute(const Parameters& parameters) {
 
 Ticket Statement::Send(const Parameters& parameters) {
   if (parameters.Count() == 0) return session_->Send(statement_->text);
-  if (!IsParsedFor(parameters)) return SendParsing(parameters);
+  if (!IsParsedFor(parameters) && !TakeOver(parameters)) return SendParsing(parameters);
   if (name_.empty()) {
     if (session_->HoldsUnnamed(unnamed_)) return session_->SendPrepared(kUnnamed, parameters);
     name_ = session_->Prepare(statement_->text, types_);
@@ -56,6 +65,18 @@ Ticket Statement::Send(const Parameters& parameters) {
 
 bool Statement::IsParsedFor(const Parameters& parameters) const {
   return parsedOn_ == session_->LinkNumber() && parameters.Fit(types_);
+}
+
+// Takes over what another command of the same text has left parsed.
+bool Statement::TakeOver(const Parameters& parameters) {
+  const Parsed* const left = session_->FindLeft(statement_.get());
+  if (!left || !parameters.Fit(left->types)) return false;
+  Forget();
+  Parsed parsed = session_->TakeLeft();
+  types_ = std::move(parsed.types);
+  unnamed_ = parsed.unnamed;
+  parsedOn_ = session_->LinkNumber();
+  return true;
 }
 
 Ticket Statement::SendParsing(const Parameters& parameters) {

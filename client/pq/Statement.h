@@ -15,6 +15,9 @@ namespace pq {
 // The first execution with parameters goes as the server's unnamed statement, in one round trip. A later one
 // with the same types finds it there, unless something else went over the link in between: then the statement
 // gets a name, and stays parsed under it. After a failure, or with other types, it is parsed anew.
+//
+// The unnamed statement of one that gives no rows serves the next command of the same text as well. One that
+// gives rows is parsed for each command: its columns may have changed since.
 class Statement {
  public:
   explicit Statement(std::shared_ptr<Session> session) : session_(std::move(session)) {}
@@ -37,7 +40,9 @@ class Statement {
  private:
   Ticket Send(const Parameters& parameters);
   bool IsParsedFor(const Parameters& parameters) const;
+  bool TakeOver(const Parameters& parameters);
   Ticket SendParsing(const Parameters& parameters);
+  void Leave();
   void Forget();
 
   void Start();

@@ -1,53 +1,10 @@
 // How often the server parses a command that is executed again, as a tap on the wire sees it.
 
-#include "ClientTest.h"
-#include "server/ProtocolTap.h"
+#include "ParsingTest.h"
 
 namespace {
 
-// Letters of the messages a statement is sent with.
-constexpr char kParsedAndRun[] = "PBDES";
-constexpr char kRun[] = "BDES";
-constexpr char kNamed[] = "PS";
-constexpr char kSimple[] = "Q";
-
-class Parsing : public ClientTest {
- protected:
-  void SetUp() override {
-    ClientTest::SetUp();
-    Run("create table t (a int, b text)");
-    const std::wstring host = Host();
-    tap = std::make_unique<ProtocolTap>(std::string(host.begin(), host.end()), ClientTest::Port());
-    Reconnect();
-  }
-
-  void TearDown() override {
-    connection.Destroy();
-    tap.reset();
-    ClientTest::TearDown();
-  }
-
-  void Reconnect() {
-    ConnectTo(connection, L"127.0.0.1," + std::to_wstring(tap->Port()) + L"@dbname=" + Database() +
-                              L" sslmode=disable gssencmode=disable");
-    tap->Take();
-  }
-
-  void Insert(int a, const wchar_t* b) {
-    insert << a << b;
-    insert.Execute();
-  }
-
-  // What executing sends.
-  std::string Sent(int a, const wchar_t* b) {
-    tap->Take();
-    Insert(a, b);
-    return tap->Take();
-  }
-
-  std::unique_ptr<ProtocolTap> tap;
-  SACommand insert{&connection, L"insert into t values (:1, :2)"};
-};
+class Parsing : public ParsingTest {};
 
 TEST_F(Parsing, HappensOnceForACommandExecutedAgain) {
   EXPECT_EQ(Sent(1, L"one"), kParsedAndRun);
