@@ -6,6 +6,7 @@
 
 class SACommand;
 class SAException;
+class TagTexts;
 
 // PostgreSQL with TimescaleDB: the 69 operations, grouped by the file under DbmsAPI/ that holds them.
 class TirelScada : public Dbms {
@@ -188,4 +189,5 @@ class TirelScada : public Dbms {
   bool timescaleEnabled;
   std::unordered_map<std::wstring, std::string> utf8NameCache;  // tag name to its COPY text
   std::string copyBuffer;                                       // outgoing COPY text; keeps its capacity
+  std::shared_ptr<TagTexts> tagTexts;  // of the cache, in the order of the last batches
 };

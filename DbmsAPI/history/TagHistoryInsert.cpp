@@ -40,14 +40,14 @@ class Batch {
         conn_(static_cast<const pgConnectionHandles&>(*connection.NativeHandles()).conn),
         lastError_(lastError) {}
 
-  bool Store(const std::vector<LogSample>& samples, TagTexts::Cache& names, std::string& buffer);
+  bool Store(const std::vector<LogSample>& samples, TagTexts& names, std::string& buffer);
 
  private:
   bool Step(const char* statement, const wchar_t* name);
   bool RunStatement(const char* statement);
   bool StartCopy();
-  bool Copy(const std::vector<LogSample>& samples, TagTexts::Cache& names, std::string& buffer);
-  bool SendSamples(const std::vector<LogSample>& samples, TagTexts::Cache& names, std::string& buffer);
+  bool Copy(const std::vector<LogSample>& samples, TagTexts& names, std::string& buffer);
+  bool SendSamples(const std::vector<LogSample>& samples, TagTexts& names, std::string& buffer);
   bool Flush(std::string& buffer);
   bool FinishCopy(bool sent);
 
@@ -72,7 +72,7 @@ bool Batch::Step(const char* statement, const wchar_t* name) {
   return false;
 }
 
-bool Batch::Store(const std::vector<LogSample>& samples, TagTexts::Cache& names, std::string& buffer) {
+bool Batch::Store(const std::vector<LogSample>& samples, TagTexts& names, std::string& buffer) {
   if (!Step(kCreateStaging, L"CREATE TEMP TABLE") || !Step("BEGIN", L"BEGIN")) return false;
   if (!Step(kTruncateStaging, L"TRUNCATE") || !StartCopy() || !Copy(samples, names, buffer) ||
       !Step(kMoveToHistory, L"insert")) {
@@ -95,20 +95,19 @@ bool Batch::StartCopy() {
   return started;
 }
 
-bool Batch::Copy(const std::vector<LogSample>& samples, TagTexts::Cache& names, std::string& buffer) {
+bool Batch::Copy(const std::vector<LogSample>& samples, TagTexts& names, std::string& buffer) {
   if (FinishCopy(SendSamples(samples, names, buffer))) return true;
   port::WriteDebugLine(L"[InsertLogData] COPY data send failed\n");
   return false;
 }
 
-bool Batch::SendSamples(const std::vector<LogSample>& samples, TagTexts::Cache& names, std::string& buffer) {
+bool Batch::SendSamples(const std::vector<LogSample>& samples, TagTexts& names, std::string& buffer) {
   buffer.clear();
   buffer.reserve(std::max(kBytesPerSample * samples.size(), kFlushBytes));
   CopyLines lines(buffer);
-  TagTexts texts(names);
   for (const LogSample& sample : samples) {
     if (!IsStorable(sample)) continue;
-    lines.Append(sample.timeMs, texts.Of(sample.tagName), sample.value);
+    lines.Append(sample.timeMs, names.Of(sample.tagName), sample.value);
     if (lines.size() < kFlushBytes) continue;
     lines.Finish();
     if (!Flush(buffer)) return false;
@@ -145,8 +144,10 @@ bool Batch::FinishCopy(bool sent) {
 bool TirelScada::InsertLogData(const std::vector<LogSample>& samples) {
   if (!Connect()) return false;
   bool stored = true;
-  const bool reached =
-      Guard([&] { stored = Batch(*connection, lastError).Store(samples, utf8NameCache, copyBuffer); });
+  const bool reached = Guard([&] {
+    if (!tagTexts) tagTexts = std::make_shared<TagTexts>(utf8NameCache);
+    stored = Batch(*connection, lastError).Store(samples, *tagTexts, copyBuffer);
+  });
   if (reached && !stored && ConnectionLost()) AbandonServer();
   return reached && stored;
 }

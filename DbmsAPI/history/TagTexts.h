@@ -2,13 +2,12 @@
 
 #include <string>
 #include <unordered_map>
-#include <vector>
 
-// The COPY texts of the tag names of one batch, from a cache that outlives it.
+// The COPY texts of tag names, from a cache.
 //
-// Hashing a name takes longer than making a line. Samples mostly come either with the same tag once more, or
-// with the tags of a cycle in the order in which the batch named them first, some left out: that is tried
-// before the cache is asked, first what held the last time.
+// Hashing a name takes longer than making a line, so the next tag is foretold and only compared. Samples mostly
+// come either with the same tag once more, or with the tags of a cycle in their order, some left out, and so
+// from batch to batch: each tag knows which one followed it, and what held the last time is tried first.
 class TagTexts {
  public:
   using Cache = std::unordered_map<std::wstring, std::string>;
@@ -17,32 +16,27 @@ class TagTexts {
 
   // Valid as long as the cache is.
   const std::string& Of(const std::wstring& tagName) {
-    if (!expected_ || expected_->first != tagName) return Find(tagName);
+    if (!expected_ || expected_->entry->first != tagName) return Find(tagName);
     last_ = expected_;
-    if (!repeating_) Expect(place_ + 1);
-    return last_->second;
+    if (!repeating_) expected_ = last_->next;
+    return last_->entry->second;
   }
 
  private:
   using Entry = Cache::value_type;
 
-  // Expects what stands at a place of the order next; behind its end the first again.
-  void Expect(std::size_t place) {
-    place_ = place < order_.size() ? place : 0;
-    expected_ = order_[place_];
-  }
+  struct Tag {
+    const Entry* entry = nullptr;
+    Tag* next = nullptr;  // the other tag that followed it, null until one has
+  };
 
   const std::string& Find(const std::wstring& tagName);
-  bool FindAhead(const std::wstring& tagName);
-  const Entry* LookUp(const std::wstring& tagName);
-  std::size_t PlaceOf(const Entry* entry);
+  Tag* FindAhead(const std::wstring& tagName);
+  Tag* LookUp(const std::wstring& tagName);
 
   Cache& cache_;
-  const Entry* last_ = nullptr;
-  const Entry* expected_ = nullptr;
-  bool repeating_ = false;           // the last one is expected again
-  std::vector<const Entry*> order_;  // of the first cycle
-  std::size_t place_ = 0;            // in that order, of what comes next unless repeating
-  bool firstCycle_ = true;           // the order is still being learnt
-  std::unordered_map<const Entry*, std::size_t> places_;  // in the order; made when samples leave it
+  std::unordered_map<const Entry*, Tag> tags_;
+  Tag* last_ = nullptr;
+  Tag* expected_ = nullptr;
+  bool repeating_ = false;  // the last one came twice, and is expected again
 };

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 
 namespace {
@@ -68,6 +69,15 @@ TEST_F(TagTextsTest, ManyTagsLeftOutDoNotStopTheFollowing) {
 TEST_F(TagTextsTest, NewTagsMayComeAtAnyTime) {
   ExpectTexts(texts, {L"A", L"B", L"C", L"A", L"X", L"B", L"C", L"A", L"X", L"Y", L"B", L"Z", L"C", L"A"});
   EXPECT_EQ(cache.size(), 6u);
+}
+
+TEST_F(TagTextsTest, TheOrderMayChange) {
+  auto tags = Tags(20);
+  for (int change = 0; change < 5; ++change) {
+    for (int cycle = 0; cycle < 3; ++cycle) ExpectTexts(texts, tags);
+    std::reverse(tags.begin() + change, tags.end());
+  }
+  EXPECT_EQ(cache.size(), 20u);
 }
 
 TEST_F(TagTextsTest, AnyOrderIsServed) {
