@@ -4,7 +4,6 @@
 
 #include <cstdlib>
 #include <iostream>
-#include <string_view>
 
 #include "DbmsAPI/Diagnostics.h"
 #include "Paired.h"
@@ -20,15 +19,7 @@ std::string Needed(const char* name) {
 
 std::wstring Wide(const std::string& text) { return {text.begin(), text.end()}; }
 
-bool WithTimescale() {
-  const char* const value = std::getenv("DBMSAPI_BENCH_TIMESCALE");
-  return value && std::string_view(value) == "1";
-}
-
-std::string Locale() {
-  const char* const locale = std::getenv("DBMSAPI_BENCH_LOCALE");
-  return locale ? " template template0 locale '" + std::string(locale) + "'" : "";
-}
+const char* TimescaleVersion() { return std::getenv("DBMSAPI_BENCH_TIMESCALE"); }
 
 Link ConnectTo(const std::string& connectionString) {
   Link link(PQconnectdb(connectionString.c_str()));
@@ -40,7 +31,7 @@ Link ConnectTo(const std::string& connectionString) {
 
 }  // namespace
 
-BenchServer::BenchServer(const std::string& database)
+BenchServer::BenchServer(const std::string& database, const std::string& locale)
     : host_(Needed("DBMSAPI_TEST_HOST")),
       port_(Needed("DBMSAPI_TEST_PORT")),
       user_(Needed("DBMSAPI_TEST_USER")),
@@ -50,10 +41,12 @@ BenchServer::BenchServer(const std::string& database)
   {
     const Link maintenance = ConnectTo(ConnectionString("postgres"));
     bench::Run(maintenance.get(), "drop database if exists " + database_ + " with (force)");
-    bench::Run(maintenance.get(), "create database " + database_ + Locale());
+    bench::Run(maintenance.get(), "create database " + database_ + " template template0 " + locale);
   }
   admin_ = Connect();
-  if (WithTimescale()) Run("create extension timescaledb");
+  if (const char* const version = TimescaleVersion()) {
+    Run("create extension timescaledb version '" + std::string(version) + "'");
+  }
 }
 
 BenchServer::~BenchServer() {
@@ -63,7 +56,7 @@ BenchServer::~BenchServer() {
 }
 
 std::shared_ptr<Dbms> BenchServer::Library() const {
-  const auto type = WithTimescale() ? DbmsType::TirelScada : DbmsType::PostgreSQL;
+  const auto type = TimescaleVersion() ? DbmsType::TirelScada : DbmsType::PostgreSQL;
   auto dbms = Dbms::GetDbms(type, Wide(host_).c_str(), std::stoi(port_), Wide(database_).c_str(),
                             Wide(user_).c_str(), Wide(password_).c_str());
   Require(dbms->Connect(), "the library's connection");

@@ -24,9 +24,9 @@ using Answer = std::unique_ptr<PGresult, ClearResult>;
 
 class BenchServer {
  public:
-  // Makes the database, with TimescaleDB in it when DBMSAPI_BENCH_TIMESCALE is 1, and of DBMSAPI_BENCH_LOCALE
-  // when that is set.
-  explicit BenchServer(const std::string& database);
+  // Makes the database, with the release of TimescaleDB that DBMSAPI_BENCH_TIMESCALE names, if any. A locale
+  // is given as CREATE DATABASE takes it; without one it is the server's.
+  explicit BenchServer(const std::string& database, const std::string& locale = "");
   ~BenchServer();
   BenchServer(const BenchServer&) = delete;
   BenchServer& operator=(const BenchServer&) = delete;

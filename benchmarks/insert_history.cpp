@@ -41,7 +41,14 @@ void RaceBatches(bench::BenchServer& server, std::size_t size, std::size_t count
   const auto library = [&] {
     for (const auto& batch : batches.samples) bench::Require(dbms->InsertLogData(batch), "InsertLogData");
   };
-  std::vector<bench::Contender> contenders = {{"by hand", settle, byHand}, {"library", settle, library}};
+  const auto copied = [&] {
+    for (const auto& batch : batches.pieces) {
+      hand::CopyHistory(link.get(), batch);
+      bench::Run(link.get(), "ROLLBACK");
+    }
+  };
+  std::vector<bench::Contender> contenders = {
+      {"by hand", settle, byHand}, {"library", settle, library}, {"copied, not moved", settle, copied}};
   const auto others = peers::AllPeers(server);
   for (const auto& one : others) {
     if (size * count > kMostByPeers) break;

@@ -50,9 +50,11 @@ void RaceDeleteRecipe(Dbms& dbms, PGconn* link) {
   const auto prepared = [&] { hand::RunPrepared(link, "recipe", parameters); };
   const auto library = [&] { bench::Require(dbms.DeleteRecipe(L"mixer", L"light"), "DeleteRecipe"); };
   const auto parsed = [&] { hand::RunWith(link, kDelete, parameters); };
+  const auto nothing = [&] { PQclear(PQexec(link, "")); };
   bench::Race({"DeleteRecipe", 1, kCalls}, {{"by hand", nullptr, tenThousand(prepared)},
                                             {"library", nullptr, tenThousand(library)},
-                                            {"by hand, parsed each time", nullptr, tenThousand(parsed)}});
+                                            {"by hand, parsed each time", nullptr, tenThousand(parsed)},
+                                            {"nothing asked", nullptr, tenThousand(nothing)}});
 }
 
 void RaceReportRows(bench::BenchServer& server, Dbms& dbms, PGconn* link, std::size_t count) {

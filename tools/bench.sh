@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
 # Measures the library against the same work done by hand over libpq, on a private PostgreSQL:
 #
-#   tools/bench.sh [--rounds N] [PROGRAM]...
+#   tools/bench.sh [--rounds N] [--timescale VERSION] [PROGRAM]...
 #
 # installs what is missing, builds, and runs the programs of benchmarks/ (all, or those named). The ways to do a thing
 # take turns, N times each (9); the figures are medians, the last column is the ratio to the first way of the same
-# round. A machine that does something else meanwhile disturbs the times, less the ratios.
+# round. A machine that does something else meanwhile disturbs the times, less the ratios. --timescale keeps the tables
+# in that release of TimescaleDB, which the server has to offer.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 root=$(dirname "$here")
@@ -18,14 +19,19 @@ root=$(dirname "$here")
 # shellcheck source=tools/lib/machine.sh
 . "$here/lib/machine.sh"
 
-programs=(compare_ten_digits copy_text memory_use read_rows insert_history single_statements eight_threads)
+programs=(compare_ten_digits copy_text memory_use read_rows insert_history single_statements eight_threads
+  tuning)
 folder=$root/build/bench
 export DBMSAPI_BENCH_RESULTS=$folder/results.tsv
 
-if [ "${1:-}" = --rounds ]; then
-  export DBMSAPI_BENCH_ROUNDS=${2:?--rounds needs a number}
+while [ $# -gt 0 ]; do
+  case $1 in
+    --rounds) export DBMSAPI_BENCH_ROUNDS=${2:?--rounds needs a number} ;;
+    --timescale) export DBMSAPI_BENCH_TIMESCALE=${2:?--timescale needs a version} ;;
+    *) break ;;
+  esac
   shift 2
-fi
+done
 [ $# -eq 0 ] || programs=("$@")
 
 run() { run_to_the_end "$folder/benchmarks/$1" "${@:2}"; }

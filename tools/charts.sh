@@ -20,7 +20,7 @@ draw() {
 }
 
 # Results are: subject, size, times, contender, seconds, ratio, processor seconds.
-awk -F'\t' -v OFS='\t' '$1 == "InsertLogData" && !(($2, $4) in seen) {
+awk -F'\t' -v OFS='\t' '$1 == "InsertLogData" && $4 !~ /^copied/ && !(($2, $4) in seen) {
     seen[$2, $4] = 1
     print $4, $2, $2 * $3 / $5
   }' "$results/results.tsv" | sort -t "$(printf '\t')" -k2,2n -s |
@@ -35,5 +35,5 @@ awk -F, -v OFS='\t' '/^"CopyTextBatch.*_median"/ {
   }' "$results/copy_text.csv" |
   draw copy_text.svg lines 'Nanoseconds to make the COPY text of a sample' 'over the samples of a batch; ten-digit values'
 
-awk -F'\t' -v OFS='\t' '$1 ~ /^Get/ { print $4, $1 ", " $2 " rows", $2 / $5 / 1e6 }' "$results/results.tsv" |
+awk -F'\t' -v OFS='\t' '$1 ~ /^Get/ && $4 !~ /^rows/ { print $4, $1 ", " $2 " rows", $2 / $5 / 1e6 }' "$results/results.tsv" |
   draw queries.svg bars 'Rows read per second' 'in millions, into the same containers' ' M'

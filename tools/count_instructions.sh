@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Counts the instructions that the client spends on an operation, in the library and by hand, by valgrind: unlike a
-# time, nearly the same on every run.
+# Counts the instructions that the client spends on an operation, by hand and in the library, by valgrind: unlike a
+# time, nearly the same on every run and machine. Of the library it tells which functions spend them.
 #
 #   tools/count_instructions.sh [insert|read|alarms|system_log|delete|report]...
 #
@@ -16,24 +16,38 @@ root=$(dirname "$here")
 . "$here/lib/server.sh"
 
 program=$root/build/bench/benchmarks/one_operation
+profile=$root/build/bench/callgrind.out
+functions=8  # to be told
 operations=(insert read alarms system_log delete report)
 [ $# -eq 0 ] || operations=("$@")
 command -v valgrind >/dev/null || die "needs valgrind"
 [ -x "$program" ] || die "run tools/bench.sh first"
 
-# count OPERATION WHO: instructions per thing done.
-count() {
-  local log=$root/build/bench/count.log things
-  things=$(valgrind --tool=callgrind --callgrind-out-file=/dev/null --collect-atstart=no \
-    --toggle-collect='bench::Profiled*' "$program" "$1" "$2" 2>"$log") || die "$(tail -n 3 "$log")"
-  awk -v things="$things" '/Collected :/ { printf "%.0f", $4 / things }' "$log"
+# profile OPERATION WHO: leaves the profile; writes how many things the operation has done.
+profile() {
+  local log=$root/build/bench/callgrind.log
+  valgrind --tool=callgrind --callgrind-out-file="$profile" --collect-atstart=no \
+    --toggle-collect='bench::Profiled*' "$program" "$1" "$2" 2>"$log" || die "$(tail -n 3 "$log")"
+}
+
+# total THINGS: instructions per thing.
+total() { awk -v things="$1" '/^(summary|totals):/ { printf "%.0f", $2 / things; exit }' "$profile"; }
+
+# by_function THINGS: those that spend most.
+by_function() {
+  callgrind_annotate --auto=no --threshold=100 "$profile" | awk -v things="$1" -f "$here/lib/instructions.awk" |
+    sort -rn | sed -n "1,${functions}p" | awk -F'\t' '{ printf "%12.0f  %s\n", $1, $2 }'
 }
 
 server_start "$root/build" fsync=off autovacuum=off
 export DBMSAPI_TEST_HOST=$SERVER_HOST DBMSAPI_TEST_PORT=$SERVER_PORT
 export DBMSAPI_TEST_USER=$SERVER_USER DBMSAPI_TEST_PASSWORD=$SERVER_PASSWORD
 
-printf '%-12s %10s %10s\n' 'per thing' 'by hand' library
+echo "instructions per sample, row, record or call"
 for operation in "${operations[@]}"; do
-  printf '%-12s %10s %10s\n' "$operation" "$(count "$operation" hand)" "$(count "$operation" library)"
+  things=$(profile "$operation" hand)
+  by_hand=$(total "$things")
+  things=$(profile "$operation" library)
+  printf '\n%s: library %s, by hand %s\n' "$operation" "$(total "$things")" "$by_hand"
+  by_function "$things"
 done

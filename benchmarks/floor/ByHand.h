@@ -28,6 +28,9 @@ enum class Rows { OneByOne, AllAtOnce };
 std::vector<std::string> CopyPieces(const std::vector<LogSample>& samples);
 void InsertHistory(PGconn* link, const std::vector<std::string>& pieces);
 
+// Its first half: leaves the batch in the staging table, and the transaction open.
+void CopyHistory(PGconn* link, const std::vector<std::string>& pieces);
+
 // ---- Queries, into the same containers ----
 
 std::string HistoryQuery(std::int64_t start, std::int64_t end, const History& data);

@@ -31,7 +31,7 @@ std::vector<std::string> CopyPieces(const std::vector<LogSample>& samples) {
   return pieces;
 }
 
-void InsertHistory(PGconn* link, const std::vector<std::string>& pieces) {
+void CopyHistory(PGconn* link, const std::vector<std::string>& pieces) {
   bench::Run(
       link,
       "CREATE TEMP TABLE IF NOT EXISTS _tmp_dl (  time_epoch float8 NOT NULL,  tag_name   text   NOT NULL,  "
@@ -47,6 +47,10 @@ void InsertHistory(PGconn* link, const std::vector<std::string>& pieces) {
   while (const bench::Answer answer{PQgetResult(link)}) {
     bench::Require(PQresultStatus(answer.get()) == PGRES_COMMAND_OK, PQresultErrorMessage(answer.get()));
   }
+}
+
+void InsertHistory(PGconn* link, const std::vector<std::string>& pieces) {
+  CopyHistory(link, pieces);
   bench::Run(
       link,
       "INSERT INTO datalog(time, tag_name, value) SELECT to_timestamp(time_epoch), tag_name, value FROM _tmp_dl "

@@ -8,10 +8,10 @@
 BEGIN {
   FS = "\t"
   width = 760; left = 70; right = 130; top = 64; bottom = 44
-  count_colors = split("#7f7f7f #b0b0b0 #1f6fb4 #d9822b #3f9d5a #a05195 #c8553d #665191", colors, " ")
+  count_colors = split("#d9822b #3f9d5a #a05195 #c8553d #665191", colors, " ")
 }
 
-!($1 in series_of) { series_of[$1] = ++series; name[series] = $1 }
+!($1 in series_of) { series_of[$1] = ++series; name[series] = $1; color[series] = color_for($1) }
 !($2 in x_of) { x_of[$2] = ++xs; x_name[xs] = $2 }
 {
   value[series_of[$1], x_of[$2]] = $3
@@ -58,7 +58,12 @@ function begin_svg() {
   text(left, 44, "start", 12, "#666666", subtitle)
 }
 
-function color_of(s) { return colors[(s - 1) % count_colors + 1] }
+# What the library is compared with in the first place is grey.
+function color_for(name) {
+  if (name == "library") return "#1f6fb4"
+  if (name ~ /^by hand/) return name ~ /whole/ ? "#b0b0b0" : "#7f7f7f"
+  return colors[others++ % count_colors + 1]
+}
 
 function y_at(y) { return top + plot_height * (1 - y / limit) }
 
@@ -79,10 +84,10 @@ function draw_lines(   y, s, x, points, at, last_label, order, i) {
       if (!((s, x) in value)) continue
       at = y_at(value[s, x])
       points = points sprintf("%.1f,%.1f ", x_at(x_name[x]), at)
-      printf "<circle cx=\"%.1f\" cy=\"%.1f\" r=\"3\" fill=\"%s\"/>\n", x_at(x_name[x]), at, color_of(s)
+      printf "<circle cx=\"%.1f\" cy=\"%.1f\" r=\"3\" fill=\"%s\"/>\n", x_at(x_name[x]), at, color[s]
       end_x[s] = x_at(x_name[x]); end_y[s] = at
     }
-    printf "<polyline points=\"%s\" fill=\"none\" stroke=\"%s\" stroke-width=\"2\"/>\n", points, color_of(s)
+    printf "<polyline points=\"%s\" fill=\"none\" stroke=\"%s\" stroke-width=\"2\"/>\n", points, color[s]
   }
   label_ends()
 }
@@ -100,7 +105,7 @@ function label_ends(   s, other, moved) {
       }
     }
   } while (moved)
-  for (s = 1; s <= series; ++s) text(end_x[s] + 8, end_y[s] + 4, "start", 12, color_of(s), name[s])
+  for (s = 1; s <= series; ++s) text(end_x[s] + 8, end_y[s] + 4, "start", 12, color[s], name[s])
 }
 
 function draw_bars(   x, s, y, length_) {
@@ -111,7 +116,7 @@ function draw_bars(   x, s, y, length_) {
     for (s = 1; s <= series; ++s) {
       if ((s, x) in value) {
         length_ = plot_width * value[s, x] / limit
-        printf "<rect x=\"%d\" y=\"%.1f\" width=\"%.1f\" height=\"10\" fill=\"%s\"/>\n", left, y, length_, color_of(s)
+        printf "<rect x=\"%d\" y=\"%.1f\" width=\"%.1f\" height=\"10\" fill=\"%s\"/>\n", left, y, length_, color[s]
         text(left + length_ + 6, y + 9, "start", 10, "#444444", name[s] " " sprintf("%.2f", value[s, x]) unit)
       }
       y += 13
