@@ -1,19 +1,30 @@
 #include "MarkerScanner.h"
 
 #include <algorithm>
+#include <array>
 #include <optional>
 
 namespace pq {
 namespace {
 
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+constexpr bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
-bool StartsName(char c) {
+constexpr bool StartsName(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' ||
          static_cast<unsigned char>(c) >= 0x80;
 }
 
-bool ContinuesName(char c) { return StartsName(c) || IsDigit(c); }
+// Asked of every character, so looked up: statements of many rows are long.
+constexpr auto kContinuesName = [] {
+  std::array<bool, 256> table{};
+  for (std::size_t i = 0; i < table.size(); ++i) {
+    const auto c = static_cast<char>(i);
+    table[i] = StartsName(c) || IsDigit(c);
+  }
+  return table;
+}();
+
+bool ContinuesName(char c) { return kContinuesName[static_cast<unsigned char>(c)]; }
 
 // Walks a statement from marker to marker.
 class Scanner {

@@ -56,6 +56,12 @@ class Places {
     return static_cast<std::size_t>(found - numbers_.begin());
   }
 
+  // Whether the parameters are 1, 2, ... without a gap and a name.
+  bool AreNumbers() const {
+    return named_.empty() && !numbers_.empty() && numbers_.front() == 1 &&
+           static_cast<std::size_t>(numbers_.back()) == numbers_.size();
+  }
+
   std::vector<int> TakeNumbers() { return std::move(numbers_); }
 
   std::vector<std::wstring> Named() const {
@@ -70,19 +76,9 @@ class Places {
   std::unordered_map<std::string_view, std::size_t> places_;  // among the named ones
 };
 
-}  // namespace
-
-MarkedStatement ReplaceMarkers(std::wstring_view wide) {
-  const std::string statement = port::ToUtf8(wide);
-  const std::vector<Marker> markers = FindMarkers(statement);
-  Places places;
-  std::vector<int> keys;
-  keys.reserve(markers.size());
-  for (const Marker& marker : markers) {
-    keys.push_back(places.Add(std::string_view(statement).substr(marker.at + 1, marker.length - 1)));
-  }
-  places.Arrange();
-
+// Writes the statement with the places of its parameters.
+std::string WithPlaces(const std::string& statement, const std::vector<Marker>& markers,
+                       const std::vector<int>& keys, const Places& places) {
   std::string text;
   text.reserve(statement.size() + markers.size());
   std::size_t copied = 0;
@@ -91,8 +87,32 @@ MarkedStatement ReplaceMarkers(std::wstring_view wide) {
     AppendNumber(text, places.Of(keys[i]) + 1);
     copied = markers[i].at + markers[i].length;
   }
-  text.append(statement, copied);
+  return text.append(statement, copied);
+}
+
+// The same where the numbers are the places, as they are in nearly all statements: only the colons change.
+std::string WithDollars(std::string statement, const std::vector<Marker>& markers) {
+  for (const Marker& marker : markers) statement[marker.at] = '$';
+  return statement;
+}
+
+}  // namespace
+
+MarkedStatement ReplaceMarkers(std::wstring_view wide) {
+  std::string statement = port::ToUtf8(wide);
+  const std::vector<Marker> markers = FindMarkers(statement);
+  Places places;
+  std::vector<int> keys;
+  keys.reserve(markers.size());
+  bool isPlain = true;  // without leading zeros
+  for (const Marker& marker : markers) {
+    keys.push_back(places.Add(std::string_view(statement).substr(marker.at + 1, marker.length - 1)));
+    if (statement[marker.at + 1] == '0') isPlain = false;
+  }
+  places.Arrange();
   auto named = places.Named();
+  std::string text = isPlain && places.AreNumbers() ? WithDollars(std::move(statement), markers)
+                                                    : WithPlaces(statement, markers, keys, places);
   return {std::move(text), places.TakeNumbers(), std::move(named)};
 }
 
