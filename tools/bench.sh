@@ -22,7 +22,6 @@ root=$(dirname "$here")
 programs=(compare_ten_digits copy_text memory_use read_rows insert_history single_statements eight_threads
   tuning)
 folder=$root/build/bench
-export DBMSAPI_BENCH_RESULTS=$folder/results.tsv
 
 while [ $# -gt 0 ]; do
   case $1 in
@@ -34,13 +33,16 @@ while [ $# -gt 0 ]; do
 done
 [ $# -eq 0 ] || programs=("$@")
 
+results=$folder/results${DBMSAPI_BENCH_TIMESCALE:+.timescale}  # a file for each program
+mkdir -p "$results"
+
 run() { run_to_the_end "$folder/benchmarks/$1" "${@:2}"; }
 
 run_program() {
   case $1 in
     copy_text)
       run copy_text --benchmark_repetitions=7 --benchmark_report_aggregates_only=true \
-        --benchmark_out="$folder/copy_text.csv" --benchmark_out_format=csv
+        --benchmark_out="$results/copy_text.csv" --benchmark_out_format=csv
       ;;
     memory_use)
       run memory_use insert 10000000
@@ -61,10 +63,11 @@ server_start "$root/build" max_wal_size=8GB checkpoint_timeout=1h autovacuum=off
 export DBMSAPI_TEST_HOST=$SERVER_HOST DBMSAPI_TEST_PORT=$SERVER_PORT
 export DBMSAPI_TEST_USER=$SERVER_USER DBMSAPI_TEST_PASSWORD=$SERVER_PASSWORD
 
-rm -f "$DBMSAPI_BENCH_RESULTS"
 describe_machine
 for program in "${programs[@]}"; do
   echo
+  export DBMSAPI_BENCH_RESULTS=$results/$program.tsv
+  rm -f "$DBMSAPI_BENCH_RESULTS"
   run_program "$program"
 done
 echo
