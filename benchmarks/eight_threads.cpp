@@ -1,4 +1,5 @@
-// Eight objects on eight threads insert at once, against eight programs by hand.
+// Eight objects on eight threads insert at once, against eight programs by hand. More threads than cores make
+// the times scatter: what is done by hand races against itself, too.
 
 #include <thread>
 
@@ -57,5 +58,6 @@ int main() {
   const auto settle = [&] { server.Settle("datalog"); };
   bench::Race({"InsertLogData on 8 threads", kBatchSize, kThreads * kBatches},
               {{"by hand", settle, [&] { OnEightThreads(writers, &Writer::WorkByHand); }},
+               {"by hand, once more", settle, [&] { OnEightThreads(writers, &Writer::WorkByHand); }},
                {"library", settle, [&] { OnEightThreads(writers, &Writer::UseLibrary); }}});
 }
