@@ -38,7 +38,7 @@ text_costs() {
       split($1, part, "/")
       sub(/tags_/, "", part[2])
       sub(/_median"/, "", part[3])
-      print "its text, " part[2] " tags", part[3], $NF * 1e9
+      print "text alone, " part[2] " tags", part[3], $NF * 1e9
     }' "$results/copy_text.csv"
 }
 

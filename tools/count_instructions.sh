@@ -4,7 +4,7 @@
 #
 #   tools/count_instructions.sh [insert|read|alarms|system_log|delete|report]...
 #
-# The server's work and the insides of system calls are not counted. Needs valgrind and what tools/bench.sh has built.
+# The server's work and the insides of system calls are not counted. Needs what tools/bench.sh has installed and built.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 root=$(dirname "$here")
