@@ -13,6 +13,8 @@ class TirelScada : public Dbms {
  public:
   TirelScada(const wchar_t* host, int port, const wchar_t* database, const wchar_t* user,
              const wchar_t* password);
+  TirelScada(const TirelScada& other);             // learns the order of its tags anew
+  TirelScada& operator=(const TirelScada& other);  // likewise
   ~TirelScada() override;
 
   // frame/Connection.cpp
@@ -189,5 +191,5 @@ class TirelScada : public Dbms {
   bool timescaleEnabled;
   std::unordered_map<std::wstring, std::string> utf8NameCache;  // tag name to its COPY text
   std::string copyBuffer;                                       // outgoing COPY text; keeps its capacity
-  std::shared_ptr<TagTexts> tagTexts;  // of the cache, in the order of the last batches
+  std::shared_ptr<TagTexts> tagTexts;  // points into this object's cache; made by the first batch
 };

@@ -89,14 +89,15 @@ class Operations {
     parameters_.Add(std::wstring(L"mixer"));
     parameters_.Add(std::wstring(L"light"));
     parameters_.Finish();
+    hand::Prepare(link_.get(), "recipe", "delete from recipe where model_name = $1 and name = $2",
+                  parameters_);
     return {kCalls,
             [this] {
               for (std::size_t i = 0; i < kCalls; ++i) dbms_->DeleteRecipe(L"mixer", L"light");
             },
             [this] {
               for (std::size_t i = 0; i < kCalls; ++i) {
-                hand::RunWith(link_.get(), "delete from recipe where model_name = $1 and name = $2",
-                              parameters_);
+                hand::RunPrepared(link_.get(), "recipe", parameters_);
               }
             }};
   }

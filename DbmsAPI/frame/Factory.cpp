@@ -5,12 +5,8 @@ std::shared_ptr<Dbms> Dbms::GetDbms(DbmsType type, const wchar_t* host, int port
                                     const wchar_t* user, const wchar_t* password) {
   std::shared_ptr<Dbms> dbms;
   switch (type) {
-    case DbmsType::TirelScada:
-      dbms.reset(new TirelScada(host, port, database, user, password));
-      break;
-    case DbmsType::PostgreSQL:
-      dbms.reset(new PostgreSQL(host, port, database, user, password));
-      break;
+    case DbmsType::TirelScada: dbms.reset(new TirelScada(host, port, database, user, password)); break;
+    case DbmsType::PostgreSQL: dbms.reset(new PostgreSQL(host, port, database, user, password)); break;
   }
   if (dbms) {
     std::lock_guard lock(RegistryMutex);
@@ -23,6 +19,22 @@ TirelScada::TirelScada(const wchar_t* host_, int port_, const wchar_t* database_
                        const wchar_t* password_)
     : Dbms(host_, port_, database_, user_, password_), timescaleEnabled(true) {
   type = DbmsType::TirelScada;
+}
+
+TirelScada::TirelScada(const TirelScada& other)
+    : Dbms(other),
+      timescaleEnabled(other.timescaleEnabled),
+      utf8NameCache(other.utf8NameCache),
+      copyBuffer(other.copyBuffer) {}
+
+TirelScada& TirelScada::operator=(const TirelScada& other) {
+  if (this == &other) return *this;
+  Dbms::operator=(other);
+  timescaleEnabled = other.timescaleEnabled;
+  tagTexts.reset();
+  utf8NameCache = other.utf8NameCache;
+  copyBuffer = other.copyBuffer;
+  return *this;
 }
 
 TirelScada::~TirelScada() = default;

@@ -68,8 +68,8 @@ class Session {
   // Whether the server's unnamed statement is still the one that this sending has parsed.
   bool HoldsUnnamed(Ticket ticket) const { return ticket == unnamed_ && !nativeTaken_; }
 
-  // What a command leaves parsed as the unnamed statement; another one of the same text may take it over,
-  // null when there is none.
+  // What a command leaves parsed as the unnamed statement, for another one of the same text to take over.
+  // FindLeft gives null when there is nothing of the text.
   void Leave(Parsed parsed) { left_ = std::move(parsed); }
   const Parsed* FindLeft(const MarkedStatement* statement) const {
     return left_.statement.get() == statement && HoldsUnnamed(left_.unnamed) ? &left_ : nullptr;

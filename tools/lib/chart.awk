@@ -72,7 +72,7 @@ function x_at(x,   first, last) {
   return left + (last > first ? plot_width * (log(x) - first) / (last - first) : plot_width / 2)
 }
 
-function draw_lines(   y, s, x, points, at, last_label, order, i) {
+function draw_lines(   y, s, x, points, at) {
   for (y = 0; y <= limit + step / 2; y += step) {
     line(left, y_at(y), left + plot_width, y_at(y), "#e4e4e4")
     text(left - 8, y_at(y) + 4, "end", 11, "#666666", number(y))

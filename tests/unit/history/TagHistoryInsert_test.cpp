@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <cfloat>
 #include <cmath>
+#include <memory>
 #include <numeric>
 
+#include "DbmsAPI/TirelScada.h"
 #include "scripted/ScriptedTest.h"
 
 namespace {
@@ -54,6 +56,27 @@ TEST_F(TagHistoryInsert, TagNamesAreEscapedEachTime) {
   EXPECT_TRUE(dbms->InsertLogData({{1000, L"a\tb\\", 1}, {2000, L"a\tb\\", 2}}));
   EXPECT_TRUE(dbms->InsertLogData({{3000, L"a\tb\\", 3}}));
   EXPECT_EQ(Copied(), "1.000\ta\\tb\\\\\t1\n2.000\ta\\tb\\\\\t2\n3.000\ta\\tb\\\\\t3\n");
+}
+
+TEST_F(TagHistoryInsert, ACopyNeedsNothingOfItsSource) {
+  const std::vector<LogSample> batch = {{1000, L"A", 1}, {1000, L"B", 2}, {2000, L"A", 3}};
+  const std::string text = "1.000\tA\t1\n1.000\tB\t2\n2.000\tA\t3\n";
+  auto source = std::make_unique<TirelScada>(dynamic_cast<TirelScada&>(*dbms));
+  EXPECT_TRUE(source->InsertLogData(batch));
+  TirelScada copy(*source);
+  source.reset();
+  EXPECT_TRUE(copy.InsertLogData(batch));
+  EXPECT_EQ(Copied(), text + text);
+}
+
+TEST_F(TagHistoryInsert, AnAssignedObjectNeedsNothingOfItsFormerTags) {
+  TirelScada object(dynamic_cast<TirelScada&>(*dbms));
+  EXPECT_TRUE(dbms->InsertLogData({{1000, L"A", 1}}));
+  EXPECT_TRUE(object.InsertLogData({{1000, L"C", 2}, {1000, L"D", 3}, {2000, L"C", 4}}));
+  object = dynamic_cast<TirelScada&>(*dbms);
+  EXPECT_TRUE(object.InsertLogData({{3000, L"D", 5}, {3000, L"C", 6}, {3000, L"A", 7}}));
+  EXPECT_EQ(Copied(),
+            "1.000\tA\t1\n1.000\tC\t2\n1.000\tD\t3\n2.000\tC\t4\n3.000\tD\t5\n3.000\tC\t6\n3.000\tA\t7\n");
 }
 
 TEST_F(TagHistoryInsert, ALongBatchIsSentInPiecesCutAtALineEnd) {
