@@ -10,7 +10,7 @@ class PostgreSQL : public TirelScada {
              const wchar_t* password);
   ~PostgreSQL() override;
 
-  // frame/PlainVariant.cpp
+  // frame/PostgreSQL.cpp
   bool CreateLogTable(int retentionDays) override;
   bool CreateUserLogTable(const wchar_t* name, const std::vector<UserLogColumn>& columns,
                           int retentionDays) override;

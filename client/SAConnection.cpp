@@ -15,14 +15,11 @@ constexpr char kQueryVersion[] = "select version()";
 const char* SetIsolationLevelStatement(SAIsolationLevel_t level) {
   switch (level) {
     case SA_ReadUncommitted:
-    case SA_ReadCommitted:
-      return "SET SESSION CHARACTERISTICS AS TRANSACTION ISOLATION LEVEL READ COMMITTED";
+    case SA_ReadCommitted: return "SET SESSION CHARACTERISTICS AS TRANSACTION ISOLATION LEVEL READ COMMITTED";
     case SA_RepeatableRead:
       return "SET SESSION CHARACTERISTICS AS TRANSACTION ISOLATION LEVEL REPEATABLE READ";
-    case SA_Serializable:
-      return "SET SESSION CHARACTERISTICS AS TRANSACTION ISOLATION LEVEL SERIALIZABLE";
-    case SA_LevelUnknown:
-      break;
+    case SA_Serializable: return "SET SESSION CHARACTERISTICS AS TRANSACTION ISOLATION LEVEL SERIALIZABLE";
+    case SA_LevelUnknown: break;
   }
   throw pq::Misuse(L"There is no such isolation level");
 }

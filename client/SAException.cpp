@@ -12,7 +12,7 @@ struct SAException::Details {
 
 SAException::SAException(SAErrorClass_t errorClass, int nativeCode, SAString text)
     : details_(std::make_shared<const Details>(
-          Details{errorClass, nativeCode, text, port::ToUtf8({text, text.GetLength()})})) {}
+          Details{errorClass, nativeCode, text, sys::ToUtf8({text, text.GetLength()})})) {}
 
 SAException::SAException(const SAException&) noexcept = default;
 SAException& SAException::operator=(const SAException&) noexcept = default;

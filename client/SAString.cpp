@@ -10,7 +10,7 @@ SAString::SAString(const SAChar* text, std::size_t length) {
 }
 
 SAString::SAString(const char* utf8) {
-  if (utf8) text_ = port::FromUtf8(utf8);
+  if (utf8) text_ = sys::FromUtf8(utf8);
 }
 
 SAString::SAString(std::wstring text) : text_(std::move(text)) {}

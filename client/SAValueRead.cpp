@@ -43,7 +43,7 @@ double SAValueRead::asDouble() const {
 }
 
 SAString SAValueRead::asString() const {
-  return cell_->data ? SAString(port::FromUtf8(Text(*cell_))) : SAString();
+  return cell_->data ? SAString(sys::FromUtf8(Text(*cell_))) : SAString();
 }
 
 SADateTime SAValueRead::asDateTime() const {

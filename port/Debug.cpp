@@ -3,7 +3,7 @@
 #include <mutex>
 #include <utility>
 
-namespace port {
+namespace sys {
 namespace {
 
 std::mutex mutex;
@@ -30,4 +30,4 @@ void SetDebugSink(DebugSink sink) {
   currentSink = std::move(sink);
 }
 
-}  // namespace port
+}  // namespace sys

@@ -2,7 +2,7 @@
 
 #include <functional>
 
-namespace port {
+namespace sys {
 
 // Receives whole debug lines, NUL-terminated, line feed included.
 using DebugSink = std::function<void(const wchar_t* line)>;
@@ -16,4 +16,4 @@ void SetDebugSink(DebugSink sink);
 // The platform's own sink: the debugger's output on Windows, stderr (in UTF-8) elsewhere.
 void WriteToPlatformDebugOutput(const wchar_t* line);
 
-}  // namespace port
+}  // namespace sys

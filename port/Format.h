@@ -11,27 +11,27 @@
 
 #include <format>
 
-namespace port {
+namespace sys {
 
 template <class... Args>
 std::wstring Format(std::wformat_string<Args...> pattern, Args&&... args) {
   return std::format(pattern, std::forward<Args>(args)...);
 }
 
-}  // namespace port
+}  // namespace sys
 
 #else
 
 #include <fmt/format.h>
 #include <fmt/xchar.h>
 
-namespace port {
+namespace sys {
 
 template <class... Args>
 std::wstring Format(fmt::wformat_string<Args...> pattern, Args&&... args) {
   return fmt::format(pattern, std::forward<Args>(args)...);
 }
 
-}  // namespace port
+}  // namespace sys
 
 #endif

@@ -6,7 +6,7 @@
 #include "port/Debug.h"
 #include "port/Format.h"
 
-namespace port {
+namespace sys {
 namespace {
 
 std::mutex mutex;
@@ -39,4 +39,4 @@ std::optional<std::wstring> FitBuffer(std::size_t capacity, std::wstring text) {
   return std::nullopt;
 }
 
-}  // namespace port
+}  // namespace sys

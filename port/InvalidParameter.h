@@ -6,7 +6,7 @@
 #include <string>
 #include <utility>
 
-namespace port {
+namespace sys {
 
 // Told when a text does not fit its fixed buffer.
 using InvalidParameterHandler = std::function<void(const wchar_t* reason)>;
@@ -22,4 +22,4 @@ void ReportInvalidParameter(const wchar_t* reason);
 // an invalid parameter and gives nothing.
 std::optional<std::wstring> FitBuffer(std::size_t capacity, std::wstring text);
 
-}  // namespace port
+}  // namespace sys

@@ -2,7 +2,7 @@
 
 #include <chrono>
 
-namespace port {
+namespace sys {
 namespace {
 
 constexpr std::int64_t kDay = 24 * 60 * 60;
@@ -35,4 +35,4 @@ std::int64_t LocalEpochSeconds(const std::tm& fields) {
   return first;
 }
 
-}  // namespace port
+}  // namespace sys

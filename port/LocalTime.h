@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <ctime>
 
-namespace port {
+namespace sys {
 
 // Epoch seconds of calendar fields read as local time of the process. Fields out of range are carried over;
 // tm_isdst is not looked at. Where clocks are put back, fields of the hour that comes twice are those of its
@@ -13,4 +13,4 @@ std::int64_t LocalEpochSeconds(const std::tm& fields);
 // What local time is ahead of UTC at an instant, in seconds. Windows applies the rules of today to all years.
 std::int64_t LocalOffset(std::int64_t instant);
 
-}  // namespace port
+}  // namespace sys

@@ -3,7 +3,7 @@
 #include <charconv>
 #include <cwctype>
 
-namespace port {
+namespace sys {
 
 std::wstring ShortestText(double value) {
   char text[32];
@@ -26,4 +26,4 @@ int LeadingInteger(std::wstring_view text) {
   return value;
 }
 
-}  // namespace port
+}  // namespace sys

@@ -1,7 +1,7 @@
 #include <charconv>
 #include <stdexcept>
 
-#include "../frame/Operation.h"
+#include "DbmsAPI/frame/Operation.h"
 #include "port/Format.h"
 #include "port/Number.h"
 
@@ -78,14 +78,14 @@ double LeadingNumber(const std::wstring& text) {
 // Kept: values stand between quotes as they are; a quote in one damages the statement.
 template <class... Values>
 std::wstring Quoted(const Values&... values) {
-  return (port::Format(L", '{}'", values) + ...);
+  return (sys::Format(L", '{}'", values) + ...);
 }
 
 std::wstring InsertStatement(const GooseMessageRecord& message, double invaliditySeconds) {
   return kInsertGoose +
          Quoted(message.GOOSE_ControlBlock_Ref, message.DataSet, message.GOOSE_ID, message.AllowedToLive,
                 message.Structure_Number, message.Sequence_Number, message.simulation, message.ndsCom) +
-         L", to_timestamp('" + port::ShortestText(invaliditySeconds) + L"')" +
+         L", to_timestamp('" + sys::ShortestText(invaliditySeconds) + L"')" +
          Quoted(message.stateValid, message.srcMac, message.dstMac, message.appId, message.dataSetValues,
                 message.dataSetValuesSelfAllocated, message.dstMacSet, message.isObserver, message.vlanSet,
                 message.vlanId, message.vlanPrio) +

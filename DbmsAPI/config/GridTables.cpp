@@ -1,4 +1,4 @@
-#include "../frame/Operation.h"
+#include "DbmsAPI/frame/Operation.h"
 #include "port/Format.h"
 
 // A grid table holds text cells, col_0 and up, and the number of each row. Clients count columns from 1.
@@ -44,15 +44,15 @@ std::int64_t ReadCount(SACommand& command, const std::wstring& query) {
 }
 
 std::wstring CreateStatement(const wchar_t* table, int columnCount) {
-  std::wstring statement = port::Format(kCreateGridTable, table);
-  for (int i = 0; i < columnCount; ++i) statement += port::Format(kGridColumn, i);
+  std::wstring statement = sys::Format(kCreateGridTable, table);
+  for (int i = 0; i < columnCount; ++i) statement += sys::Format(kGridColumn, i);
   return statement + kRowNumberColumn;
 }
 
 std::wstring EmptyRowStatement(const wchar_t* table, int columnCount, std::int64_t row) {
-  std::wstring statement = port::Format(kInsertEmptyRow, table);
+  std::wstring statement = sys::Format(kInsertEmptyRow, table);
   for (int i = 0; i < columnCount; ++i) statement += L"'', ";
-  return statement + port::Format(L"{})", row);
+  return statement + sys::Format(L"{})", row);
 }
 
 }  // namespace
@@ -62,7 +62,7 @@ bool TirelScada::CreateGridTable(const wchar_t* table, int columnCount) {
     // Kept: the name is looked up as it is written, though the server folds unquoted names to lower case: a
     // table whose name has capitals is never found, and so is made anew and empty every time. Same-named
     // tables of every schema count together.
-    const std::int64_t columns = ReadCount(command, port::Format(kCountColumns, table));
+    const std::int64_t columns = ReadCount(command, sys::Format(kCountColumns, table));
     // Kept: a table that does not exist is dropped too; the failure leaves its text in lastError and creation
     // goes on.
     if (columns - 1 != columnCount) DropGridTable(table);
@@ -71,7 +71,7 @@ bool TirelScada::CreateGridTable(const wchar_t* table, int columnCount) {
 }
 
 bool TirelScada::DropGridTable(const wchar_t* table) {
-  return Run([&](SACommand& command) { Execute(command, port::Format(kDropGridTable, table)); });
+  return Run([&](SACommand& command) { Execute(command, sys::Format(kDropGridTable, table)); });
 }
 
 // Kept: rows are numbered from 1 on every call, so that a table which holds rows already refuses the first.
@@ -86,21 +86,21 @@ bool TirelScada::InsertEmptyGridRows(const wchar_t* table, int columnCount, int 
 
 bool TirelScada::UpdateGridCell(const wchar_t* table, int column, int row, const wchar_t* value) {
   return Run([&](SACommand& command) {
-    Execute(command, port::Format(kUpdateGridCell, table, std::int64_t{column} - 1, value, row));
+    Execute(command, sys::Format(kUpdateGridCell, table, std::int64_t{column} - 1, value, row));
   });
 }
 
 // Kept: the row's number is the count of rows plus one; rows must be numbered without gaps for it to be free.
 bool TirelScada::AppendGridRow(const wchar_t* table, const wchar_t* values) {
   return Run([&](SACommand& command) {
-    const std::int64_t count = ReadCount(command, port::Format(kCountRows, table));
-    Execute(command, port::Format(kInsertRow, table, values, count + 1));
+    const std::int64_t count = ReadCount(command, sys::Format(kCountRows, table));
+    Execute(command, sys::Format(kInsertRow, table, values, count + 1));
   });
 }
 
 bool TirelScada::GetGridCell(const wchar_t* table, int column, int row, std::wstring& value) {
   return Run([&](SACommand& command) {
-    if (FetchFirst(command, port::Format(kSelectRow, table, row))) {
+    if (FetchFirst(command, sys::Format(kSelectRow, table, row))) {
       value = command.Field(column).asString();
     } else {
       value.clear();
@@ -110,11 +110,11 @@ bool TirelScada::GetGridCell(const wchar_t* table, int column, int row, std::wst
 
 bool TirelScada::GetGridRowCount(const wchar_t* table, int& count) {
   return Run([&](SACommand& command) {
-    if (FetchFirst(command, port::Format(kCountRows, table)))
+    if (FetchFirst(command, sys::Format(kCountRows, table)))
       count = static_cast<int>(command.Field(1).asInt64());
   });
 }
 
 bool TirelScada::ClearGridTable(const wchar_t* table) {
-  return Run([&](SACommand& command) { Execute(command, port::Format(kClearGridTable, table)); });
+  return Run([&](SACommand& command) { Execute(command, sys::Format(kClearGridTable, table)); });
 }

@@ -1,4 +1,4 @@
-#include "../frame/Operation.h"
+#include "DbmsAPI/frame/Operation.h"
 #include "port/Format.h"
 
 namespace {
@@ -37,7 +37,7 @@ std::wstring InsertStatement(std::size_t recordCount) {
   for (std::size_t k = 0; k < recordCount; ++k) {
     const std::size_t n = k * kParametersPerRecord;
     statement +=
-        port::Format(kRecordMarkers, n + 1, n + 2, n + 3, n + 4, n + 5, n + 6, n + 7, n + 8, n + 9, n + 10);
+        sys::Format(kRecordMarkers, n + 1, n + 2, n + 3, n + 4, n + 5, n + 6, n + 7, n + 8, n + 9, n + 10);
   }
   statement.pop_back();
   return statement;
@@ -66,8 +66,8 @@ bool TirelScada::UpdateNetworkStatus(const wchar_t* station, const wchar_t* stat
                                      int read, int readErr, int readPerct, int write, int writeErr,
                                      int writePerct) {
   return Run([&](SACommand& command) {
-    Execute(command, port::Format(kUpdateNetworkStatus, status, address, read, readErr, readPerct, write,
-                                  writeErr, writePerct, station));
+    Execute(command, sys::Format(kUpdateNetworkStatus, status, address, read, readErr, readPerct, write,
+                                 writeErr, writePerct, station));
   });
 }
 

@@ -1,5 +1,5 @@
-#include "Operation.h"
-#include "Timescale.h"
+#include "DbmsAPI/frame/Operation.h"
+#include "DbmsAPI/frame/Timescale.h"
 #include "port/Format.h"
 
 namespace {
@@ -30,7 +30,7 @@ bool TirelScada::GetUncompressedChunkMap(
 bool TirelScada::CompressChunk(const wchar_t* chunk) {
   return Run([&](SACommand& command) {
     Execute(command, TimescaleVersion >= kColumnstoreVersion
-                         ? port::Format(L"CALL convert_to_columnstore('{}')", chunk)
-                         : port::Format(L"SELECT compress_chunk('{}')", chunk));
+                         ? sys::Format(L"CALL convert_to_columnstore('{}')", chunk)
+                         : sys::Format(L"SELECT compress_chunk('{}')", chunk));
   });
 }

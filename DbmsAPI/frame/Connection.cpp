@@ -1,4 +1,4 @@
-#include "Operation.h"
+#include "DbmsAPI/frame/Operation.h"
 #include "port/Debug.h"
 #include "port/Format.h"
 
@@ -34,7 +34,7 @@ bool TirelScada::GetServerVersion(std::wstring& text) {
 }
 
 void TirelScada::ConnectTo(SAConnection& target) {
-  const std::wstring server = port::Format(L"{},{}@{}", host, Dbms::port, database);
+  const std::wstring server = sys::Format(L"{},{}@{}", host, Dbms::port, database);
   target.Connect(server.c_str(), user.c_str(), password.c_str(), SA_PostgreSQL_Client);
 }
 
@@ -42,8 +42,7 @@ void TirelScada::HandleDbException(const SAException& error) {
   lastError = error.ErrText();
   const int errorClass = error.ErrClass();
   const int nativeCode = error.ErrNativeCode();
-  port::WriteDebugLine(
-      port::Format(L"on exception({}, {}) - {}\n", errorClass, nativeCode, lastError).c_str());
+  sys::WriteDebugLine(sys::Format(L"on exception({}, {}) - {}\n", errorClass, nativeCode, lastError).c_str());
 
   if (errorClass != SA_DBMS_API_Error) return;
   const bool refused = nativeCode == kCouldNotConnect && lastError.find(kRefused) != std::wstring::npos;

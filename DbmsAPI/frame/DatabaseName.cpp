@@ -1,6 +1,6 @@
-#include "DatabaseName.h"
+#include "DbmsAPI/frame/DatabaseName.h"
 
-#include "Operation.h"
+#include "DbmsAPI/frame/Operation.h"
 #include "port/Utf8.h"
 
 namespace {
@@ -16,7 +16,7 @@ constexpr std::size_t kLongestName = 63;  // bytes, as the server is built by de
 
 bool IsDatabaseName(std::wstring_view text) {
   return !text.empty() && text.find_first_of(kSeparators) == text.npos && text.find(L"://") == text.npos &&
-         port::ToUtf8(text).size() <= kLongestName;
+         sys::ToUtf8(text).size() <= kLongestName;
 }
 
 std::wstring CurrentDatabase(SACommand& command) {

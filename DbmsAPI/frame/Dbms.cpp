@@ -1,4 +1,4 @@
-#include "../Dbms.h"
+#include "DbmsAPI/Dbms.h"
 
 #include <SQLAPI.h>
 

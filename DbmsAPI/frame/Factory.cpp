@@ -1,5 +1,5 @@
-#include "../PostgreSQL.h"
-#include "Registry.h"
+#include "DbmsAPI/PostgreSQL.h"
+#include "DbmsAPI/frame/Registry.h"
 
 std::shared_ptr<Dbms> Dbms::GetDbms(DbmsType type, const wchar_t* host, int port, const wchar_t* database,
                                     const wchar_t* user, const wchar_t* password) {
@@ -14,27 +14,3 @@ std::shared_ptr<Dbms> Dbms::GetDbms(DbmsType type, const wchar_t* host, int port
   }
   return dbms;
 }
-
-TirelScada::TirelScada(const wchar_t* host_, int port_, const wchar_t* database_, const wchar_t* user_,
-                       const wchar_t* password_)
-    : Dbms(host_, port_, database_, user_, password_), timescaleEnabled(true) {
-  type = DbmsType::TirelScada;
-}
-
-TirelScada::TirelScada(const TirelScada& other)
-    : Dbms(other),
-      timescaleEnabled(other.timescaleEnabled),
-      utf8NameCache(other.utf8NameCache),
-      copyBuffer(other.copyBuffer) {}
-
-TirelScada& TirelScada::operator=(const TirelScada& other) {
-  if (this == &other) return *this;
-  Dbms::operator=(other);
-  timescaleEnabled = other.timescaleEnabled;
-  tagTexts.reset();
-  utf8NameCache = other.utf8NameCache;
-  copyBuffer = other.copyBuffer;
-  return *this;
-}
-
-TirelScada::~TirelScada() = default;

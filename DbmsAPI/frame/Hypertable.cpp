@@ -1,5 +1,5 @@
-#include "Operation.h"
-#include "Timescale.h"
+#include "DbmsAPI/frame/Operation.h"
+#include "DbmsAPI/frame/Timescale.h"
 #include "port/Format.h"
 
 namespace {
@@ -27,8 +27,8 @@ constexpr wchar_t kRetention[] =
 bool TirelScada::AdoptHypertable(SACommand& command, const wchar_t* table, std::optional<int> retentionDays) {
   const bool adopted = FetchFirst(
       command,
-      port::Format(L"select compression_state from _timescaledb_catalog.hypertable where table_name = '{}'",
-                   table));
+      sys::Format(L"select compression_state from _timescaledb_catalog.hypertable where table_name = '{}'",
+                  table));
   if (adopted) {
     const bool compressed = command.Field(1).asShort() == 1;
     if (retentionDays) SetRetentionPolicyLegacy(table, *retentionDays);
@@ -37,7 +37,7 @@ bool TirelScada::AdoptHypertable(SACommand& command, const wchar_t* table, std::
   CreateHypertable(command, table);
   if (retentionDays.value_or(0) > 0) {
     Execute(command,
-            port::Format(L"select add_retention_policy('{}', interval '{} days')", table, *retentionDays));
+            sys::Format(L"select add_retention_policy('{}', interval '{} days')", table, *retentionDays));
   }
   return false;
 }
@@ -54,32 +54,31 @@ void TirelScada::SetUpHypertable(SACommand& command, const wchar_t* table, const
 // containment and removes if_exists.
 void TirelScada::SetRetentionPolicyLegacy(const wchar_t* table, int days) {
   SACommand command(connection.get());
-  if (FetchFirst(command, port::Format(kLegacyRetention, table))) {
-    const std::wstring wanted = Bounded(kStatementBuffer, port::Format(L"\"{} days\"", days));
+  if (FetchFirst(command, sys::Format(kLegacyRetention, table))) {
+    const std::wstring wanted = Bounded(kStatementBuffer, sys::Format(L"\"{} days\"", days));
     if (command.Field(1).asString() == wanted.c_str()) return;
-    Execute(command, Bounded(kStatementBuffer, port::Format(L"select remove_retention_policy('{}')", table)));
+    Execute(command, Bounded(kStatementBuffer, sys::Format(L"select remove_retention_policy('{}')", table)));
     if (days < 1) return;
     Execute(command,
             Bounded(kStatementBuffer,
-                    port::Format(L"select add_retention_policy('{}', interval '{} days')", table, days)));
+                    sys::Format(L"select add_retention_policy('{}', interval '{} days')", table, days)));
   } else if (days >= 1) {
-    Execute(command, port::Format(L"select add_retention_policy('{}', interval '{} days')", table, days));
+    Execute(command, sys::Format(L"select add_retention_policy('{}', interval '{} days')", table, days));
   }
 }
 
 void TirelScada::SetRetentionPolicy(const wchar_t* table, int days) {
   SACommand command(connection.get());
-  if (FetchFirst(command, Bounded(kJobQueryBuffer, port::Format(kRetention, table)))) {
+  if (FetchFirst(command, Bounded(kJobQueryBuffer, sys::Format(kRetention, table)))) {
     const std::wstring stored = command.Field(1).asString().operator const SAChar*();
-    const std::wstring wanted = Bounded(kDaysBuffer, port::Format(L"{} days", days));
+    const std::wstring wanted = Bounded(kDaysBuffer, sys::Format(L"{} days", days));
     if (stored.find(wanted) != std::wstring::npos) return;
-    Execute(command,
-            Bounded(kJobQueryBuffer,
-                    port::Format(L"SELECT remove_retention_policy('{}', if_exists => true)", table)));
+    Execute(command, Bounded(kJobQueryBuffer,
+                             sys::Format(L"SELECT remove_retention_policy('{}', if_exists => true)", table)));
   }
   if (days > 0) {
     Execute(command,
             Bounded(kJobQueryBuffer,
-                    port::Format(L"SELECT add_retention_policy('{}', INTERVAL '{} days')", table, days)));
+                    sys::Format(L"SELECT add_retention_policy('{}', INTERVAL '{} days')", table, days)));
   }
 }

@@ -1,4 +1,4 @@
-#include "Operation.h"
+#include "DbmsAPI/frame/Operation.h"
 
 #include "port/InvalidParameter.h"
 #include "port/Number.h"
@@ -11,7 +11,7 @@ bool TirelScada::Run(const wchar_t* statement) {
 }
 
 std::wstring Bounded(std::size_t capacity, std::wstring statement) {
-  auto fitting = port::FitBuffer(capacity, std::move(statement));
+  auto fitting = sys::FitBuffer(capacity, std::move(statement));
   if (!fitting) throw StatementTooLong();
   return *std::move(fitting);
 }
@@ -29,5 +29,5 @@ bool FetchFirst(SACommand& command, const std::wstring& query) {
 double EpochSeconds(std::int64_t milliseconds) { return static_cast<double>(milliseconds) / 1000.0; }
 
 std::wstring EpochSecondsText(std::int64_t milliseconds) {
-  return port::ShortestText(EpochSeconds(milliseconds));
+  return sys::ShortestText(EpochSeconds(milliseconds));
 }

@@ -21,7 +21,7 @@
 #include <string>
 #include <utility>
 
-#include "../TirelScada.h"
+#include "DbmsAPI/TirelScada.h"
 
 // Ends an operation whose statement does not fit its fixed buffer: false, lastError as it was.
 struct StatementTooLong {};

@@ -4,7 +4,7 @@
 #include <mutex>
 #include <vector>
 
-#include "../Dbms.h"
+#include "DbmsAPI/Dbms.h"
 
 // Every object that the factory handed out, in the order of their making. Entries of objects that are gone
 // stay until the next broadcast.

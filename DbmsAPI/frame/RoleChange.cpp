@@ -2,10 +2,7 @@
 
 #include <algorithm>
 
-#include "Registry.h"
-
-std::vector<std::weak_ptr<Dbms>> InstanceRegistry;
-std::mutex RegistryMutex;
+#include "DbmsAPI/frame/Registry.h"
 
 void Dbms::NotifyRoleChange() {
   if (type != DbmsType::TirelScada || !hostSelector) return;

@@ -1,8 +1,8 @@
-#include "Timescale.h"
+#include "DbmsAPI/frame/Timescale.h"
 
 #include <string>
 
-#include "Operation.h"
+#include "DbmsAPI/frame/Operation.h"
 #include "port/Format.h"
 #include "port/Number.h"
 
@@ -15,39 +15,39 @@ void DetectTimescaleVersion(SAConnection* connection) {
   // Without a point the same number serves as major and minor.
   const std::size_t point = version.find(L'.');
   const std::wstring rest = version.substr(point + 1);
-  const int major = port::LeadingInteger(version.substr(0, point));
-  const int minor = port::LeadingInteger(rest.substr(0, rest.find(L'.')));
+  const int major = sys::LeadingInteger(version.substr(0, point));
+  const int minor = sys::LeadingInteger(rest.substr(0, rest.find(L'.')));
   TimescaleVersion = major * 100 + minor;
 }
 
 void CreateHypertable(SACommand& command, const wchar_t* table) {
   const std::wstring head =
       TimescaleVersion >= kByRangeVersion
-          ? port::Format(L"SELECT create_hypertable('{}', by_range('{}', INTERVAL '{}')", table, L"time",
-                         L"1 day")
-          : port::Format(L"SELECT create_hypertable('{}', '{}', chunk_time_interval => INTERVAL '{}'", table,
-                         L"time", L"1 day");
+          ? sys::Format(L"SELECT create_hypertable('{}', by_range('{}', INTERVAL '{}')", table, L"time",
+                        L"1 day")
+          : sys::Format(L"SELECT create_hypertable('{}', '{}', chunk_time_interval => INTERVAL '{}'", table,
+                        L"time", L"1 day");
   Execute(command, head + L")");
 }
 
 void SetCompression(SACommand& command, const wchar_t* table, const wchar_t* segmentBy) {
   Execute(command,
           TimescaleVersion >= kColumnstoreVersion
-              ? port::Format(L"ALTER TABLE {} SET (timescaledb.enable_columnstore,"
-                             L"timescaledb.orderby = '{}',timescaledb.segmentby = '{}')",
-                             table, L"time", segmentBy)
-              : port::Format(L"ALTER TABLE {} SET (timescaledb.compress, "
-                             L"timescaledb.compress_orderby = '{}', timescaledb.compress_segmentby = '{}')",
-                             table, L"time", segmentBy));
+              ? sys::Format(L"ALTER TABLE {} SET (timescaledb.enable_columnstore,"
+                            L"timescaledb.orderby = '{}',timescaledb.segmentby = '{}')",
+                            table, L"time", segmentBy)
+              : sys::Format(L"ALTER TABLE {} SET (timescaledb.compress, "
+                            L"timescaledb.compress_orderby = '{}', timescaledb.compress_segmentby = '{}')",
+                            table, L"time", segmentBy));
 }
 
 void AddCompressionPolicy(SACommand& command, const wchar_t* table) {
   const bool present =
-      FetchFirst(command, port::Format(L"SELECT * FROM timescaledb_information.jobs WHERE "
-                                       L"proc_name = 'policy_compression' AND hypertable_name = '{}'",
-                                       table));
+      FetchFirst(command, sys::Format(L"SELECT * FROM timescaledb_information.jobs WHERE "
+                                      L"proc_name = 'policy_compression' AND hypertable_name = '{}'",
+                                      table));
   if (present) return;
   Execute(command, TimescaleVersion >= kColumnstoreVersion
-                       ? port::Format(L"CALL add_columnstore_policy('{}', INTERVAL '1 day')", table)
-                       : port::Format(L"SELECT add_compression_policy('{}', INTERVAL '1 day')", table));
+                       ? sys::Format(L"CALL add_columnstore_policy('{}', INTERVAL '1 day')", table)
+                       : sys::Format(L"SELECT add_compression_policy('{}', INTERVAL '1 day')", table));
 }

@@ -1,4 +1,4 @@
-#include "../frame/Operation.h"
+#include "DbmsAPI/frame/Operation.h"
 #include "port/Format.h"
 
 namespace {
@@ -33,7 +33,7 @@ void AppendCodes(std::wstring& filter, const CodeColumn& column, std::int16_t ma
   if (!filter.empty()) filter += L" and ";
   filter.append(column.name).append(L" in (");
   for (int code = 0; code < 16; ++code) {
-    if ((selected >> code & 1U) != 0) filter += port::Format(L"{},", code);
+    if ((selected >> code & 1U) != 0) filter += sys::Format(L"{},", code);
   }
   filter.back() = L')';
 }
@@ -46,7 +46,7 @@ void AppendExcludedRanges(std::wstring& filter,
   filter += filter.empty() ? L"(" : L" and ";
   const wchar_t* joint = L"";
   for (const auto& [from, to] : ranges) {
-    filter += port::Format(L"{}time < to_timestamp({}) or time > to_timestamp({})", joint, from, to);
+    filter += sys::Format(L"{}time < to_timestamp({}) or time > to_timestamp({})", joint, from, to);
     joint = L" or ";
   }
   filter += L")";
@@ -58,7 +58,7 @@ void AppendTagPrefixes(std::wstring& filter, const std::vector<const wchar_t*>& 
   filter += filter.empty() ? L"(" : L" and (";
   const wchar_t* joint = L"";
   for (const wchar_t* prefix : prefixes) {
-    filter += port::Format(L"{}tag_name like '{}%'", joint, prefix);
+    filter += sys::Format(L"{}tag_name like '{}%'", joint, prefix);
     joint = L" or ";
   }
   filter += L")";
@@ -102,8 +102,8 @@ bool TirelScada::GetAlarmData(std::int64_t startTime, std::int64_t endTime, std:
     AppendCodes(filter, kZone, zoneMask);
     AppendExcludedRanges(filter, excludedRanges);
     AppendTagPrefixes(filter, tagPrefixes);
-    Execute(command, filter.empty() ? port::Format(kAllAlarms, startTime, endTime)
-                                    : port::Format(kFilteredAlarms, startTime, endTime, filter));
+    Execute(command, filter.empty() ? sys::Format(kAllAlarms, startTime, endTime)
+                                    : sys::Format(kFilteredAlarms, startTime, endTime, filter));
     ReadAlarms(command, records);
   });
 }
@@ -111,7 +111,7 @@ bool TirelScada::GetAlarmData(std::int64_t startTime, std::int64_t endTime, std:
 bool TirelScada::GetAllAlarmData(std::int64_t startTime, std::int64_t endTime,
                                  std::vector<AlarmRecord>& records) {
   return Run([&](SACommand& command) {
-    Execute(command, port::Format(kAllAlarms, startTime, endTime));
+    Execute(command, sys::Format(kAllAlarms, startTime, endTime));
     ReadAlarms(command, records);
   });
 }

@@ -1,12 +1,12 @@
-#include "CopyText.h"
+#include "DbmsAPI/history/CopyText.h"
 
 #include <array>
 #include <cfloat>
 #include <charconv>
 #include <cstring>
 
-#include "DecimalDigits.h"
-#include "TenDigits.h"
+#include "DbmsAPI/history/DecimalDigits.h"
+#include "DbmsAPI/history/TenDigits.h"
 #include "port/Utf8.h"
 
 namespace {
@@ -48,7 +48,7 @@ char* WriteValue(char* at, double value) {
 
 std::string CopyName(const std::wstring& tagName) {
   std::string escaped;
-  for (const char c : port::ToUtf8(tagName)) {
+  for (const char c : sys::ToUtf8(tagName)) {
     switch (c) {
       case '\t': escaped += "\\t"; break;
       case '\n': escaped += "\\n"; break;

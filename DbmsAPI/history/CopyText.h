@@ -8,7 +8,7 @@
 #include <memory>
 #include <string>
 
-#include "../HistoryTypes.h"
+#include "DbmsAPI/HistoryTypes.h"
 
 // Whether a sample can be stored: it has a time of 1 ms or later, a tag name, and a finite value.
 inline bool IsStorable(const LogSample& sample) {

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "../frame/Operation.h"
-#include "CopyText.h"
-#include "TagTexts.h"
+#include "DbmsAPI/frame/Operation.h"
+#include "DbmsAPI/history/CopyText.h"
+#include "DbmsAPI/history/TagTexts.h"
 #include "port/Debug.h"
 #include "port/Format.h"
 #include "port/InvalidParameter.h"
@@ -60,7 +60,7 @@ class Batch {
 bool Batch::RunStatement(const char* statement) {
   PGresult* result = api_.PQexec(conn_, statement);
   const bool done = api_.PQresultStatus(result) == kCommandOk;
-  if (!done) lastError_ = port::FromUtf8(api_.PQresultErrorMessage(result));
+  if (!done) lastError_ = sys::FromUtf8(api_.PQresultErrorMessage(result));
   api_.PQclear(result);
   return done;
 }
@@ -68,7 +68,7 @@ bool Batch::RunStatement(const char* statement) {
 // The same, naming the step in the debug output when it fails.
 bool Batch::Step(const char* statement, const wchar_t* name) {
   if (RunStatement(statement)) return true;
-  port::WriteDebugLine(port::Format(L"[InsertLogData] {} failed\n", name).c_str());
+  sys::WriteDebugLine(sys::Format(L"[InsertLogData] {} failed\n", name).c_str());
   return false;
 }
 
@@ -86,10 +86,10 @@ bool Batch::StartCopy() {
   PGresult* result = api_.PQexec(conn_, kCopyToStaging);
   const bool started = api_.PQresultStatus(result) == kCopyIn;
   if (!started) {
-    lastError_ = port::FromUtf8(api_.PQresultErrorMessage(result));
-    const auto message = port::FitBuffer(
-        kMessageBuffer, port::Format(L"[InsertLogData] COPY FROM STDIN failed: {}\n", lastError_));
-    if (message) port::WriteDebugLine(message->c_str());
+    lastError_ = sys::FromUtf8(api_.PQresultErrorMessage(result));
+    const auto message = sys::FitBuffer(
+        kMessageBuffer, sys::Format(L"[InsertLogData] COPY FROM STDIN failed: {}\n", lastError_));
+    if (message) sys::WriteDebugLine(message->c_str());
   }
   api_.PQclear(result);
   return started;
@@ -97,7 +97,7 @@ bool Batch::StartCopy() {
 
 bool Batch::Copy(const std::vector<LogSample>& samples, TagTexts& names, std::string& buffer) {
   if (FinishCopy(SendSamples(samples, names, buffer))) return true;
-  port::WriteDebugLine(L"[InsertLogData] COPY data send failed\n");
+  sys::WriteDebugLine(L"[InsertLogData] COPY data send failed\n");
   return false;
 }
 
@@ -118,7 +118,7 @@ bool Batch::SendSamples(const std::vector<LogSample>& samples, TagTexts& names, 
 
 bool Batch::Flush(std::string& buffer) {
   if (api_.PQputCopyData(conn_, buffer.data(), static_cast<int>(buffer.size())) != 1) {
-    lastError_ = port::FromUtf8(api_.PQerrorMessage(conn_));
+    lastError_ = sys::FromUtf8(api_.PQerrorMessage(conn_));
     return false;
   }
   buffer.clear();
@@ -131,7 +131,7 @@ bool Batch::FinishCopy(bool sent) {
   api_.PQputCopyEnd(conn_, sent ? nullptr : "cancelled");
   while (PGresult* result = api_.PQgetResult(conn_)) {
     if (done && api_.PQresultStatus(result) != kCommandOk) {
-      lastError_ = port::FromUtf8(api_.PQresultErrorMessage(result));
+      lastError_ = sys::FromUtf8(api_.PQresultErrorMessage(result));
       done = false;
     }
     api_.PQclear(result);

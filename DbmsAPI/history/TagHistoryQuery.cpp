@@ -1,6 +1,6 @@
 #include <cfloat>
 
-#include "../frame/Operation.h"
+#include "DbmsAPI/frame/Operation.h"
 #include "port/Format.h"
 
 namespace {
@@ -14,10 +14,9 @@ std::wstring SamplesQuery(const Map& data, std::int64_t startTime, std::int64_t 
   std::wstring query = L"select tag_name, extract(epoch from time), value from datalog where tag_name in (";
   for (const auto& [tag, points] : data) query.append(L"'").append(tag).append(L"',");
   query.back() = L')';
-  return query +
-         Bounded(kRangeBuffer, port::Format(L" and time between to_timestamp({}) and to_timestamp({}) "
-                                            L"order by tag_name, time",
-                                            startTime, endTime));
+  return query + Bounded(kRangeBuffer, sys::Format(L" and time between to_timestamp({}) and to_timestamp({}) "
+                                                   L"order by tag_name, time",
+                                                   startTime, endTime));
 }
 
 }  // namespace

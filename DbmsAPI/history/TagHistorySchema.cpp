@@ -1,8 +1,8 @@
 #include <algorithm>
 #include <limits>
 
-#include "../frame/Operation.h"
-#include "../frame/Timescale.h"
+#include "DbmsAPI/frame/Operation.h"
+#include "DbmsAPI/frame/Timescale.h"
 
 namespace {
 

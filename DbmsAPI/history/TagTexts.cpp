@@ -1,6 +1,6 @@
-#include "TagTexts.h"
+#include "DbmsAPI/history/TagTexts.h"
 
-#include "CopyText.h"
+#include "DbmsAPI/history/CopyText.h"
 
 namespace {
 

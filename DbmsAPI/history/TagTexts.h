@@ -5,9 +5,10 @@
 
 // The COPY texts of tag names, from a cache.
 //
-// Hashing a name takes longer than making a line, so the next tag is foretold and only compared. Samples mostly
-// come either with the same tag once more, or with the tags of a cycle in their order, some left out, and so
-// from batch to batch: each tag knows which one followed it, and what held the last time is tried first.
+// Hashing a name takes longer than making a line, so the next tag is foretold and only compared. Samples
+// mostly come either with the same tag once more, or with the tags of a cycle in their order, some left out,
+// and so from batch to batch: each tag knows which one followed it, and what held the last time is tried
+// first.
 class TagTexts {
  public:
   using Cache = std::unordered_map<std::wstring, std::string>;

@@ -1,10 +1,10 @@
-#include "TenDigits.h"
+#include "DbmsAPI/history/TenDigits.h"
 
 #include <array>
 #include <charconv>
 #include <limits>
 
-#include "DecimalDigits.h"
+#include "DbmsAPI/history/DecimalDigits.h"
 
 // A value v has the decimal power k when 10^k <= v < 10^(k+1). Its ten digits are v * 10^(9-k), rounded to an
 // integer, halves to the even one. Both ways below find that product exactly and round once:

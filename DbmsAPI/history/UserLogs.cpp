@@ -1,8 +1,8 @@
 #include <algorithm>
 
-#include "../frame/DatabaseName.h"
-#include "../frame/Operation.h"
-#include "../frame/Timescale.h"
+#include "DbmsAPI/frame/DatabaseName.h"
+#include "DbmsAPI/frame/Operation.h"
+#include "DbmsAPI/frame/Timescale.h"
 #include "port/Format.h"
 #include "port/LocalTime.h"
 
@@ -58,7 +58,7 @@ std::wstring Declaration(const UserLogColumn& column) {
   switch (column.type) {
     case kInteger: return L" int2,";
     case kDouble: return L" float8,";
-    case kText: return port::Format(L" varchar({}),", column.length);
+    case kText: return sys::Format(L" varchar({}),", column.length);
     default: return {};
   }
 }
@@ -84,16 +84,16 @@ bool Matches(SACommand& stored, const UserLogColumn& column) {
 }
 
 bool Exists(SACommand& command, const std::wstring& table) {
-  return FetchFirst(command, port::Format(kCountUserLogs, table)) && command.Field(1).asShort() >= 1;
+  return FetchFirst(command, sys::Format(kCountUserLogs, table)) && command.Field(1).asShort() >= 1;
 }
 
 // Whether a stored table has exactly these columns behind its time.
 bool HasColumns(SACommand& command, const std::wstring& database, const std::wstring& table,
                 const std::vector<UserLogColumn>& columns) {
-  if (!FetchFirst(command, port::Format(kUserLogColumns, database, table))) {
+  if (!FetchFirst(command, sys::Format(kUserLogColumns, database, table))) {
     // A stored table has columns: the database bears another name at the server than in the connection, as
     // behind a pooler. Its rows must not be lost for that.
-    FetchFirst(command, port::Format(kUserLogColumns, CurrentDatabase(command), table));
+    FetchFirst(command, sys::Format(kUserLogColumns, CurrentDatabase(command), table));
   }
   for (const UserLogColumn& column : columns) {
     if (!command.FetchNext() || !Matches(command, column)) return false;
@@ -103,12 +103,12 @@ bool HasColumns(SACommand& command, const std::wstring& database, const std::wst
 
 void MakeHypertable(SACommand& command, const std::wstring& table, int retentionDays) {
   CreateHypertable(command, table.c_str());
-  if (retentionDays >= 1) Execute(command, port::Format(kAddUserLogRetention, table, retentionDays));
+  if (retentionDays >= 1) Execute(command, sys::Format(kAddUserLogRetention, table, retentionDays));
 }
 
 void Compress(SACommand& command, const std::wstring& table, const std::vector<UserLogColumn>& columns) {
   const bool enabled =
-      FetchFirst(command, port::Format(kUserLogState, table)) && command.Field(1).asShort() != 0;
+      FetchFirst(command, sys::Format(kUserLogState, table)) && command.Field(1).asShort() != 0;
   if (!enabled) {
     std::wstring segmentBy;
     for (const UserLogColumn& column : columns) {
@@ -131,7 +131,7 @@ void ReadRows(SACommand& command, std::vector<UserLogRow>& rows) {
   while (command.FetchNext()) {
     UserLogRow row;
     // Kept: calendar fields of the session's time zone are read as local time of the process.
-    row.time = port::LocalEpochSeconds(command.Field(1).asDateTime());
+    row.time = sys::LocalEpochSeconds(command.Field(1).asDateTime());
     for (int i = 2; i <= command.FieldCount(); ++i) row.values.emplace_back() = command.Field(i).asString();
     rows.push_back(std::move(row));
   }
@@ -162,7 +162,7 @@ bool TirelScada::CreateUserLogTable(const wchar_t* name, const std::vector<UserL
 bool TirelScada::InsertUserLogData(const wchar_t* name, const UserLogRow& row) {
   return Run([&](SACommand& command) {
     std::wstring statement =
-        port::Format(L"insert into user_{} values(to_timestamp({}),", name, EpochSecondsText(row.time));
+        sys::Format(L"insert into user_{} values(to_timestamp({}),", name, EpochSecondsText(row.time));
     for (const std::wstring& value : row.values) statement.append(value).append(L",");
     statement.back() = L')';
     Execute(command, statement);
@@ -177,9 +177,9 @@ bool TirelScada::GetUserLogData(const wchar_t* name, std::int64_t startTime, std
     if (startTime < 1 || endTime < 1 || startTime == endTime) return;
     const auto [from, to] = std::minmax(startTime, endTime);
     if (*condition == L'\0') {
-      Execute(command, Bounded(kRowsBuffer, port::Format(kUserLogRows, name, from, to)));
+      Execute(command, Bounded(kRowsBuffer, sys::Format(kUserLogRows, name, from, to)));
     } else {
-      command.setCommandText(port::Format(kUserLogRowsWhere, name, from, to, condition).c_str());
+      command.setCommandText(sys::Format(kUserLogRowsWhere, name, from, to, condition).c_str());
       for (const UserLogBind& bind : binds) Bind(command, bind);
       command.Execute();
     }

@@ -1,4 +1,4 @@
-#include "../frame/Operation.h"
+#include "DbmsAPI/frame/Operation.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
-#include "../frame/Operation.h"
-#include "../frame/Timescale.h"
+#include "DbmsAPI/frame/Operation.h"
+#include "DbmsAPI/frame/Timescale.h"
 
 namespace {
 
@@ -32,8 +32,7 @@ std::uint64_t TirelScada::InsertSystemLog(const std::vector<SystemLogRecord>& re
   Run([&](SACommand& command) {
     command.setCommandText(kInsertSystemLog);
     for (const SystemLogRecord& record : records) {
-      command << EpochSeconds(record.time) << record.node << record.module << record.level
-              << record.type;
+      command << EpochSeconds(record.time) << record.node << record.module << record.level << record.type;
       if (record.user_id.empty()) {
         command << SANull();
       } else {

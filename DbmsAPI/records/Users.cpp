@@ -1,4 +1,4 @@
-#include "../frame/Operation.h"
+#include "DbmsAPI/frame/Operation.h"
 #include "port/Format.h"
 #include "port/LocalTime.h"
 
@@ -60,8 +60,7 @@ int CountAccountColumns(SACommand& command) {
 
 void Insert(SACommand& command, const UserRecord& account) {
   command.setCommandText(
-      port::Format(kInsertAccount, account.login_date, account.expired_date, account.last_reset_pass)
-          .c_str());
+      sys::Format(kInsertAccount, account.login_date, account.expired_date, account.last_reset_pass).c_str());
   command << account.id.c_str() << account.username.c_str() << account.password.c_str()
           << account.old_password.c_str() << account.security_level << account.sign_level
           << account.user_group.c_str() << account.user_role.c_str() << account.is_now_login
@@ -74,7 +73,7 @@ void Insert(SACommand& command, const UserRecord& account) {
 // seconds are cut to 32 bits. NULL is 0 in every time zone.
 std::int32_t LocalSeconds(const SAField& time) {
   if (time.isNull()) return 0;
-  return static_cast<std::int32_t>(port::LocalEpochSeconds(time.asDateTime()));
+  return static_cast<std::int32_t>(sys::LocalEpochSeconds(time.asDateTime()));
 }
 
 // Fills a record column by column; NULL reads as the empty text.

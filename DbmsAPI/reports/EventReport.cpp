@@ -1,4 +1,4 @@
-#include "../frame/Operation.h"
+#include "DbmsAPI/frame/Operation.h"
 #include "port/Format.h"
 
 namespace {
@@ -56,7 +56,7 @@ void MigrateEventReport(SACommand& command) {
 std::wstring InsertStatement(const wchar_t* model, const wchar_t* sheet, std::size_t cells) {
   std::wstring statement = kInsertEventReport;
   for (std::size_t i = 0; i < cells; ++i) {
-    statement += port::Format(kEventReportRow, 3 * i + 1, model, sheet, 3 * i + 2, 3 * i + 3);
+    statement += sys::Format(kEventReportRow, 3 * i + 1, model, sheet, 3 * i + 2, 3 * i + 3);
   }
   statement.pop_back();
   return statement;
@@ -76,7 +76,7 @@ bool TirelScada::CreateEventReportTable() {
 }
 
 bool TirelScada::DeleteEventReportData(const wchar_t* modelName) {
-  return Run([&](SACommand& command) { Execute(command, port::Format(kDeleteEventReport, modelName)); });
+  return Run([&](SACommand& command) { Execute(command, sys::Format(kDeleteEventReport, modelName)); });
 }
 
 bool TirelScada::InsertEventReportData(const wchar_t* modelName, const wchar_t* sheet, std::int64_t timeMs,
@@ -93,7 +93,7 @@ bool TirelScada::InsertEventReportData(const wchar_t* modelName, const wchar_t* 
 bool TirelScada::GetEventReportData(const wchar_t* modelName, const wchar_t* sheet,
                                     std::unordered_map<std::wstring, std::vector<std::wstring>>& values) {
   return Run([&](SACommand& command) {
-    Execute(command, port::Format(kSelectEventReport, modelName, sheet));
+    Execute(command, sys::Format(kSelectEventReport, modelName, sheet));
     while (command.FetchNext()) {
       const SAString cell = command.Field(1).asString();
       const SAString value = command.Field(2).asString();

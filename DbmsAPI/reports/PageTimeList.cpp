@@ -1,4 +1,4 @@
-#include "../frame/Operation.h"
+#include "DbmsAPI/frame/Operation.h"
 #include "port/Format.h"
 
 namespace {
@@ -77,13 +77,13 @@ bool TirelScada::CreatePageTimeListTable() {
 bool TirelScada::InsertPageTimeList(const wchar_t* pageName, std::int64_t startTimeMs,
                                     const std::vector<std::wstring>& users) {
   return Run([&](SACommand& command) {
-    Execute(command, port::Format(kInsertPageTime, pageName, EpochSecondsText(startTimeMs), UserList(users)));
+    Execute(command, sys::Format(kInsertPageTime, pageName, EpochSecondsText(startTimeMs), UserList(users)));
   });
 }
 
 bool TirelScada::ClosePageTimeList(const wchar_t* pageName, std::int64_t endTimeMs) {
   return Run([&](SACommand& command) {
-    Execute(command, port::Format(kClosePageTime, EpochSecondsText(endTimeMs), pageName));
+    Execute(command, sys::Format(kClosePageTime, EpochSecondsText(endTimeMs), pageName));
   });
 }
 

@@ -5,7 +5,7 @@
 #include <tuple>
 #include <type_traits>
 
-#include "../frame/Operation.h"
+#include "DbmsAPI/frame/Operation.h"
 #include "port/Format.h"
 #include "port/LocalTime.h"
 
@@ -89,7 +89,7 @@ void AppendMarker(std::wstring& text, std::size_t number, const Field&) {
 template <class Kind>
 std::wstring InsertStatement(const wchar_t* period, const Rows<Kind>& rows) {
   const bool isMinute = IsMinute(period);
-  std::wstring text = port::Format(kInsertRows, Kind::kName, period);
+  std::wstring text = sys::Format(kInsertRows, Kind::kName, period);
   text.reserve(rows.size() * kMarkersOfRow);
   std::size_t number = 0;
   for (const auto& row : rows) {
@@ -126,17 +126,17 @@ void InsertRows(SACommand& command, const wchar_t* period, const Rows<Kind>& row
 template <class Kind>
 std::wstring RowsQuery(const wchar_t* period, std::int64_t startTime, std::int64_t endTime,
                        const RowsByTag<Kind>& data) {
-  std::wstring query = port::Format(kGetRows, Kind::kName, period);
+  std::wstring query = sys::Format(kGetRows, Kind::kName, period);
   for (const auto& [tag, rows] : data) query.append(L"'").append(tag).append(L"',");
   query.back() = L')';
   return query +
-         (endTime != 0 ? port::Format(kInRange, startTime, endTime) : port::Format(kAtInstant, startTime));
+         (endTime != 0 ? sys::Format(kInRange, startTime, endTime) : sys::Format(kAtInstant, startTime));
 }
 
 // The instant of calendar fields in the session's zone, which are taken for local time of the process.
 // Kept: the seconds are a 32-bit count; instants from 19 January 2038 on come out wrapped around.
 void Read(const SAField& field, std::int64_t& time) {
-  time = static_cast<std::int32_t>(port::LocalEpochSeconds(field.asDateTime()));
+  time = static_cast<std::int32_t>(sys::LocalEpochSeconds(field.asDateTime()));
 }
 void Read(const SAField& field, std::int32_t& count) { count = field.asLong(); }
 void Read(const SAField& field, double& value) { value = field.asDouble(); }

@@ -1,4 +1,4 @@
-#include "../frame/Operation.h"
+#include "DbmsAPI/frame/Operation.h"
 #include "port/Format.h"
 
 namespace {
@@ -89,8 +89,8 @@ constexpr Period kPeriods[] = {{L"minute", false, true},
                                {L"year", true, false}};
 
 std::wstring CreateStatement(const std::wstring& table, const Kind& kind, const Period& period) {
-  return port::Format(L"create table if not exists {} ({}{}primary key (time, tag_name))", table,
-                      kind.columns, period.hasFurtherColumns ? kind.furtherColumns : L"");
+  return sys::Format(L"create table if not exists {} ({}{}primary key (time, tag_name))", table, kind.columns,
+                     period.hasFurtherColumns ? kind.furtherColumns : L"");
 }
 
 }  // namespace
@@ -113,20 +113,20 @@ bool TirelScada::CreateReportDataTables(int retentionDays) {
 
 bool TirelScada::GetReportDataTime(const wchar_t* kind, const wchar_t* period, std::int64_t* epochSeconds) {
   return Run([&](SACommand& command) {
-    if (FetchFirst(command, port::Format(kGetWatermark, period, kind)))
+    if (FetchFirst(command, sys::Format(kGetWatermark, period, kind)))
       *epochSeconds = command.Field(1).asInt64();
   });
 }
 
 bool TirelScada::SetReportDataTime(const wchar_t* kind, const wchar_t* period, std::int64_t epochSeconds) {
   return Run(
-      [&](SACommand& command) { Execute(command, port::Format(kSetWatermark, period, epochSeconds, kind)); });
+      [&](SACommand& command) { Execute(command, sys::Format(kSetWatermark, period, epochSeconds, kind)); });
 }
 
 bool TirelScada::GetReportDataFirstTime(const wchar_t* kind, const wchar_t* period,
                                         std::int64_t* epochSeconds) {
   return Run([&](SACommand& command) {
-    if (FetchFirst(command, port::Format(kGetFirstTime, kind, period)))
+    if (FetchFirst(command, sys::Format(kGetFirstTime, kind, period)))
       *epochSeconds = command.Field(1).asInt64();
   });
 }

@@ -1,4 +1,4 @@
-#include "../frame/Operation.h"
+#include "DbmsAPI/frame/Operation.h"
 #include "port/Format.h"
 
 namespace {
@@ -47,7 +47,7 @@ void AppendRow(std::wstring& statement, const TagValueRecord& record) {
 // Kept: a record without a tag name still gets its separator, so that one behind the first row leaves two in
 // a row, and a queue of such records leaves the head alone; the server refuses either.
 std::wstring TakeQueue(const wchar_t* table, std::deque<std::vector<TagValueRecord>>& queue) {
-  std::wstring statement = port::Format(kInsertTagValues, table);
+  std::wstring statement = sys::Format(kInsertTagValues, table);
   const std::size_t head = statement.size();
   for (; !queue.empty(); queue.pop_front()) {
     for (const TagValueRecord& record : queue.front()) {
@@ -62,7 +62,7 @@ std::wstring TakeQueue(const wchar_t* table, std::deque<std::vector<TagValueReco
 // none, the rows collected by then are lost.
 void StoreInBatches(SAConnection& connection, SACommand& command, const wchar_t* table,
                     const std::vector<TagValueRecord>& records) {
-  std::wstring statement = port::Format(kInsertTagValues, table);
+  std::wstring statement = sys::Format(kInsertTagValues, table);
   const std::size_t head = statement.size();
   std::size_t rows = 0;
   for (const TagValueRecord& record : records) {
@@ -82,16 +82,16 @@ void StoreInBatches(SAConnection& connection, SACommand& command, const wchar_t*
 bool TirelScada::CreateTagValueTable(const wchar_t* tableName) {
   return Run([&](SACommand& command) {
     const std::wstring table = Lowered(tableName);  // Kept: the name is lowered here and nowhere else.
-    Execute(command, port::Format(kCreateTagValues, table));
+    Execute(command, sys::Format(kCreateTagValues, table));
     SetUpHypertable(command, table.c_str(), L"tag_name", std::nullopt);
   });
 }
 
 bool TirelScada::PurgeTagValueTable(const wchar_t* tableName, std::int64_t days) {
   return Run([&](SACommand& command) {
-    Execute(command, timescaleEnabled ? port::Format(kDropOldChunks, tableName, days)
-                                      : port::Format(kDeleteOldValues, tableName, days));
-    Execute(command, port::Format(kDeleteOldIntervals, days, tableName));
+    Execute(command, timescaleEnabled ? sys::Format(kDropOldChunks, tableName, days)
+                                      : sys::Format(kDeleteOldValues, tableName, days));
+    Execute(command, sys::Format(kDeleteOldIntervals, days, tableName));
   });
 }
 

@@ -50,7 +50,7 @@ ConnectionKeywords ReadConnectionString(std::wstring_view text, std::wstring_vie
   const Parts parts = Split(text);
   ConnectionKeywords keywords = {{"fallback_application_name", kLibraryName}};
   const auto add = [&keywords](const char* keyword, std::wstring_view value) {
-    if (!value.empty()) keywords.emplace_back(keyword, port::ToUtf8(value));
+    if (!value.empty()) keywords.emplace_back(keyword, sys::ToUtf8(value));
   };
   add("dbname", parts.database);
   add("host", parts.host);

@@ -27,7 +27,7 @@ void NumberRefusals(std::string& text, std::string_view refused) {
   }
 }
 
-SAString Wide(std::string_view utf8) { return SAString(port::FromUtf8(utf8)); }
+SAString Wide(std::string_view utf8) { return SAString(sys::FromUtf8(utf8)); }
 
 }  // namespace
 

@@ -17,7 +17,7 @@ constexpr std::string_view kTimeLimit = "connect_timeout";
 constexpr int kExpandDatabaseName = 1;
 
 [[noreturn]] void ThrowConnectFailure(const PGconn* link) {
-  throw ConnectFailure(PQerrorMessage(link), port::ConnectionRefusedText());
+  throw ConnectFailure(PQerrorMessage(link), sys::ConnectionRefusedText());
 }
 
 void IgnoreNotice(void*, const char*) {}
@@ -55,8 +55,8 @@ void Await(PGconn* link) {
   if (IsTimeLimited(link)) return PQreset(link);
   PostgresPollingStatusType wanted = PGRES_POLLING_WRITING;
   while (wanted == PGRES_POLLING_READING || wanted == PGRES_POLLING_WRITING) {
-    port::WaitForSocket(PQsocket(link), wanted == PGRES_POLLING_READING ? port::SocketEvent::Readable
-                                                                        : port::SocketEvent::Writable);
+    sys::WaitForSocket(PQsocket(link), wanted == PGRES_POLLING_READING ? sys::SocketEvent::Readable
+                                                                       : sys::SocketEvent::Writable);
     wanted = PQconnectPoll(link);
   }
 }
@@ -82,6 +82,6 @@ Link Connect(const ConnectionKeywords& keywords) {
   return link;
 }
 
-void CutOff(const PGconn* link) { port::ShutDownSocket(PQsocket(link)); }
+void CutOff(const PGconn* link) { sys::ShutDownSocket(PQsocket(link)); }
 
 }  // namespace pq

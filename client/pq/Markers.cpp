@@ -66,7 +66,7 @@ class Places {
 
   std::vector<std::wstring> Named() const {
     std::vector<std::wstring> named;
-    for (const std::string_view name : named_) named.push_back(port::FromUtf8(name));
+    for (const std::string_view name : named_) named.push_back(sys::FromUtf8(name));
     return named;
   }
 
@@ -99,7 +99,7 @@ std::string WithDollars(std::string statement, const std::vector<Marker>& marker
 }  // namespace
 
 MarkedStatement ReplaceMarkers(std::wstring_view wide) {
-  std::string statement = port::ToUtf8(wide);
+  std::string statement = sys::ToUtf8(wide);
   const std::vector<Marker> markers = FindMarkers(statement);
   Places places;
   std::vector<int> keys;

@@ -83,7 +83,7 @@ void Parameters::AppendText(std::size_t index, const SAParam& value) {
   // The text would end there unnoticed.
   if (characters.find(L'\0') != std::wstring_view::npos) throw Wrong(value, L" holds a NUL character");
   const std::size_t start = texts_.size();
-  port::AppendUtf8(texts_, characters);
+  sys::AppendUtf8(texts_, characters);
   lengths_[index] = static_cast<int>(texts_.size() - start);
   texts_.push_back('\0');
   textIndexes_.push_back(index);

@@ -3,8 +3,8 @@
 #include <cerrno>
 #include <system_error>
 
-namespace port {
+namespace sys {
 
 std::string ConnectionRefusedText() { return std::generic_category().message(ECONNREFUSED); }
 
-}  // namespace port
+}  // namespace sys

@@ -5,11 +5,11 @@
 
 #include "port/Utf8.h"
 
-namespace port {
+namespace sys {
 
 void WriteToPlatformDebugOutput(const wchar_t* line) {
   const std::string text = ToUtf8(line);
   std::fwrite(text.data(), 1, text.size(), stderr);
 }
 
-}  // namespace port
+}  // namespace sys

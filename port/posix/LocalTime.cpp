@@ -2,7 +2,7 @@
 
 #include <time.h>
 
-namespace port {
+namespace sys {
 
 std::int64_t LocalOffset(std::int64_t instant) {
   const std::time_t time = instant;
@@ -11,4 +11,4 @@ std::int64_t LocalOffset(std::int64_t instant) {
   return local.tm_gmtoff;
 }
 
-}  // namespace port
+}  // namespace sys

@@ -5,7 +5,7 @@
 
 #include <cerrno>
 
-namespace port {
+namespace sys {
 
 void ShutDownSocket(int socket) {
   if (socket >= 0) ::shutdown(socket, SHUT_RDWR);
@@ -18,4 +18,4 @@ void WaitForSocket(int socket, SocketEvent event) {
   }
 }
 
-}  // namespace port
+}  // namespace sys

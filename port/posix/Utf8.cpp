@@ -7,7 +7,7 @@
 #include <cstring>
 #include <iterator>
 
-namespace port {
+namespace sys {
 namespace {
 
 constexpr std::uint32_t kReplacement = 0xFFFD;
@@ -73,4 +73,4 @@ std::wstring FromUtf8(std::string_view text) {
   return Decode(mended);
 }
 
-}  // namespace port
+}  // namespace sys

@@ -1,7 +1,7 @@
 #include "port/ConnectionRefused.h"
 
-namespace port {
+namespace sys {
 
 std::string ConnectionRefusedText() { return "Connection refused"; }
 
-}  // namespace port
+}  // namespace sys

@@ -2,8 +2,8 @@
 
 #include <windows.h>
 
-namespace port {
+namespace sys {
 
 void WriteToPlatformDebugOutput(const wchar_t* line) { OutputDebugStringW(line); }
 
-}  // namespace port
+}  // namespace sys

@@ -1,6 +1,6 @@
 #include "port/LocalTime.h"
 
-namespace port {
+namespace sys {
 namespace {
 
 // The C runtime knows the years from 1970 to 3000. The calendar repeats itself after 400 years, weekdays and
@@ -18,4 +18,4 @@ std::int64_t LocalOffset(std::int64_t instant) {
   return _mkgmtime64(&local) - known;
 }
 
-}  // namespace port
+}  // namespace sys

@@ -2,7 +2,7 @@
 
 #include <winsock2.h>
 
-namespace port {
+namespace sys {
 
 void ShutDownSocket(int socket) {
   if (socket >= 0) ::shutdown(static_cast<SOCKET>(socket), SD_BOTH);
@@ -19,4 +19,4 @@ void WaitForSocket(int socket, SocketEvent event) {
   ::select(0, reads ? &awaited : nullptr, reads ? nullptr : &awaited, &failed, nullptr);
 }
 
-}  // namespace port
+}  // namespace sys

@@ -2,7 +2,7 @@
 
 #include <windows.h>
 
-namespace port {
+namespace sys {
 
 std::string ToUtf8(std::wstring_view text) {
   std::string bytes;
@@ -26,4 +26,4 @@ std::wstring FromUtf8(std::string_view text) {
   return result;
 }
 
-}  // namespace port
+}  // namespace sys

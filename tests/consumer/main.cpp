@@ -37,7 +37,8 @@ int main(int argc, char** argv) {
   SACommand command(dbms->GetConnection().get(), L"select count(*) from datalog");
   command.Execute();
   if (!command.FetchNext() || command.Field(1).asLong() != 1) return EXIT_FAILURE;
-  if (static_cast<pgConnectionHandles*>(dbms->GetConnection()->NativeHandles())->conn == nullptr) return EXIT_FAILURE;
+  if (static_cast<pgConnectionHandles*>(dbms->GetConnection()->NativeHandles())->conn == nullptr)
+    return EXIT_FAILURE;
 
   std::puts("one sample stored and read back");
   return EXIT_SUCCESS;

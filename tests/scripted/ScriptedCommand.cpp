@@ -18,10 +18,10 @@ std::wstring Written(const SAValue& value) {
     case SAValue::Kind::Unbound: return L"unbound";
     case SAValue::Kind::Null: return L"null";
     case SAValue::Kind::Bool: return value.boundBool() ? L"bool true" : L"bool false";
-    case SAValue::Kind::Short: return port::Format(L"int2 {}", static_cast<int>(value.boundShort()));
-    case SAValue::Kind::Long: return port::Format(L"int4 {}", value.boundLong());
-    case SAValue::Kind::Int64: return port::Format(L"int8 {}", value.boundInt64());
-    case SAValue::Kind::Double: return L"float8 " + port::ShortestText(value.boundDouble());
+    case SAValue::Kind::Short: return sys::Format(L"int2 {}", static_cast<int>(value.boundShort()));
+    case SAValue::Kind::Long: return sys::Format(L"int4 {}", value.boundLong());
+    case SAValue::Kind::Int64: return sys::Format(L"int8 {}", value.boundInt64());
+    case SAValue::Kind::Double: return L"float8 " + sys::ShortestText(value.boundDouble());
     case SAValue::Kind::String:
       return std::wstring(L"text ") + static_cast<const SAChar*>(value.boundString());
   }
@@ -60,7 +60,7 @@ class SACommand::Impl {
     texts.clear();
     fields.clear();
     for (const scripted::CellText& value : values) {
-      texts.push_back(value ? port::ToUtf8(*value) : std::string());
+      texts.push_back(value ? sys::ToUtf8(*value) : std::string());
       cells.push_back({value ? texts.back().c_str() : nullptr, static_cast<int>(texts.back().size()), 0});
       fields.emplace_back(&cells.back(), SAString());
     }

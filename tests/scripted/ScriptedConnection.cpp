@@ -18,8 +18,8 @@ void SAConnection::Connect(const SAString& dbString, const SAString& user, const
                            SAClient_t client, saConnectionHandler_t) {
   Server& server = Server::Current();
   const std::wstring target =
-      port::Format(L"{} {} {} {}", static_cast<const SAChar*>(dbString), static_cast<const SAChar*>(user),
-                   static_cast<const SAChar*>(password), static_cast<int>(client));
+      sys::Format(L"{} {} {} {}", static_cast<const SAChar*>(dbString), static_cast<const SAChar*>(user),
+                  static_cast<const SAChar*>(password), static_cast<int>(client));
   server.connects.push_back(target);
   Note(L"connect");
   if (server.refusal) {
@@ -53,7 +53,7 @@ void SAConnection::Commit() { Note(L"commit"); }
 void SAConnection::Rollback() { Note(L"rollback"); }
 
 void SAConnection::setIsolationLevel(SAIsolationLevel_t level) {
-  Note(port::Format(L"isolation {}", static_cast<int>(level)));
+  Note(sys::Format(L"isolation {}", static_cast<int>(level)));
   impl_->level = level;
 }
 

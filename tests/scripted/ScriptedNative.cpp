@@ -31,8 +31,8 @@ PGresult* NewResult(int status, std::string message = {}) {
 }
 
 PGresult* Exec(PGconn*, const char* query) {
-  const auto failure = Server::Current().ExecuteNative({port::FromUtf8(query), {}});
-  if (failure) return NewResult(kFatalError, port::ToUtf8(failure->text));
+  const auto failure = Server::Current().ExecuteNative({sys::FromUtf8(query), {}});
+  if (failure) return NewResult(kFatalError, sys::ToUtf8(failure->text));
   return NewResult(std::strncmp(query, "COPY ", 5) == 0 ? kCopyIn : kCommandOk);
 }
 
@@ -54,7 +54,7 @@ int PutCopyData(PGconn*, const char* buffer, int bytes) {
 
 int PutCopyEnd(PGconn*, const char* message) {
   Server& server = Server::Current();
-  server.events.push_back(message == nullptr ? L"copy end" : L"copy end " + port::FromUtf8(message));
+  server.events.push_back(message == nullptr ? L"copy end" : L"copy end " + sys::FromUtf8(message));
   if (message != nullptr) {
     waiting.push_back(NewResult(kFatalError, "ERROR:  COPY from stdin failed"));
   } else if (server.copyFailure) {

@@ -20,7 +20,7 @@ std::int64_t LocalTime(int year, int month, int day, int hour, int minute, int s
   fields.tm_min = minute;
   fields.tm_sec = second;
   fields.tm_isdst = -1;
-  return port::LocalEpochSeconds(fields);
+  return sys::LocalEpochSeconds(fields);
 }
 
 class UserLogRows : public ScriptedTest {

@@ -9,44 +9,44 @@ namespace {
 class Debug : public ::testing::Test {
  protected:
   Debug() {
-    port::SetDebugSink([this](const wchar_t* line) { lines.emplace_back(line); });
+    sys::SetDebugSink([this](const wchar_t* line) { lines.emplace_back(line); });
   }
   ~Debug() override {
-    port::SetDebugSink(nullptr);
-    port::SetInvalidParameterHandler(nullptr);
+    sys::SetDebugSink(nullptr);
+    sys::SetInvalidParameterHandler(nullptr);
   }
   std::vector<std::wstring> lines;
 };
 
 TEST_F(Debug, TheSinkReceivesWholeLines) {
-  port::WriteDebugLine(L"on exception(3, 7) - x\n");
+  sys::WriteDebugLine(L"on exception(3, 7) - x\n");
   EXPECT_EQ(lines, std::vector<std::wstring>{L"on exception(3, 7) - x\n"});
 }
 
 TEST_F(Debug, ASinkMayWriteALineItself) {
-  port::SetDebugSink([this](const wchar_t* line) {
+  sys::SetDebugSink([this](const wchar_t* line) {
     lines.emplace_back(line);
-    if (lines.size() == 1) port::WriteDebugLine(L"inner");
+    if (lines.size() == 1) sys::WriteDebugLine(L"inner");
   });
-  port::WriteDebugLine(L"outer");
+  sys::WriteDebugLine(L"outer");
   EXPECT_EQ(lines, (std::vector<std::wstring>{L"outer", L"inner"}));
 }
 
 TEST_F(Debug, ATextThatFitsItsBufferIsGivenBack) {
-  EXPECT_EQ(port::FitBuffer(4, L"abc"), L"abc");
+  EXPECT_EQ(sys::FitBuffer(4, L"abc"), L"abc");
   EXPECT_TRUE(lines.empty());
 }
 
 TEST_F(Debug, ATextThatLeavesNoRoomForTheTerminatorIsReported) {
-  EXPECT_EQ(port::FitBuffer(3, L"abc"), std::nullopt);
+  EXPECT_EQ(sys::FitBuffer(3, L"abc"), std::nullopt);
   ASSERT_EQ(lines.size(), 1u);
   EXPECT_EQ(lines[0], L"invalid parameter: 3 characters do not fit a buffer of 3\n");
 }
 
 TEST_F(Debug, AnInvalidParameterHandlerReplacesTheLine) {
   std::vector<std::wstring> reasons;
-  port::SetInvalidParameterHandler([&](const wchar_t* reason) { reasons.emplace_back(reason); });
-  EXPECT_EQ(port::FitBuffer(1, L"abc"), std::nullopt);
+  sys::SetInvalidParameterHandler([&](const wchar_t* reason) { reasons.emplace_back(reason); });
+  EXPECT_EQ(sys::FitBuffer(1, L"abc"), std::nullopt);
   EXPECT_EQ(reasons.size(), 1u);
   EXPECT_TRUE(lines.empty());
 }

@@ -25,7 +25,7 @@ class LocalTimeZones : public ::testing::Test {
     fields.tm_mday = day;
     fields.tm_hour = hour;
     fields.tm_min = minute;
-    return port::LocalEpochSeconds(fields);
+    return sys::LocalEpochSeconds(fields);
   }
 
  private:

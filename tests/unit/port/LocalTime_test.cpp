@@ -8,7 +8,7 @@ namespace {
 
 TEST(LocalTime, GoesThereAndBack) {
   for (const std::time_t seconds : {std::time_t{1700000000}, std::time_t{86400}, std::time_t{951782400}}) {
-    EXPECT_EQ(port::LocalEpochSeconds(platform::LocalTime(seconds)), seconds);
+    EXPECT_EQ(sys::LocalEpochSeconds(platform::LocalTime(seconds)), seconds);
   }
 }
 
@@ -20,7 +20,7 @@ TEST(LocalTime, CarriesFieldsOutOfRangeOver) {
   other.tm_mon += 1;
   other.tm_mday += 10;
   other.tm_hour -= 3;
-  EXPECT_EQ(port::LocalEpochSeconds(fields), port::LocalEpochSeconds(other));
+  EXPECT_EQ(sys::LocalEpochSeconds(fields), sys::LocalEpochSeconds(other));
 }
 
 }  // namespace

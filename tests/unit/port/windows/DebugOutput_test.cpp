@@ -76,7 +76,7 @@ class Viewer {
 TEST(DebugOutput, ReachesADebuggerWhole) {
   const std::wstring line = L"on exception(3, 7) - \u00e4 \U0001F600\n";
   void* handler = AddVectoredExceptionHandler(1, Note);
-  port::WriteDebugLine(line.c_str());
+  sys::WriteDebugLine(line.c_str());
   RemoveVectoredExceptionHandler(handler);
   EXPECT_EQ(toldNarrow, InTheSystemsCodePage(line));
   if (!toldWide.empty()) {
@@ -87,7 +87,7 @@ TEST(DebugOutput, ReachesADebuggerWhole) {
 TEST(DebugOutput, ReachesAViewer) {
   Viewer viewer;
   EXPECT_EQ(viewer.Read(), "nothing");
-  port::WriteDebugLine(L"on exception(3, 7) - x\n");
+  sys::WriteDebugLine(L"on exception(3, 7) - x\n");
   EXPECT_EQ(viewer.Read(), "on exception(3, 7) - x\n");
 }
 

@@ -1,6 +1,6 @@
-#include "../PostgreSQL.h"
-#include "Operation.h"
-#include "Timescale.h"
+#include "DbmsAPI/PostgreSQL.h"
+#include "DbmsAPI/frame/Operation.h"
+#include "DbmsAPI/frame/Timescale.h"
 
 namespace {
 

@@ -1,0 +1,4 @@
+#include "DbmsAPI/frame/Registry.h"
+
+std::vector<std::weak_ptr<Dbms>> InstanceRegistry;
+std::mutex RegistryMutex;
