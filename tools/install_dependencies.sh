@@ -14,8 +14,8 @@ test=("${demo[@]}" clang libgtest-dev libgmock-dev binutils dpkg-dev file git)
 # The compiler for Windows, what runs its programs, the test framework in source.
 windows=("${demo[@]}" g++-mingw-w64-x86-64-posix mingw-w64-tools wine wine64 googletest binutils)
 # The benchmark framework, the other libraries that are measured beside ours, what counts instructions.
-bench=("${demo[@]}" libbenchmark-dev libpqxx-dev libsoci-dev qtbase5-dev libqt5sql5-psql unixodbc-dev odbc-postgresql
-  valgrind)
+bench=("${demo[@]}" libbenchmark-dev libpqxx-dev libsoci-dev libboost-dev qtbase5-dev libqt5sql5-psql unixodbc-dev
+  odbc-postgresql valgrind)
 
 no_main_cluster=/etc/postgresql-common/createcluster.d/dbmsapi-no-main-cluster.conf
 
