@@ -1,4 +1,5 @@
 #include <string>
+#include <utility>
 
 #include "SQLAPI.h"
 #include "port/Utf8.h"
@@ -8,11 +9,12 @@ struct SAException::Details {
   int nativeCode;
   SAString text;
   std::string utf8;
+  std::string sqlState;
 };
 
-SAException::SAException(SAErrorClass_t errorClass, int nativeCode, SAString text)
-    : details_(std::make_shared<const Details>(
-          Details{errorClass, nativeCode, text, sys::ToUtf8({text, text.GetLength()})})) {}
+SAException::SAException(SAErrorClass_t errorClass, int nativeCode, SAString text, std::string sqlState)
+    : details_(std::make_shared<const Details>(Details{
+          errorClass, nativeCode, text, sys::ToUtf8({text, text.GetLength()}), std::move(sqlState)})) {}
 
 SAException::SAException(const SAException&) noexcept = default;
 SAException& SAException::operator=(const SAException&) noexcept = default;
@@ -21,4 +23,5 @@ SAException::~SAException() = default;
 SAErrorClass_t SAException::ErrClass() const { return details_->errorClass; }
 int SAException::ErrNativeCode() const { return details_->nativeCode; }
 SAString SAException::ErrText() const { return details_->text; }
+std::string SAException::SqlState() const { return details_->sqlState; }
 const char* SAException::what() const noexcept { return details_->utf8.c_str(); }

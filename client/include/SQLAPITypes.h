@@ -94,7 +94,7 @@ class SQLAPI_EXPORT SADateTime {
 
 class SQLAPI_EXPORT SAException : public std::exception {
  public:
-  SAException(SAErrorClass_t errorClass, int nativeCode, SAString text);
+  SAException(SAErrorClass_t errorClass, int nativeCode, SAString text, std::string sqlState = {});
   SAException(const SAException&) noexcept;
   SAException& operator=(const SAException&) noexcept;
   ~SAException() override;
@@ -102,6 +102,9 @@ class SQLAPI_EXPORT SAException : public std::exception {
   SAErrorClass_t ErrClass() const;
   int ErrNativeCode() const;
   SAString ErrText() const;
+  // An extra of this layer: the five characters of the server's SQLSTATE ("42P01"). Empty when the failure
+  // is not the server's own: a class 2 error, a failed connect, a link lost without a message.
+  std::string SqlState() const;
   const char* what() const noexcept override;  // the text in UTF-8
 
  private:

@@ -17,6 +17,8 @@ class SQLAPI_EXPORT pgAPI : public saAPI {
   PGresult* (*PQexec)(PGconn* connection, const char* query) = nullptr;
   int (*PQresultStatus)(const PGresult* result) = nullptr;
   char* (*PQresultErrorMessage)(const PGresult* result) = nullptr;
+  // `field` is libpq's code of a field (PG_DIAG_...), 'C' for the SQLSTATE; null when the result has none.
+  char* (*PQresultErrorField)(const PGresult* result, int field) = nullptr;
   void (*PQclear)(PGresult* result) = nullptr;
   int (*PQputCopyData)(PGconn* connection, const char* buffer, int bytes) = nullptr;
   int (*PQputCopyEnd)(PGconn* connection, const char* errorMessage) = nullptr;

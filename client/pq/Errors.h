@@ -17,6 +17,7 @@ SAException ConnectFailure(std::string_view text, std::string_view refused);
 
 // A statement failed: class 3. `status` is libpq's status of the result (7 also when the link died under the
 // statement), the text is the result's or, when that has none, the connection's.
-SAException StatementFailure(int status, std::string_view resultText, std::string_view connectionText);
+SAException StatementFailure(int status, std::string_view resultText, std::string_view connectionText,
+                             std::string sqlState = {});
 
 }  // namespace pq

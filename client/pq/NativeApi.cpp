@@ -10,6 +10,7 @@ pgAPI EntryPoints() {
   api.PQexec = ::PQexec;
   api.PQresultStatus = [](const PGresult* result) { return static_cast<int>(::PQresultStatus(result)); };
   api.PQresultErrorMessage = ::PQresultErrorMessage;
+  api.PQresultErrorField = ::PQresultErrorField;
   api.PQclear = ::PQclear;
   api.PQputCopyData = ::PQputCopyData;
   api.PQputCopyEnd = ::PQputCopyEnd;

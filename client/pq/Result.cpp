@@ -14,7 +14,9 @@ bool IsFailure(const PGresult* result) {
 }
 
 void ThrowFailure(const PGresult* result, const PGconn* link) {
-  throw StatementFailure(PQresultStatus(result), PQresultErrorMessage(result), PQerrorMessage(link));
+  const char* const sqlState = PQresultErrorField(result, PG_DIAG_SQLSTATE);
+  throw StatementFailure(PQresultStatus(result), PQresultErrorMessage(result), PQerrorMessage(link),
+                         sqlState ? sqlState : "");
 }
 
 }  // namespace pq

@@ -15,6 +15,7 @@ using scripted::Server;
 struct pg_result {
   int status;
   std::string message;
+  std::string sqlState;
 };
 
 namespace {
@@ -22,17 +23,18 @@ namespace {
 constexpr int kCommandOk = 1;
 constexpr int kCopyIn = 4;
 constexpr int kFatalError = 7;
+constexpr int kSqlState = 'C';  // PG_DIAG_SQLSTATE
 
 std::deque<PGresult*> waiting;  // results that PQgetResult will hand out
 
-PGresult* NewResult(int status, std::string message = {}) {
+PGresult* NewResult(int status, std::string message = {}, std::string sqlState = {}) {
   ++Server::Current().openResults;
-  return new pg_result{status, std::move(message)};
+  return new pg_result{status, std::move(message), std::move(sqlState)};
 }
 
 PGresult* Exec(PGconn*, const char* query) {
   const auto failure = Server::Current().ExecuteNative({sys::FromUtf8(query), {}});
-  if (failure) return NewResult(kFatalError, sys::ToUtf8(failure->text));
+  if (failure) return NewResult(kFatalError, sys::ToUtf8(failure->text), failure->sqlState);
   return NewResult(std::strncmp(query, "COPY ", 5) == 0 ? kCopyIn : kCommandOk);
 }
 
@@ -40,6 +42,11 @@ int ResultStatus(const PGresult* result) { return result->status; }
 
 // libpq gives text that the caller must not change.
 char* ResultErrorMessage(const PGresult* result) { return const_cast<PGresult*>(result)->message.data(); }
+
+char* ResultErrorField(const PGresult* result, int field) {
+  if (field != kSqlState || result->sqlState.empty()) return nullptr;
+  return const_cast<PGresult*>(result)->sqlState.data();
+}
 
 void Clear(PGresult* result) {
   --Server::Current().openResults;
@@ -81,6 +88,7 @@ saAPI* SAConnection::NativeAPI() const {
   table.PQexec = Exec;
   table.PQresultStatus = ResultStatus;
   table.PQresultErrorMessage = ResultErrorMessage;
+  table.PQresultErrorField = ResultErrorField;
   table.PQclear = Clear;
   table.PQputCopyData = PutCopyData;
   table.PQputCopyEnd = PutCopyEnd;

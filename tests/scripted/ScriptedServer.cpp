@@ -11,7 +11,7 @@ Server* current = nullptr;
 
 SAException AsException(const Failure& failure) {
   return SAException(static_cast<SAErrorClass_t>(failure.errorClass), failure.nativeCode,
-                     failure.text.c_str());
+                     failure.text.c_str(), failure.sqlState);
 }
 
 }  // namespace

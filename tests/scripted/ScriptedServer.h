@@ -24,6 +24,7 @@ struct Failure {
   int errorClass = 3;
   int nativeCode = 7;
   std::wstring text = L"ERROR:  refused by the script";
+  std::string sqlState = {};
 };
 
 // One statement as it was sent. Binds are written with their type: "int2 5", "float8 1.5", "text A", "null".

@@ -162,6 +162,7 @@ TEST_F(Commands, ReportWhatTheServerRefuses) {
   EXPECT_EQ(
       Wide(error.ErrText()),
       L"ERROR:  column \"no_such_column\" does not exist\nLINE 1: select no_such_column\n               ^");
+  EXPECT_EQ(error.SqlState(), "42703");
   EXPECT_EQ(command.FieldCount(), 0);
   EXPECT_FALSE(command.FetchNext());
   EXPECT_TRUE(connection.isAlive());

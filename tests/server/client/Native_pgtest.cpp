@@ -63,6 +63,7 @@ TEST_F(Native, TellsWhatFailed) {
   PGresult* result = api.PQexec(Link(), "select no_such_column");
   EXPECT_TRUE(std::string(api.PQresultErrorMessage(result)).starts_with("ERROR:  column \"no_such_column\""));
   EXPECT_TRUE(std::string(api.PQerrorMessage(Link())).starts_with("ERROR:  column \"no_such_column\""));
+  EXPECT_STREQ(api.PQresultErrorField(result, 'C'), "42703");
   api.PQclear(result);
 }
 

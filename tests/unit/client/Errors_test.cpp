@@ -53,6 +53,8 @@ TEST(StatementFailures, HaveTheTextOfTheResult) {
   EXPECT_EQ(error.ErrClass(), SA_DBMS_API_Error);
   EXPECT_EQ(error.ErrNativeCode(), 7);
   EXPECT_EQ(Wide(error.ErrText()), L"ERROR:  no\nDETAIL:  really");
+  EXPECT_EQ(error.SqlState(), "");
+  EXPECT_EQ(pq::StatementFailure(7, "ERROR:  no\n", "", "42P01").SqlState(), "42P01");
 }
 
 TEST(StatementFailures, ElseHaveTheTextOfTheConnection) {
