@@ -15,14 +15,9 @@ check_cxx_source_compiles(
   "#include <format>\nint main() { return std::format(L\"{}\", 1).size() == 1 ? 0 : 1; }" DBMSAPI_HAVE_STD_FORMAT)
 unset(CMAKE_REQUIRED_FLAGS)
 if(NOT DBMSAPI_HAVE_STD_FORMAT)
-  if(CMAKE_CROSSCOMPILING)
-    # Its headers are all that is needed; those of the building system would bring the system's other ones along.
-    find_path(DBMSAPI_FMT_INCLUDE_DIR fmt/format.h REQUIRED)
-    add_library(fmt::fmt-header-only INTERFACE IMPORTED)
-    target_include_directories(fmt::fmt-header-only INTERFACE ${DBMSAPI_FMT_INCLUDE_DIR})
-  else()
-    find_package(fmt REQUIRED)
-  endif()
+  find_path(DBMSAPI_FMT_INCLUDE_DIR fmt/format.h REQUIRED)
+  add_library(fmt::fmt-header-only INTERFACE IMPORTED)
+  target_include_directories(fmt::fmt-header-only INTERFACE ${DBMSAPI_FMT_INCLUDE_DIR})
 endif()
 
 # UTF-8 conversion where the platform has none of its own.
@@ -30,12 +25,12 @@ if(NOT WIN32)
   find_package(utf8cpp REQUIRED)
 endif()
 
+set(DBMSAPI_GOOGLETEST_SOURCE "" CACHE PATH "Source directory of GoogleTest to build; if empty, the installed one is used")
 if(DBMSAPI_BUILD_TESTS)
-  if(CMAKE_CROSSCOMPILING)
-    # The sources that come with Debian's libgtest-dev.
+  if(DBMSAPI_GOOGLETEST_SOURCE)
     set(INSTALL_GTEST OFF)
     set(BUILD_GMOCK OFF)
-    add_subdirectory(/usr/src/googletest ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
+    add_subdirectory(${DBMSAPI_GOOGLETEST_SOURCE} ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
   else()
     find_package(GTest REQUIRED)
   endif()

@@ -2,7 +2,9 @@
 
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(platform posix)  # the name of the directories of sources that differ between platforms
 if(WIN32)
+  set(platform windows)
   enable_language(RC)
   # Windows looks for libraries beside the program.
   set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)

@@ -6,6 +6,7 @@
 # - What depends on the operating system stands in port/ and the export headers only.
 # - The library has one handler of SAException.
 # - No source file is longer than 300 lines.
+# - Every test has a time limit.
 set -euo pipefail
 cd "${1:-$(dirname "$0")/..}"
 
@@ -132,6 +133,14 @@ check_lengths() {
   done
 }
 
+# dbmsapi_add_test and dbmsapi_discover_tests give every test a time limit.
+check_time_limits() {
+  local found
+  found=$(grep -rnE --include=CMakeLists.txt '^ *(add_test|gtest_discover_tests)\(' --exclude-dir=build . |
+    grep -v '^./tests/CMakeLists.txt:' || true)
+  [ -z "$found" ] || problem "tests without a time limit, use dbmsapi_add_test or dbmsapi_discover_tests:"$'\n'"$found"
+}
+
 mapfile -t sources < <(find port client DbmsAPI tests benchmarks examples \( -name '*.h' -o -name '*.cpp' \) -type f \
   2>/dev/null | sort)
 [ ${#sources[@]} -gt 0 ] || problem "found no source file"
@@ -139,5 +148,6 @@ check_includes
 check_platforms
 check_handlers
 check_lengths
+check_time_limits
 [ "$problems" -eq 0 ] || exit 1
 echo "${#sources[@]} source files are where they belong"

@@ -77,8 +77,19 @@ run_timescale() {
   note timescale "$since" "$(grep -v '^$' "$log" | tail -n 1)"
 }
 
+# A bonus, as the checkout does not have the data: the demo on measurements of a plant.
+run_plant_data() {
+  local since=$SECONDS log=$root/build/plant_data.test.log data=$root/../shared/data/transformer_hourly.csv
+  if [ ! -f "$data" ]; then
+    note 'plant data' "$since" "not run: there is no $data"
+    return
+  fi
+  run_quietly "$log" "$root/tests/examples/plant_data.sh" "$data"
+  note 'plant data' "$since" "the demo is right on $(basename "$data") too"
+}
+
 # note STAGE SINCE WHAT
-note() { summary+=("$(printf '%-9s %-12s %s' "$1" "$(elapsed_since "$2")" "$3")"); }
+note() { summary+=("$(printf '%-10s %-12s %s' "$1" "$(elapsed_since "$2")" "$3")"); }
 
 run_stage() {
   local stage=$1 since=$SECONDS
@@ -86,7 +97,10 @@ run_stage() {
     dev)
       build dev all
       run_tests dev
-      [ ${#selection[@]} -gt 0 ] || run_timescale
+      if [ ${#selection[@]} -eq 0 ]; then
+        run_timescale
+        run_plant_data
+      fi
       ;;
     asan)
       build asan all

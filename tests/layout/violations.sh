@@ -61,6 +61,8 @@ expect DbmsAPI/alarms/Alarm.cpp '#include "../Dbms.h"' 'DbmsAPI/alarms/Alarm.cpp
 expect DbmsAPI/history/Alarm.cpp '#ifdef _WIN32' 'DbmsAPI/history/Alarm.cpp: _WIN32 belongs into port/'
 expect DbmsAPI/history/Alarm.cpp '} catch (const SAException& e) {' 'one handler of SAException'
 expect DbmsAPI/history/Alarm.cpp "$(printf '//\n%.0s' {1..300})" 'DbmsAPI/history/Alarm.cpp: has 302 lines'
+expect tests/unit/CMakeLists.txt 'add_test(NAME a COMMAND b)' './tests/unit/CMakeLists.txt:1:add_test(NAME a COMMAND b)'
+expect tests/unit/CMakeLists.txt 'gtest_discover_tests(a)' 'tests without a time limit'
 expect examples/demo/main.cpp '#include "port/Utf8.h"' 'examples use the public headers only, not port/Utf8.h'
 expect examples/demo/main.cpp '#include <DbmsAPI/TirelScada.h>' 'examples use the public headers only'
 expect examples/demo/main.cpp '#include "DbmsAPI/frame/Operation.h"' 'examples use the public headers only'
