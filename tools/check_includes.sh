@@ -5,6 +5,8 @@
 # - libpq's header is included below client/pq only; tests and benchmarks may.
 # - What depends on the operating system stands in port/ and the export headers only.
 # - The library has one handler of SAException.
+# - historian/ is built on the interface alone: DbmsAPI's public headers, client/include and port/. Of port/ not what
+#   keeps state, which each library has its own copy of.
 # - No source file is longer than 300 lines.
 # - Every test has a time limit.
 set -euo pipefail
@@ -35,9 +37,11 @@ place() {
     DbmsAPI/config/*) floor=7 room=config ;;
     DbmsAPI/*/*) floor=0 room=unknown ;;
     DbmsAPI/*) floor=4 room=interface ;;
-    examples/*) floor=8 room=examples ;;
-    benchmarks/*) floor=9 room=benchmarks ;;
-    tests/*) floor=10 room=tests ;;
+    historian/command/* | historian/web/*) floor=9 room=command ;;
+    historian/*) floor=8 room=historian ;;
+    examples/*) floor=10 room=examples ;;
+    benchmarks/*) floor=11 room=benchmarks ;;
+    tests/*) floor=12 room=tests ;;
     *) floor=0 room=unknown ;;
   esac
 }
@@ -56,6 +60,19 @@ resolve() {
   resolved=
 }
 
+is_public() {
+  case $1 in
+    client/include/*) return 0 ;;
+    DbmsAPI/Dbms.h | DbmsAPI/Diagnostics.h | DbmsAPI/Export.h | DbmsAPI/*Types.h) return 0 ;;
+    historian/Backfill.h | historian/Error.h | historian/Export.h | historian/Health.h) return 0 ;;
+    historian/Recorder.h | historian/Trend.h) return 0 ;;
+    *) return 1 ;;
+  esac
+}
+
+# Libraries that historian and its program build on.
+is_historians() { [[ $1 =~ ^(sqlite3\.h|httplib\.h|(CLI|date|nlohmann)/.*)$ ]]; }
+
 is_standard_header() { [[ $1 =~ ^[a-z_0-9]+$ ]]; }
 
 # A header from outside the project: FILE:LINE FILE HEADER.
@@ -65,6 +82,8 @@ check_foreign() {
   esac
   if [ "$3" = libpq-fe.h ]; then
     [[ $2 == client/pq/* ]] || problem "$1: libpq-fe.h is included outside client/pq"
+  elif [[ $2 == historian/* ]] && is_historians "$3"; then
+    return 0
   elif ! is_standard_header "$3"; then
     problem "$1: <$3> belongs into port/"
   fi
@@ -85,7 +104,13 @@ check_direction() {
     problem "$at: the library knows the client layer by SQLAPI.h and pgAPI.h only, not by $to"
   elif [[ $from_room == interface && $to_room != interface ]]; then
     problem "$at: the interface includes the standard library only, not $to"
-  elif [[ $from_room == examples && $to_room != examples && $to_room != interface && $to != client/include/* ]]; then
+  elif [[ $from == historian/* && $to == DbmsAPI/* ]] && ! is_public "$to"; then
+    problem "$at: historian knows DbmsAPI by its public headers only, not by $to"
+  elif [[ $from == historian/* && $to == client/* ]] && ! is_public "$to"; then
+    problem "$at: historian knows the client layer by SQLAPI.h and pgAPI.h only, not by $to"
+  elif [[ $from == historian/* && $to == port/@(Debug|InvalidParameter).h ]]; then
+    problem "$at: historian does not include $to, whose state is DbmsAPI's"
+  elif [[ $from_room == examples && $to_room != examples ]] && ! is_public "$to"; then
     problem "$at: examples use the public headers only, not $to"
   elif [ "$from_floor $from_room" != "$to_floor $to_room" ] && [ "$to_floor" -ge "$from_floor" ]; then
     problem "$at: $from_room does not include $to, which does not stand below it"
@@ -141,8 +166,8 @@ check_time_limits() {
   [ -z "$found" ] || problem "tests without a time limit, use dbmsapi_add_test or dbmsapi_discover_tests:"$'\n'"$found"
 }
 
-mapfile -t sources < <(find port client DbmsAPI tests benchmarks examples \( -name '*.h' -o -name '*.cpp' \) -type f \
-  2>/dev/null | sort)
+mapfile -t sources < <(find port client DbmsAPI historian tests benchmarks examples \( -name '*.h' -o -name '*.cpp' \) \
+  -type f 2>/dev/null | sort)
 [ ${#sources[@]} -gt 0 ] || problem "found no source file"
 check_includes
 check_platforms

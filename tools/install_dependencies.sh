@@ -7,8 +7,8 @@ here=$(cd "$(dirname "$0")" && pwd)
 # shellcheck source=tools/lib/say.sh
 . "$here/lib/say.sh"
 
-# Compiler and build tools, what the library builds on, the private server, the time zones of --zone.
-demo=(g++ cmake ninja-build pkg-config libpq-dev libfmt-dev libutfcpp-dev postgresql-15 tzdata)
+# Compiler and build tools, what the libraries build on, the private server, the time zones of --zone.
+demo=(g++ cmake ninja-build pkg-config libpq-dev libfmt-dev libutfcpp-dev libsqlite3-dev postgresql-15 tzdata)
 # The second compiler, the test framework, the tools that the checks call.
 test=("${demo[@]}" clang clang-format libgtest-dev libgmock-dev binutils dpkg-dev file git)
 # The compiler for Windows, what runs its programs, the test framework in source.

@@ -11,7 +11,8 @@
 typedef struct pg_conn PGconn;
 typedef struct pg_result PGresult;
 
-// The members bear libpq's own names. PQresultStatus gives libpq's ExecStatusType as a number.
+// The members bear libpq's own names. PQresultStatus and PQstatus give libpq's ExecStatusType and
+// ConnStatusType as numbers.
 class SQLAPI_EXPORT pgAPI : public saAPI {
  public:
   PGresult* (*PQexec)(PGconn* connection, const char* query) = nullptr;
@@ -24,6 +25,15 @@ class SQLAPI_EXPORT pgAPI : public saAPI {
   int (*PQputCopyEnd)(PGconn* connection, const char* errorMessage) = nullptr;
   PGresult* (*PQgetResult)(PGconn* connection) = nullptr;
   char* (*PQerrorMessage)(const PGconn* connection) = nullptr;
+  PGresult* (*PQexecParams)(PGconn* connection, const char* query, int parameters, const unsigned* types,
+                            const char* const* values, const int* lengths, const int* formats,
+                            int resultFormat) = nullptr;
+  int (*PQntuples)(const PGresult* result) = nullptr;
+  char* (*PQgetvalue)(const PGresult* result, int row, int column) = nullptr;
+  int (*PQgetlength)(const PGresult* result, int row, int column) = nullptr;
+  int (*PQgetisnull)(const PGresult* result, int row, int column) = nullptr;
+  char* (*PQcmdTuples)(PGresult* result) = nullptr;
+  int (*PQstatus)(const PGconn* connection) = nullptr;
 };
 
 class SQLAPI_EXPORT pgConnectionHandles : public saConnectionHandles {

@@ -16,6 +16,13 @@ pgAPI EntryPoints() {
   api.PQputCopyEnd = ::PQputCopyEnd;
   api.PQgetResult = ::PQgetResult;
   api.PQerrorMessage = ::PQerrorMessage;
+  api.PQexecParams = ::PQexecParams;
+  api.PQntuples = ::PQntuples;
+  api.PQgetvalue = ::PQgetvalue;
+  api.PQgetlength = ::PQgetlength;
+  api.PQgetisnull = ::PQgetisnull;
+  api.PQcmdTuples = ::PQcmdTuples;
+  api.PQstatus = [](const PGconn* connection) { return static_cast<int>(::PQstatus(connection)); };
   return api;
 }
 

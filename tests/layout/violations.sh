@@ -6,7 +6,7 @@ check=$1
 tree=$(mktemp -d)
 trap 'rm -rf "$tree"' EXIT
 
-mkdir -p "$tree"/{port/posix,client/include,client/pq,DbmsAPI/{frame,history,reports,records,config},tests,examples/demo}
+mkdir -p "$tree"/{port/posix,client/include,client/pq,DbmsAPI/{frame,history,reports,records,config},tests,examples/demo,historian/command}
 write() { printf '%s\n' "${@:2}" >"$tree/$1"; }
 write port/Utf8.h '#include <string>'
 write port/posix/Utf8.cpp '#include "../Utf8.h"' '#include <utf8.h>' '#ifdef _WIN32' '#endif'
@@ -19,6 +19,12 @@ write DbmsAPI/TirelScada.h '#include "Dbms.h"'
 write DbmsAPI/frame/Operation.h '#include <SQLAPI.h>' '#include "../TirelScada.h"' '} catch (const SAException& error) {'
 write DbmsAPI/history/Alarm.cpp '#include "../frame/Operation.h"' '#include "port/Utf8.h"'
 write DbmsAPI/reports/Report.h '#include <map>'
+write historian/Recorder.h '#include "DbmsAPI/Dbms.h"'
+write historian/Spool.cpp '#include "historian/Recorder.h"' '#include <SQLAPI.h>' '#include <sqlite3.h>' '#include "port/Utf8.h"'
+write historian/command/main.cpp '#include "historian/Recorder.h"' '#include <CLI/CLI.hpp>'
+write port/Debug.h '#include <string>'
+write historian/Spool.h '#include <string>'
+write historian/command/Table.h '#include <string>'
 write examples/demo/main.cpp '#include <DbmsAPI/Dbms.h>' '#include <SQLAPI.h>' '#include <unistd.h>'
 write tests/All_test.cpp '#include "DbmsAPI/frame/Operation.h"' '#include <libpq-fe.h>'
 
@@ -66,6 +72,16 @@ expect tests/unit/CMakeLists.txt 'gtest_discover_tests(a)' 'tests without a time
 expect examples/demo/main.cpp '#include "port/Utf8.h"' 'examples use the public headers only, not port/Utf8.h'
 expect examples/demo/main.cpp '#include <DbmsAPI/TirelScada.h>' 'examples use the public headers only'
 expect examples/demo/main.cpp '#include "DbmsAPI/frame/Operation.h"' 'examples use the public headers only'
+expect historian/Spool.cpp '#include "DbmsAPI/frame/Operation.h"' 'by its public headers only, not by DbmsAPI/frame/Operation.h'
+expect historian/Recorder.h '#include "DbmsAPI/TirelScada.h"' 'by its public headers only, not by DbmsAPI/TirelScada.h'
+expect historian/Spool.cpp '#include "client/pq/Session.h"' 'by SQLAPI.h and pgAPI.h only, not by client/pq/Session.h'
+expect historian/Spool.cpp '#include "port/Debug.h"' 'historian does not include port/Debug.h'
+expect historian/Spool.cpp '#include <libpq-fe.h>' 'libpq-fe.h is included outside client/pq'
+expect historian/Spool.cpp '#include <unistd.h>' '<unistd.h> belongs into port/'
+expect historian/Spool.cpp '#include "command/Table.h"' 'historian does not include historian/command/Table.h'
+expect DbmsAPI/frame/Operation.h '#include "historian/Recorder.h"' 'frame does not include historian/Recorder.h'
+expect DbmsAPI/frame/Operation.h '#include <sqlite3.h>' '<sqlite3.h> belongs into port/'
+expect examples/demo/main.cpp '#include "historian/Spool.h"' 'examples use the public headers only, not historian/Spool.h'
 expect port/Utf8.h '#include "tests/Fixture.h"' '"tests/Fixture.h" is not to be found'
 
 write DbmsAPI/frame/Operation.h '#include <SQLAPI.h>'
