@@ -17,6 +17,9 @@ class TirelScada : public Dbms {
   TirelScada& operator=(const TirelScada& other);  // likewise
   ~TirelScada() override;
 
+  // See DbmsAPI/Diagnostics.h.
+  const std::string& LastSqlState() const { return lastSqlState; }
+
   // frame/Connection.cpp
   bool Connect() override;
   bool GetServerVersion(std::wstring& text) override;
@@ -189,6 +192,7 @@ class TirelScada : public Dbms {
   void SetRetentionPolicy(const wchar_t* table, int days);
 
   bool timescaleEnabled;
+  std::string lastSqlState;                                     // of the failure in lastError
   std::unordered_map<std::wstring, std::string> utf8NameCache;  // tag name to its COPY text
   std::string copyBuffer;                                       // outgoing COPY text; keeps its capacity
   std::shared_ptr<TagTexts> tagTexts;  // points into this object's cache; made by the first batch

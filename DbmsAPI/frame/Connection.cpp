@@ -1,4 +1,5 @@
 #include "DbmsAPI/frame/Operation.h"
+#include "DbmsAPI/frame/SqlState.h"
 #include "port/Debug.h"
 #include "port/Format.h"
 
@@ -40,6 +41,7 @@ void TirelScada::ConnectTo(SAConnection& target) {
 
 void TirelScada::HandleDbException(const SAException& error) {
   lastError = error.ErrText();
+  lastSqlState = SqlStateOf(error);
   const int errorClass = error.ErrClass();
   const int nativeCode = error.ErrNativeCode();
   sys::WriteDebugLine(sys::Format(L"on exception({}, {}) - {}\n", errorClass, nativeCode, lastError).c_str());

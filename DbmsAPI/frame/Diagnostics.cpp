@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "DbmsAPI/TirelScada.h"
 #include "port/Debug.h"
 #include "port/InvalidParameter.h"
 
@@ -9,4 +10,9 @@ void SetDbmsDebugSink(std::function<void(const wchar_t*)> sink) { sys::SetDebugS
 
 void SetDbmsInvalidParameterHandler(std::function<void(const wchar_t*)> handler) {
   sys::SetInvalidParameterHandler(std::move(handler));
+}
+
+std::string LastSqlState(const Dbms& dbms) {
+  const auto* object = dynamic_cast<const TirelScada*>(&dbms);
+  return object ? object->LastSqlState() : std::string();
 }

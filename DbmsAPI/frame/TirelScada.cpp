@@ -9,6 +9,7 @@ TirelScada::TirelScada(const wchar_t* host_, int port_, const wchar_t* database_
 TirelScada::TirelScada(const TirelScada& other)
     : Dbms(other),
       timescaleEnabled(other.timescaleEnabled),
+      lastSqlState(other.lastSqlState),
       utf8NameCache(other.utf8NameCache),
       copyBuffer(other.copyBuffer) {}
 
@@ -16,6 +17,7 @@ TirelScada& TirelScada::operator=(const TirelScada& other) {
   if (this == &other) return *this;
   Dbms::operator=(other);
   timescaleEnabled = other.timescaleEnabled;
+  lastSqlState = other.lastSqlState;
   tagTexts.reset();
   utf8NameCache = other.utf8NameCache;
   copyBuffer = other.copyBuffer;

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "DbmsAPI/frame/Operation.h"
+#include "DbmsAPI/frame/SqlState.h"
 #include "DbmsAPI/history/CopyText.h"
 #include "DbmsAPI/history/TagTexts.h"
 #include "port/Debug.h"
@@ -35,10 +36,11 @@ constexpr int kCopyIn = 4;     // PGRES_COPY_IN
 // the server's text in lastError.
 class Batch {
  public:
-  Batch(SAConnection& connection, std::wstring& lastError)
+  Batch(SAConnection& connection, std::wstring& lastError, std::string& lastSqlState)
       : api_(static_cast<const pgAPI&>(*connection.NativeAPI())),
         conn_(static_cast<const pgConnectionHandles&>(*connection.NativeHandles()).conn),
-        lastError_(lastError) {}
+        lastError_(lastError),
+        lastSqlState_(lastSqlState) {}
 
   bool Store(const std::vector<LogSample>& samples, TagTexts& names, std::string& buffer);
 
@@ -50,17 +52,24 @@ class Batch {
   bool SendSamples(const std::vector<LogSample>& samples, TagTexts& names, std::string& buffer);
   bool Flush(std::string& buffer);
   bool FinishCopy(bool sent);
+  void KeepError(const PGresult* result);
 
   const pgAPI& api_;
   PGconn* conn_;
   std::wstring& lastError_;
+  std::string& lastSqlState_;
 };
+
+void Batch::KeepError(const PGresult* result) {
+  lastError_ = sys::FromUtf8(api_.PQresultErrorMessage(result));
+  lastSqlState_ = SqlStateOf(api_, result);
+}
 
 // Runs a plain statement.
 bool Batch::RunStatement(const char* statement) {
   PGresult* result = api_.PQexec(conn_, statement);
   const bool done = api_.PQresultStatus(result) == kCommandOk;
-  if (!done) lastError_ = sys::FromUtf8(api_.PQresultErrorMessage(result));
+  if (!done) KeepError(result);
   api_.PQclear(result);
   return done;
 }
@@ -86,7 +95,7 @@ bool Batch::StartCopy() {
   PGresult* result = api_.PQexec(conn_, kCopyToStaging);
   const bool started = api_.PQresultStatus(result) == kCopyIn;
   if (!started) {
-    lastError_ = sys::FromUtf8(api_.PQresultErrorMessage(result));
+    KeepError(result);
     const auto message = sys::FitBuffer(
         kMessageBuffer, sys::Format(L"[InsertLogData] COPY FROM STDIN failed: {}\n", lastError_));
     if (message) sys::WriteDebugLine(message->c_str());
@@ -119,6 +128,7 @@ bool Batch::SendSamples(const std::vector<LogSample>& samples, TagTexts& names, 
 bool Batch::Flush(std::string& buffer) {
   if (api_.PQputCopyData(conn_, buffer.data(), static_cast<int>(buffer.size())) != 1) {
     lastError_ = sys::FromUtf8(api_.PQerrorMessage(conn_));
+    lastSqlState_.clear();
     return false;
   }
   buffer.clear();
@@ -131,7 +141,7 @@ bool Batch::FinishCopy(bool sent) {
   api_.PQputCopyEnd(conn_, sent ? nullptr : "cancelled");
   while (PGresult* result = api_.PQgetResult(conn_)) {
     if (done && api_.PQresultStatus(result) != kCommandOk) {
-      lastError_ = sys::FromUtf8(api_.PQresultErrorMessage(result));
+      KeepError(result);
       done = false;
     }
     api_.PQclear(result);
@@ -146,7 +156,7 @@ bool TirelScada::InsertLogData(const std::vector<LogSample>& samples) {
   bool stored = true;
   const bool reached = Guard([&] {
     if (!tagTexts) tagTexts = std::make_shared<TagTexts>(utf8NameCache);
-    stored = Batch(*connection, lastError).Store(samples, *tagTexts, copyBuffer);
+    stored = Batch(*connection, lastError, lastSqlState).Store(samples, *tagTexts, copyBuffer);
   });
   if (reached && !stored && ConnectionLost()) AbandonServer();
   return reached && stored;

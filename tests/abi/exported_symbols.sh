@@ -33,7 +33,7 @@ library=$(exported "$1")
 client=$(exported "$2")
 
 found=$(
-  stray "$library" 'Dbms::|(vtable|typeinfo|typeinfo name) for Dbms$|SetDbmsDebugSink\(|SetDbmsInvalidParameterHandler\('
+  stray "$library" 'Dbms::|(vtable|typeinfo|typeinfo name) for Dbms$|SetDbmsDebugSink\(|SetDbmsInvalidParameterHandler\(|LastSqlState\[abi:cxx11\]\('
   stray "$client" '(operator==\()?SA[A-Z][A-Za-z]+|sa(API|ConnectionHandles)::|pg(API|ConnectionHandles)::|(vtable|typeinfo|typeinfo name) for (SA|sa|pg)[A-Za-z]+'
 )
 if [ -n "$found" ]; then
@@ -44,7 +44,7 @@ fi
 for name in 'Dbms::GetDbms(DbmsType, wchar_t const*, int, wchar_t const*, wchar_t const*, wchar_t const*)' \
   'Dbms::BroadcastRoleChange()' 'Dbms::NotifyRoleChange()' 'Dbms::GetConnection()' 'Dbms::GetLastError()' \
   'Dbms::Dbms(wchar_t const*, int, wchar_t const*, wchar_t const*, wchar_t const*)' 'Dbms::Dbms(Dbms const&)' \
-  'Dbms::operator=(Dbms const&)' 'Dbms::~Dbms()' 'vtable for Dbms'; do
+  'Dbms::operator=(Dbms const&)' 'Dbms::~Dbms()' 'vtable for Dbms' 'LastSqlState[abi:cxx11](Dbms const&)'; do
   grep -qxF "$name" <<<"$library" || {
     echo "not exported: $name"
     exit 1

@@ -1,5 +1,7 @@
 // Batches that cannot be stored leave nothing behind, and the object goes on to work.
 
+#include <DbmsAPI/Diagnostics.h>
+
 #include <cfloat>
 
 #include "server/history/HistoryTest.h"
@@ -76,6 +78,7 @@ TEST_F(TagHistoryFailures, ATriggerThatRefusesASampleRefusesItsBatch) {
       "create trigger refuse before insert on datalog for each row execute function refuse()");
   EXPECT_FALSE(dbms->InsertLogData(Batch(100000)));
   EXPECT_TRUE(Holds(Error(), "not this one")) << Error();
+  EXPECT_EQ(LastSqlState(*dbms), "P0001");
   EXPECT_EQ(Count(), "0");
   ExpectToGoOn();
   Run("drop trigger refuse on datalog");
@@ -98,6 +101,7 @@ TEST_F(TagHistoryFailures, ANameWithANulCharacterRefusesItsBatch) {
   samples[150000].tagName = std::wstring(L"nul\0nul", 7);
   EXPECT_FALSE(dbms->InsertLogData(samples));
   EXPECT_TRUE(Holds(Error(), "invalid byte sequence")) << Error();
+  EXPECT_EQ(LastSqlState(*dbms), "22021");
   EXPECT_EQ(Count(), "0");
   ExpectToGoOn();
 }

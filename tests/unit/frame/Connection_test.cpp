@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "DbmsAPI/Diagnostics.h"
 #include "scripted/ScriptedTest.h"
 
 namespace {
@@ -152,6 +153,27 @@ TEST_F(Connection, AFailureOfTheTemporaryConnectionDropsTheSharedOne) {
   EXPECT_FALSE(dbms->GetServerVersion(text));
   EXPECT_EQ(Access::Host(*dbms), L"standby");
   EXPECT_FALSE(dbms->GetConnection()->isConnected());
+}
+
+TEST_F(Connection, KeepsTheSqlStateOfTheLastFailure) {
+  EXPECT_EQ(LastSqlState(*dbms), "");
+  Access::HandleDbException(*dbms, SAException(SA_DBMS_API_Error, 7, L"ERROR:  no such table", "42P01"));
+  EXPECT_EQ(LastSqlState(*dbms), "42P01");
+  EXPECT_TRUE(dbms->DeleteAllComments());
+  EXPECT_EQ(LastSqlState(*dbms), "42P01") << "a success does not clear it, as it does not clear the text";
+  EXPECT_EQ(LastSqlState(TirelScada(dynamic_cast<TirelScada&>(*dbms))), "42P01");
+  Handle(2, 0, L"The parameter is not bound");
+  EXPECT_EQ(LastSqlState(*dbms), "");
+}
+
+TEST_F(Connection, ARefusedConnectionHasNoSqlState) {
+  server.FailStatement(1, {3, 7, L"ERROR:  no such table", "42P01"});
+  EXPECT_FALSE(dbms->DeleteAllComments());
+  EXPECT_EQ(LastSqlState(*dbms), "42P01");
+  dbms->GetConnection()->Destroy();
+  server.RefuseConnections({3, 1, kRefused});
+  EXPECT_FALSE(dbms->DeleteAllComments());
+  EXPECT_EQ(LastSqlState(*dbms), "");
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <memory>
 #include <numeric>
 
+#include "DbmsAPI/Diagnostics.h"
 #include "DbmsAPI/TirelScada.h"
 #include "scripted/ScriptedTest.h"
 
@@ -120,11 +121,12 @@ TEST_F(TagHistoryInsert, AFailedStepIsReportedAndRolledBack) {
   for (const Case& one_case : cases) {
     server.Forget();
     debugLines.clear();
-    server.FailStatement(one_case.failing, {3, 7, L"ERROR:  no"});
+    server.FailStatement(one_case.failing, {3, 7, L"ERROR:  no", "53100"});
     EXPECT_FALSE(dbms->InsertLogData(one));
     EXPECT_EQ(server.Statements(), one_case.statements);
     EXPECT_EQ(debugLines, Texts{one_case.line});
     EXPECT_STREQ(dbms->GetLastError(), L"ERROR:  no");
+    EXPECT_EQ(LastSqlState(*dbms), "53100");
     EXPECT_TRUE(dbms->GetConnection()->isConnected());
   }
 }
@@ -137,6 +139,7 @@ TEST_F(TagHistoryInsert, ARefusedPieceCancelsTheCopy) {
   EXPECT_EQ(server.Statements(), (Texts{kStaging, L"BEGIN", kTruncate, kCopy, L"ROLLBACK"}));
   EXPECT_EQ(debugLines, Texts{L"[InsertLogData] COPY data send failed\n"});
   EXPECT_STREQ(dbms->GetLastError(), L"no connection to the server\n");
+  EXPECT_EQ(LastSqlState(*dbms), "");
 }
 
 TEST_F(TagHistoryInsert, ARefusedFirstPieceStopsTheSending) {

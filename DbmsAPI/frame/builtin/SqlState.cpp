@@ -1,0 +1,14 @@
+#include "DbmsAPI/frame/SqlState.h"
+
+namespace {
+
+constexpr int kSqlStateField = 'C';  // PG_DIAG_SQLSTATE
+
+}  // namespace
+
+std::string SqlStateOf(const SAException& error) { return error.SqlState(); }
+
+std::string SqlStateOf(const pgAPI& api, const PGresult* result) {
+  const char* const state = api.PQresultErrorField(result, kSqlStateField);
+  return state ? state : "";
+}
