@@ -157,7 +157,8 @@ class TirelScada : public Dbms {
  protected:
   // The shape of every operation, frame/Operation.h.
 
-  // Runs the body; what the database refuses goes to HandleDbException and gives false.
+  // Runs the body and returns its answer; what the database refuses goes to HandleDbException and gives
+  // false.
   template <class Body>
   bool Guard(Body&& body);
   // Connects, then runs the body under Guard with a command on the connection.
@@ -168,8 +169,10 @@ class TirelScada : public Dbms {
 
   // frame/Connection.cpp
 
-  // Keeps the failure's text, writes a debug line and abandons a server that is gone.
+  // Reports the failure and abandons a server that is gone.
   void HandleDbException(const SAException& error);
+  // Keeps the text of a failure without an SQLSTATE and writes the debug line.
+  void ReportFailure(int errorClass, int nativeCode, const std::wstring& text);
   // Connects to the server that the parameters name.
   void ConnectTo(SAConnection& target);
   // Whether the link is gone although it counts as open; asks the server.

@@ -29,12 +29,8 @@ bool TirelScada::InsertComments(const std::vector<CommentRecord>& comments) {
       command.Param(1).setAsLong() = comment.group_id;
       command.Param(2).setAsLong() = comment.row;
       command.Param(3).setAsLong() = comment.col;
-      command.Param(4).setAsString() = comment.comment.c_str();
-      if (comment.font.empty()) {
-        command.Param(5).setAsNull();
-      } else {
-        command.Param(5).setAsString() = comment.font.c_str();
-      }
+      command.Param(4).setAsString() = ToSAString(comment.comment);
+      BindOrNull(command.Param(5), comment.font);
       command.Execute();
     }
   });

@@ -59,6 +59,7 @@ std::wstring EmptyRowStatement(const wchar_t* table, int columnCount, std::int64
 
 bool TirelScada::CreateGridTable(const wchar_t* table, int columnCount) {
   return Run([&](SACommand& command) {
+    Require({{L"table", table}});
     // Kept: the name is looked up as it is written, though the server folds unquoted names to lower case: a
     // table whose name has capitals is never found, and so is made anew and empty every time. Same-named
     // tables of every schema count together.
@@ -71,12 +72,16 @@ bool TirelScada::CreateGridTable(const wchar_t* table, int columnCount) {
 }
 
 bool TirelScada::DropGridTable(const wchar_t* table) {
-  return Run([&](SACommand& command) { Execute(command, sys::Format(kDropGridTable, table)); });
+  return Run([&](SACommand& command) {
+    Require({{L"table", table}});
+    Execute(command, sys::Format(kDropGridTable, table));
+  });
 }
 
 // Kept: rows are numbered from 1 on every call, so that a table which holds rows already refuses the first.
 bool TirelScada::InsertEmptyGridRows(const wchar_t* table, int columnCount, int rowCount) {
   return Run([&](SACommand&) {
+    Require({{L"table", table}});
     for (std::int64_t row = 1; row <= rowCount; ++row) {
       SACommand command(connection.get());
       Execute(command, EmptyRowStatement(table, columnCount, row));
@@ -86,6 +91,7 @@ bool TirelScada::InsertEmptyGridRows(const wchar_t* table, int columnCount, int 
 
 bool TirelScada::UpdateGridCell(const wchar_t* table, int column, int row, const wchar_t* value) {
   return Run([&](SACommand& command) {
+    Require({{L"table", table}, {L"value", value}});
     Execute(command, sys::Format(kUpdateGridCell, table, std::int64_t{column} - 1, value, row));
   });
 }
@@ -93,6 +99,7 @@ bool TirelScada::UpdateGridCell(const wchar_t* table, int column, int row, const
 // Kept: the row's number is the count of rows plus one; rows must be numbered without gaps for it to be free.
 bool TirelScada::AppendGridRow(const wchar_t* table, const wchar_t* values) {
   return Run([&](SACommand& command) {
+    Require({{L"table", table}, {L"values", values}});
     const std::int64_t count = ReadCount(command, sys::Format(kCountRows, table));
     Execute(command, sys::Format(kInsertRow, table, values, count + 1));
   });
@@ -100,6 +107,7 @@ bool TirelScada::AppendGridRow(const wchar_t* table, const wchar_t* values) {
 
 bool TirelScada::GetGridCell(const wchar_t* table, int column, int row, std::wstring& value) {
   return Run([&](SACommand& command) {
+    Require({{L"table", table}});
     if (FetchFirst(command, sys::Format(kSelectRow, table, row))) {
       value = command.Field(column).asString();
     } else {
@@ -110,11 +118,15 @@ bool TirelScada::GetGridCell(const wchar_t* table, int column, int row, std::wst
 
 bool TirelScada::GetGridRowCount(const wchar_t* table, int& count) {
   return Run([&](SACommand& command) {
+    Require({{L"table", table}});
     if (FetchFirst(command, sys::Format(kCountRows, table)))
       count = static_cast<int>(command.Field(1).asInt64());
   });
 }
 
 bool TirelScada::ClearGridTable(const wchar_t* table) {
-  return Run([&](SACommand& command) { Execute(command, sys::Format(kClearGridTable, table)); });
+  return Run([&](SACommand& command) {
+    Require({{L"table", table}});
+    Execute(command, sys::Format(kClearGridTable, table));
+  });
 }

@@ -49,10 +49,10 @@ bool TirelScada::CreateNetworkTable() { return Run(kCreateNetworkTable); }
 
 bool TirelScada::InsertNetworkStatus(const std::vector<NetworkStatusRecord>& records) {
   return Run([&](SACommand& command) {
-    command.setCommandText(InsertStatement(records.size()).c_str());
+    command.setCommandText(ToSAString(InsertStatement(records.size())));
     for (const NetworkStatusRecord& record : records) {
-      command << record.station.c_str() << record.address.c_str() << record.description.c_str()
-              << record.status.c_str();
+      command << ToSAString(record.station) << ToSAString(record.address) << ToSAString(record.description)
+              << ToSAString(record.status);
       command << record.read << record.readErr << record.readPerct;
       command << record.write << record.writeErr << record.writePerct;
     }
@@ -66,6 +66,7 @@ bool TirelScada::UpdateNetworkStatus(const wchar_t* station, const wchar_t* stat
                                      int read, int readErr, int readPerct, int write, int writeErr,
                                      int writePerct) {
   return Run([&](SACommand& command) {
+    Require({{L"station", station}, {L"status", status}, {L"address", address}});
     Execute(command, sys::Format(kUpdateNetworkStatus, status, address, read, readErr, readPerct, write,
                                  writeErr, writePerct, station));
   });

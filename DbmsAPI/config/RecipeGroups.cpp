@@ -24,9 +24,9 @@ bool TirelScada::InsertRecipeGroups(const std::vector<RecipeGroupRecord>& groups
   return Run([&](SACommand& command) {
     command.setCommandText(kInsertRecipeGroup);
     for (const RecipeGroupRecord& group : groups) {
-      command.Param(1).setAsString() = group.model_name.c_str();
-      command.Param(2).setAsString() = group.group_name.c_str();
-      command.Param(3).setAsString() = group.fields.c_str();
+      command.Param(1).setAsString() = ToSAString(group.model_name);
+      command.Param(2).setAsString() = ToSAString(group.group_name);
+      command.Param(3).setAsString() = ToSAString(group.fields);
       command.Execute();
     }
   });

@@ -25,7 +25,8 @@ constexpr wchar_t kOfThatName[] = L" and name = :2";
 // :1 model, :2 name.
 constexpr wchar_t kDeleteRecipe[] = L"delete from recipe where model_name = :1 and name = :2";
 
-bool IsGiven(const wchar_t* text) { return text != nullptr && *text != L'\0'; }
+// An optional argument; null is the same as the empty text.
+std::wstring TextOf(const wchar_t* optional) { return optional ? optional : L""; }
 
 bool Exists(SACommand& command, const wchar_t* model, const wchar_t* name) {
   command.setCommandText(kCountRecipe);
@@ -43,23 +44,21 @@ bool TirelScada::CreateRecipeTable() { return Run(kCreateRecipe); }
 bool TirelScada::SaveRecipe(const wchar_t* model, const wchar_t* name, const wchar_t* fields,
                             const wchar_t* description) {
   return Run([&](SACommand& command) {
+    Require({{L"model", model}, {L"name", name}, {L"fields", fields}});
     command.setCommandText(Exists(command, model, name) ? kUpdateRecipe : kInsertRecipe);
     command.Param(1).setAsString() = model;
     command.Param(2).setAsString() = name;
     command.Param(3).setAsString() = fields;
-    if (IsGiven(description)) {
-      command.Param(4).setAsString() = description;
-    } else {
-      command.Param(4).setAsNull();
-    }
+    BindOrNull(command.Param(4), TextOf(description));
     command.Execute();
   });
 }
 
 bool TirelScada::GetRecipes(const wchar_t* model, const wchar_t* name, std::vector<RecipeRecord>& recipes) {
   return Run([&](SACommand& command) {
-    const bool named = IsGiven(name);
-    command.setCommandText((std::wstring(kSelectRecipes) + (named ? kOfThatName : L"")).c_str());
+    Require({{L"model", model}});
+    const bool named = !TextOf(name).empty();
+    command.setCommandText(ToSAString(std::wstring(kSelectRecipes) + (named ? kOfThatName : L"")));
     command << model;
     if (named) command << name;
     command.Execute();
@@ -75,6 +74,7 @@ bool TirelScada::GetRecipes(const wchar_t* model, const wchar_t* name, std::vect
 
 bool TirelScada::DeleteRecipe(const wchar_t* model, const wchar_t* name) {
   return Run([&](SACommand& command) {
+    Require({{L"model", model}, {L"name", name}});
     command.setCommandText(kDeleteRecipe);
     command << model << name;
     command.Execute();

@@ -15,20 +15,21 @@ constexpr wchar_t kGetUncompressedChunks[] =
 
 bool TirelScada::GetUncompressedChunkMap(
     std::unordered_map<std::wstring, std::vector<std::wstring>>& chunks) {
-  const bool read = Run([&](SACommand& command) {
+  return Run([&](SACommand& command) {
     Execute(command, kGetUncompressedChunks);
     while (command.FetchNext()) {
       const SAString table = command.Field(1).asString();
       const SAString chunk = command.Field(2).asString();
       chunks[static_cast<const SAChar*>(table)].emplace_back(static_cast<const SAChar*>(chunk));
     }
+    // Kept: what the caller left in the map counts too.
+    return !chunks.empty();
   });
-  // Kept: what the caller left in the map counts too.
-  return read && !chunks.empty();
 }
 
 bool TirelScada::CompressChunk(const wchar_t* chunk) {
   return Run([&](SACommand& command) {
+    Require({{L"chunk", chunk}});
     Execute(command, TimescaleVersion >= kColumnstoreVersion
                          ? sys::Format(L"CALL convert_to_columnstore('{}')", chunk)
                          : sys::Format(L"SELECT compress_chunk('{}')", chunk));

@@ -14,14 +14,11 @@ constexpr int kStatementFailed = 7;
 }  // namespace
 
 bool TirelScada::Connect() {
-  bool connected = false;
-  const bool done = Guard([&] {
-    connected = connection->isConnected();
-    if (connected) return;
+  return Guard([&] {
+    if (connection->isConnected()) return true;
     ConnectTo(*connection);
-    connected = connection->isConnected();
+    return connection->isConnected();
   });
-  return done && connected;
 }
 
 bool TirelScada::GetServerVersion(std::wstring& text) {
@@ -40,15 +37,18 @@ void TirelScada::ConnectTo(SAConnection& target) {
 }
 
 void TirelScada::HandleDbException(const SAException& error) {
-  lastError = error.ErrText();
-  lastSqlState = SqlStateOf(error);
-  const int errorClass = error.ErrClass();
   const int nativeCode = error.ErrNativeCode();
-  sys::WriteDebugLine(sys::Format(L"on exception({}, {}) - {}\n", errorClass, nativeCode, lastError).c_str());
-
-  if (errorClass != SA_DBMS_API_Error) return;
+  ReportFailure(error.ErrClass(), nativeCode, std::wstring(error.ErrText()));
+  lastSqlState = SqlStateOf(error);
+  if (error.ErrClass() != SA_DBMS_API_Error) return;
   const bool refused = nativeCode == kCouldNotConnect && lastError.find(kRefused) != std::wstring::npos;
   if (refused || (nativeCode == kStatementFailed && ConnectionLost())) AbandonServer();
+}
+
+void TirelScada::ReportFailure(int errorClass, int nativeCode, const std::wstring& text) {
+  lastError = text;
+  lastSqlState.clear();
+  sys::WriteDebugLine(sys::Format(L"on exception({}, {}) - {}\n", errorClass, nativeCode, text).c_str());
 }
 
 bool TirelScada::ConnectionLost() { return !connection->isAlive() && connection->isConnected(); }

@@ -6,35 +6,48 @@
 //
 //   bool TirelScada::DeleteRecipe(const wchar_t* model, const wchar_t* name) {
 //     return Run([&](SACommand& command) {
+//       Require({{L"model", model}, {L"name", name}});
 //       command.setCommandText(kDeleteRecipe);
 //       command << model << name;
 //       command.Execute();
 //     });
 //   }
 //
-// Text that is not constant is built inside the body: nothing is parsed or thrown before the connection
-// check.
+// A body returns nothing, or whether the operation succeeded. Text that is not constant is built inside the
+// body, so that nothing is parsed or thrown before the connection check.
 
 #include <SQLAPI.h>
 
-#include <cstdint>
+#include <initializer_list>
 #include <string>
-#include <utility>
+#include <type_traits>
 
 #include "DbmsAPI/TirelScada.h"
+#include "DbmsAPI/frame/EpochText.h"
+#include "DbmsAPI/frame/Sql.h"
 
-// Ends an operation whose statement does not fit its fixed buffer: false, lastError as it was.
+// Thrown by Require. Guard keeps the text for GetLastError.
+struct NullArgument {
+  std::wstring text;
+};
+
+// Thrown by Bounded, which has reported it. Guard leaves lastError as it was.
 struct StatementTooLong {};
 
 template <class Body>
 bool TirelScada::Guard(Body&& body) {
   try {
-    std::forward<Body>(body)();
-    return true;
+    if constexpr (std::is_void_v<decltype(body())>) {
+      body();
+      return true;
+    } else {
+      return body();
+    }
   } catch (const SAException& error) {
     HandleDbException(error);
+  } catch (const NullArgument& null) {
+    ReportFailure(SA_Library_Error, 0, null.text);
   } catch (const StatementTooLong&) {
-    // Reported already, by the invalid-parameter handler.
   }
   return false;
 }
@@ -44,21 +57,18 @@ bool TirelScada::Run(Body&& body) {
   if (!Connect()) return false;
   return Guard([&] {
     SACommand command(connection.get());
-    body(command);
+    return body(command);
   });
 }
 
-// Gives a statement back when it fits a buffer of `capacity` characters; else ends the operation.
+// A pointer that the caller passed, with the parameter's name.
+struct Argument {
+  const wchar_t* name;
+  const void* value;
+};
+
+// Ends the operation when an argument is null.
+void Require(std::initializer_list<Argument> arguments);
+
+// Returns a statement that fits a buffer of `capacity` characters; ends the operation for a longer one.
 std::wstring Bounded(std::size_t capacity, std::wstring statement);
-
-// Runs a statement, leaving its rows to be fetched.
-void Execute(SACommand& command, const std::wstring& statement);
-
-// Runs a query and fetches its first row; false when there is none.
-bool FetchFirst(SACommand& command, const std::wstring& query);
-
-// Milliseconds since the epoch as the seconds that a parameter takes.
-double EpochSeconds(std::int64_t milliseconds);
-
-// The same in a statement's text: 1700000000123 is 1700000000.123 and 1700000000000 is 1.7e+09.
-std::wstring EpochSecondsText(std::int64_t milliseconds);

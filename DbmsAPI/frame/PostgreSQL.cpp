@@ -18,12 +18,11 @@ PostgreSQL::PostgreSQL(const wchar_t* host_, int port_, const wchar_t* database_
 PostgreSQL::~PostgreSQL() = default;
 
 bool PostgreSQL::ProbeTimescaleExtension() {
-  const bool ran = Run([&](SACommand& command) { timescaleEnabled = FetchFirst(command, kFindExtension); });
-  return ran && timescaleEnabled;
+  return Run([&](SACommand& command) { return timescaleEnabled = FetchFirst(command, kFindExtension); });
 }
 
 // Kept: an operation goes on whatever the probe says, even when the server could not be reached: Connect is
-// then tried a second time.
+// then tried a second time. With a null name nothing is sent, the probe included.
 
 bool PostgreSQL::CreateLogTable(int retentionDays) {
   ProbeTimescaleExtension();
@@ -32,7 +31,7 @@ bool PostgreSQL::CreateLogTable(int retentionDays) {
 
 bool PostgreSQL::CreateUserLogTable(const wchar_t* name, const std::vector<UserLogColumn>& columns,
                                     int retentionDays) {
-  ProbeTimescaleExtension();
+  if (name) ProbeTimescaleExtension();
   return TirelScada::CreateUserLogTable(name, columns, retentionDays);
 }
 
@@ -42,12 +41,12 @@ bool PostgreSQL::CreateAlarmTable(int retentionDays) {
 }
 
 bool PostgreSQL::CreateTagValueTable(const wchar_t* tableName) {
-  ProbeTimescaleExtension();
+  if (tableName) ProbeTimescaleExtension();
   return TirelScada::CreateTagValueTable(tableName);
 }
 
 bool PostgreSQL::PurgeTagValueTable(const wchar_t* tableName, std::int64_t days) {
-  ProbeTimescaleExtension();
+  if (tableName) ProbeTimescaleExtension();
   return TirelScada::PurgeTagValueTable(tableName, days);
 }
 

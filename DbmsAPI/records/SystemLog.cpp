@@ -33,12 +33,8 @@ std::uint64_t TirelScada::InsertSystemLog(const std::vector<SystemLogRecord>& re
     command.setCommandText(kInsertSystemLog);
     for (const SystemLogRecord& record : records) {
       command << EpochSeconds(record.time) << record.node << record.module << record.level << record.type;
-      if (record.user_id.empty()) {
-        command << SANull();
-      } else {
-        command << record.user_id.c_str();
-      }
-      command << record.message.c_str();
+      BindOrNull(command.Param(6), record.user_id);
+      command.Param(7).setAsString() = ToSAString(record.message);
       command.Execute();
       ++written;
     }

@@ -59,13 +59,13 @@ int CountAccountColumns(SACommand& command) {
 }
 
 void Insert(SACommand& command, const UserRecord& account) {
-  command.setCommandText(
-      sys::Format(kInsertAccount, account.login_date, account.expired_date, account.last_reset_pass).c_str());
-  command << account.id.c_str() << account.username.c_str() << account.password.c_str()
-          << account.old_password.c_str() << account.security_level << account.sign_level
-          << account.user_group.c_str() << account.user_role.c_str() << account.is_now_login
-          << account.operator_node.c_str() << account.use_expire << account.login_device.c_str()
-          << account.login_count << account.description.c_str();
+  command.setCommandText(ToSAString(
+      sys::Format(kInsertAccount, account.login_date, account.expired_date, account.last_reset_pass)));
+  command << ToSAString(account.id) << ToSAString(account.username) << ToSAString(account.password)
+          << ToSAString(account.old_password) << account.security_level << account.sign_level
+          << ToSAString(account.user_group) << ToSAString(account.user_role) << account.is_now_login
+          << ToSAString(account.operator_node) << account.use_expire << ToSAString(account.login_device)
+          << account.login_count << ToSAString(account.description);
   command.Execute();
 }
 

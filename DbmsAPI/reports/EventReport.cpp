@@ -76,15 +76,19 @@ bool TirelScada::CreateEventReportTable() {
 }
 
 bool TirelScada::DeleteEventReportData(const wchar_t* modelName) {
-  return Run([&](SACommand& command) { Execute(command, sys::Format(kDeleteEventReport, modelName)); });
+  return Run([&](SACommand& command) {
+    Require({{L"modelName", modelName}});
+    Execute(command, sys::Format(kDeleteEventReport, modelName));
+  });
 }
 
 bool TirelScada::InsertEventReportData(const wchar_t* modelName, const wchar_t* sheet, std::int64_t timeMs,
                                        const std::vector<EventReportCell>& cells) {
   return Run([&](SACommand& command) {
-    command.setCommandText(InsertStatement(modelName, sheet, cells.size()).c_str());
+    Require({{L"modelName", modelName}, {L"sheet", sheet}});
+    command.setCommandText(ToSAString(InsertStatement(modelName, sheet, cells.size())));
     for (const EventReportCell& cell : cells) {
-      command << EpochSeconds(timeMs) << cell.cell.c_str() << cell.value.c_str();
+      command << EpochSeconds(timeMs) << ToSAString(cell.cell) << ToSAString(cell.value);
     }
     command.Execute();
   });
@@ -93,6 +97,7 @@ bool TirelScada::InsertEventReportData(const wchar_t* modelName, const wchar_t* 
 bool TirelScada::GetEventReportData(const wchar_t* modelName, const wchar_t* sheet,
                                     std::unordered_map<std::wstring, std::vector<std::wstring>>& values) {
   return Run([&](SACommand& command) {
+    Require({{L"modelName", modelName}, {L"sheet", sheet}});
     Execute(command, sys::Format(kSelectEventReport, modelName, sheet));
     while (command.FetchNext()) {
       const SAString cell = command.Field(1).asString();

@@ -77,12 +77,14 @@ bool TirelScada::CreatePageTimeListTable() {
 bool TirelScada::InsertPageTimeList(const wchar_t* pageName, std::int64_t startTimeMs,
                                     const std::vector<std::wstring>& users) {
   return Run([&](SACommand& command) {
+    Require({{L"pageName", pageName}});
     Execute(command, sys::Format(kInsertPageTime, pageName, EpochSecondsText(startTimeMs), UserList(users)));
   });
 }
 
 bool TirelScada::ClosePageTimeList(const wchar_t* pageName, std::int64_t endTimeMs) {
   return Run([&](SACommand& command) {
+    Require({{L"pageName", pageName}});
     Execute(command, sys::Format(kClosePageTime, EpochSecondsText(endTimeMs), pageName));
   });
 }

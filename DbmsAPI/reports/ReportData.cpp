@@ -104,7 +104,7 @@ std::wstring InsertStatement(const wchar_t* period, const Rows<Kind>& rows) {
   return text;
 }
 
-void Bind(SACommand& command, const std::wstring& text) { command << text.c_str(); }
+void Bind(SACommand& command, const std::wstring& text) { command << ToSAString(text); }
 template <class Number>
 void Bind(SACommand& command, Number number) {
   command << number;
@@ -112,7 +112,8 @@ void Bind(SACommand& command, Number number) {
 
 template <class Kind>
 void InsertRows(SACommand& command, const wchar_t* period, const Rows<Kind>& rows) {
-  command.setCommandText(InsertStatement<Kind>(period, rows).c_str());
+  Require({{L"period", period}});
+  command.setCommandText(ToSAString(InsertStatement<Kind>(period, rows)));
   const bool isMinute = IsMinute(period);
   for (const auto& row : rows)
     VisitColumns<Kind>(row, isMinute, [&](const auto& field) { Bind(command, field); });
@@ -154,6 +155,7 @@ void AppendRow(SACommand& command, bool isMinute, RowsByTag<Kind>& data) {
 template <class Kind>
 void GetRows(SACommand& command, const wchar_t* period, std::int64_t startTime, std::int64_t endTime,
              RowsByTag<Kind>& data) {
+  Require({{L"period", period}});
   Execute(command, RowsQuery<Kind>(period, startTime, endTime, data));
   const bool isMinute = IsMinute(period);
   while (command.FetchNext()) AppendRow<Kind>(command, isMinute, data);

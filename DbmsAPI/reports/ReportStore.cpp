@@ -113,19 +113,23 @@ bool TirelScada::CreateReportDataTables(int retentionDays) {
 
 bool TirelScada::GetReportDataTime(const wchar_t* kind, const wchar_t* period, std::int64_t* epochSeconds) {
   return Run([&](SACommand& command) {
+    Require({{L"kind", kind}, {L"period", period}, {L"epochSeconds", epochSeconds}});
     if (FetchFirst(command, sys::Format(kGetWatermark, period, kind)))
       *epochSeconds = command.Field(1).asInt64();
   });
 }
 
 bool TirelScada::SetReportDataTime(const wchar_t* kind, const wchar_t* period, std::int64_t epochSeconds) {
-  return Run(
-      [&](SACommand& command) { Execute(command, sys::Format(kSetWatermark, period, epochSeconds, kind)); });
+  return Run([&](SACommand& command) {
+    Require({{L"kind", kind}, {L"period", period}});
+    Execute(command, sys::Format(kSetWatermark, period, epochSeconds, kind));
+  });
 }
 
 bool TirelScada::GetReportDataFirstTime(const wchar_t* kind, const wchar_t* period,
                                         std::int64_t* epochSeconds) {
   return Run([&](SACommand& command) {
+    Require({{L"kind", kind}, {L"period", period}, {L"epochSeconds", epochSeconds}});
     if (FetchFirst(command, sys::Format(kGetFirstTime, kind, period)))
       *epochSeconds = command.Field(1).asInt64();
   });

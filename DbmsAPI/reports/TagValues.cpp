@@ -81,6 +81,7 @@ void StoreInBatches(SAConnection& connection, SACommand& command, const wchar_t*
 
 bool TirelScada::CreateTagValueTable(const wchar_t* tableName) {
   return Run([&](SACommand& command) {
+    Require({{L"tableName", tableName}});
     const std::wstring table = Lowered(tableName);  // Kept: the name is lowered here and nowhere else.
     Execute(command, sys::Format(kCreateTagValues, table));
     SetUpHypertable(command, table.c_str(), L"tag_name", std::nullopt);
@@ -89,6 +90,7 @@ bool TirelScada::CreateTagValueTable(const wchar_t* tableName) {
 
 bool TirelScada::PurgeTagValueTable(const wchar_t* tableName, std::int64_t days) {
   return Run([&](SACommand& command) {
+    Require({{L"tableName", tableName}});
     Execute(command, timescaleEnabled ? sys::Format(kDropOldChunks, tableName, days)
                                       : sys::Format(kDeleteOldValues, tableName, days));
     Execute(command, sys::Format(kDeleteOldIntervals, days, tableName));
@@ -97,22 +99,23 @@ bool TirelScada::PurgeTagValueTable(const wchar_t* tableName, std::int64_t days)
 
 bool TirelScada::InsertTagValueQueue(const wchar_t* tableName,
                                      std::deque<std::vector<TagValueRecord>>& queue) {
-  const bool queued = !queue.empty();
   return Run([&](SACommand& command) {
-           if (queued) Execute(command, TakeQueue(tableName, queue));
-         }) &&
-         queued;
+    Require({{L"tableName", tableName}});
+    if (queue.empty()) return false;
+    Execute(command, TakeQueue(tableName, queue));
+    return true;
+  });
 }
 
 bool TirelScada::InsertTagValues(const wchar_t* tableName, const std::vector<TagValueRecord>& records) {
-  bool stored = false;
-  const bool done = Run([&](SACommand& command) {
-    if (records.empty()) return;
+  return Run([&](SACommand& command) {
+    Require({{L"tableName", tableName}});
+    if (records.empty()) return false;
     const SAIsolationLevel_t former = connection->IsolationLevel();
     connection->setIsolationLevel(SA_ReadCommitted);
-    stored = Guard([&] { StoreInBatches(*connection, command, tableName, records); });
+    const bool stored = Guard([&] { StoreInBatches(*connection, command, tableName, records); });
     // The level is the client's: a refused batch gives it back too, unless the link went with it.
     if (stored || connection->isConnected()) connection->setIsolationLevel(former);
+    return stored;
   });
-  return done && stored;
 }
