@@ -3,11 +3,22 @@
 #include <memory>
 
 #include "pgAPI.h"
-#include "pq/Session.h"
+#include "pq/Connection.h"
+
+// What a connection shares with the commands on it, which may outlive it.
+struct SharedConnection {
+  pq::Connection connection;
+  pq::StatementCache statements;
+  // Of a command without a text.
+  std::shared_ptr<pq::Statement> noStatement = std::make_shared<pq::Statement>(pq::MarkedStatement());
+  pq::Parameters parameters;  // of the statement that is sent next
+};
 
 class SAConnection::Impl {
  public:
-  std::shared_ptr<pq::Session> session = std::make_shared<pq::Session>();
+  pq::Connection& connection() { return shared->connection; }
+
+  std::shared_ptr<SharedConnection> shared = std::make_shared<SharedConnection>();
   pgConnectionHandles handles;
   SAIsolationLevel_t isolationLevel = SA_LevelUnknown;
 };

@@ -1,21 +1,27 @@
 #include <algorithm>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "ConnectionImpl.h"
 #include "pq/Errors.h"
-#include "pq/Markers.h"
-#include "pq/Statement.h"
+#include "pq/RowReader.h"
+#include "pq/Text.h"
 
 namespace {
 
-std::wstring_view View(const SAString& text) { return {text, text.GetLength()}; }
-
 SAException NoParameter(const std::wstring& name) {
-  return pq::Misuse(L"The statement has no parameter :" + name);
+  return pq::UsageError(L"The statement has no parameter :" + name);
 }
 
-SAException NoColumn(const std::wstring& name) { return pq::Misuse(L"The result has no column " + name); }
+SAException NoColumn(const std::wstring& name) { return pq::UsageError(L"The result has no column " + name); }
+
+// Whether a prepared statement failed because of what has changed since it was prepared: a table has got
+// other columns, or the server has forgotten the statement.
+bool IsOutdated(const SAException& error) {
+  const std::string state = error.SqlState();
+  return state == "0A000" || state == "26000";
+}
 
 template <class Named>
 auto FindNamed(std::vector<Named>& all, const SAString& name) {
@@ -26,19 +32,29 @@ auto FindNamed(std::vector<Named>& all, const SAString& name) {
 
 class SACommand::Impl {
  public:
-  explicit Impl(std::shared_ptr<pq::Session> itsSession)
-      : session(std::move(itsSession)), statement(session) {}
+  explicit Impl(std::shared_ptr<SharedConnection> its) : shared(std::move(its)) {}
+
+  void Run(const pq::Parameters& values) {
+    try {
+      Start(values);
+    } catch (const SAException& error) {
+      const bool repeat = IsPrepared() && IsOutdated(error) && shared->connection.IsIdle();
+      statement->Forget();
+      if (!repeat) throw;
+      Start(values);
+    }
+  }
 
   void MakeParameters() {
     parameters.clear();
-    parameters.reserve(marked->numbers.size() + marked->named.size());
-    for (const int number : marked->numbers) parameters.emplace_back(number);
-    for (const std::wstring& name : marked->named) parameters.emplace_back(SAString(name));
+    parameters.reserve(statement->numbers.size() + statement->named.size());
+    for (const int number : statement->numbers) parameters.emplace_back(number);
+    for (const std::wstring& name : statement->named) parameters.emplace_back(SAString(name));
     next = 0;
   }
 
   SAParam& ByNumber(int number) {
-    const std::vector<int>& numbers = marked->numbers;
+    const std::vector<int>& numbers = statement->numbers;
     const auto index = static_cast<std::size_t>(number) - 1;
     if (index < numbers.size() && numbers[index] == number) return parameters[index];
     const auto found = std::lower_bound(numbers.begin(), numbers.end(), number);
@@ -48,35 +64,41 @@ class SACommand::Impl {
 
   SAParam& NextParameter() {
     if (next == parameters.size())
-      throw pq::Misuse(L"There are more values than the statement has parameters");
+      throw pq::UsageError(L"There are more values than the statement has parameters");
     return parameters[next++];
   }
 
-  std::shared_ptr<pq::Session> session;
+  std::shared_ptr<SharedConnection> shared;
   SAString text;
-  std::shared_ptr<const pq::MarkedStatement> marked = pq::NoStatement();
+  std::shared_ptr<pq::Statement> statement = shared->noStatement;
   std::vector<SAParam> parameters;  // first those with a number, ascending
   std::size_t next = 0;             // to be bound by operator<<
-  pq::Statement statement;
+  pq::RowReader rows{shared->connection};
   std::vector<SAField> fields;
+
+ private:
+  bool IsPrepared() const { return !statement->name.empty(); }
+
+  void Start(const pq::Parameters& values) {
+    rows.Clear();
+    rows.Start(shared->connection.Send(*statement, values));
+  }
 };
 
 SACommand::SACommand(SAConnection* connection, const SAString& text)
-    : impl_(
-          std::make_unique<Impl>(connection ? connection->impl_->session : std::make_shared<pq::Session>())) {
+    : impl_(std::make_unique<Impl>(connection ? connection->impl_->shared
+                                              : std::make_shared<SharedConnection>())) {
   if (!text.IsEmpty()) setCommandText(text);
 }
 
 SACommand::~SACommand() = default;
 
 void SACommand::setCommandText(SAString&& text) {
-  // The statement would end there unnoticed.
-  if (View(text).find(L'\0') != std::wstring_view::npos)
-    throw pq::Misuse(L"The statement holds a NUL character");
-  impl_->marked = impl_->session->Marked(View(text));
+  if (pq::HoldsNul(text)) throw pq::UsageError(L"The statement holds a NUL character");
+  impl_->statement = impl_->shared->statements.Get(pq::View(text));
   impl_->text = std::move(text);
   impl_->fields.clear();
-  impl_->statement.Set(impl_->marked);
+  impl_->rows.Clear();
   impl_->MakeParameters();
 }
 
@@ -139,17 +161,17 @@ SACommand& SACommand::operator<<(const SANull&) {
 
 void SACommand::Execute() {
   impl_->next = 0;
-  pq::Parameters& values = impl_->session->parameters();
+  pq::Parameters& values = impl_->shared->parameters;
   values.Bind(impl_->parameters);
   impl_->fields.clear();
-  impl_->statement.Execute(values);
-  const std::vector<pq::Cell>& cells = impl_->statement.Cells();
+  impl_->Run(values);
+  const std::vector<pq::Cell>& cells = impl_->rows.Cells();
   for (std::size_t i = 0; i < cells.size(); ++i) {
-    impl_->fields.emplace_back(&cells[i], SAString(impl_->statement.ColumnNames()[i].c_str()));
+    impl_->fields.emplace_back(&cells[i], SAString(impl_->rows.ColumnNames()[i].c_str()));
   }
 }
 
-bool SACommand::FetchNext() { return impl_->statement.FetchNext(); }
+bool SACommand::FetchNext() { return impl_->rows.FetchNext(); }
 
 int SACommand::FieldCount() const { return static_cast<int>(impl_->fields.size()); }
 

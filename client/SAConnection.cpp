@@ -1,16 +1,16 @@
-#include <string_view>
-
 #include "ConnectionImpl.h"
 #include "pq/Errors.h"
 #include "pq/NativeApi.h"
+#include "pq/Text.h"
 
 namespace {
 
-// What a handler is told.
+// Stages that a handler is called at.
 constexpr int kBeforeConnect = 0;
 constexpr int kAfterConnect = 1;
 
 constexpr char kQueryVersion[] = "select version()";
+
 // The server reads uncommitted as committed.
 const char* SetIsolationLevelStatement(SAIsolationLevel_t level) {
   switch (level) {
@@ -21,10 +21,8 @@ const char* SetIsolationLevelStatement(SAIsolationLevel_t level) {
     case SA_Serializable: return "SET SESSION CHARACTERISTICS AS TRANSACTION ISOLATION LEVEL SERIALIZABLE";
     case SA_LevelUnknown: break;
   }
-  throw pq::Misuse(L"There is no such isolation level");
+  throw pq::UsageError(L"There is no such isolation level");
 }
-
-std::wstring_view View(const SAString& text) { return {text, text.GetLength()}; }
 
 }  // namespace
 
@@ -36,40 +34,40 @@ SAConnection::~SAConnection() {
 
 void SAConnection::Connect(const SAString& dbString, const SAString& user, const SAString& password,
                            SAClient_t, saConnectionHandler_t handler) {
-  if (isConnected()) throw pq::Misuse(L"The connection is connected already");
-  const auto keywords = pq::ReadConnectionString(View(dbString), View(user), View(password));
+  if (isConnected()) throw pq::UsageError(L"The connection is connected already");
+  const auto keywords = pq::ReadConnectionString(pq::View(dbString), pq::View(user), pq::View(password));
   if (handler) handler(*this, kBeforeConnect);
-  impl_->session->Open(keywords);
+  impl_->connection().Open(keywords);
   impl_->isolationLevel = SA_LevelUnknown;
   if (handler) handler(*this, kAfterConnect);
 }
 
-bool SAConnection::isConnected() const { return impl_->session->IsOpen(); }
+bool SAConnection::isConnected() const { return impl_->connection().IsOpen(); }
 
-bool SAConnection::isAlive() const { return impl_->session->IsAlive(); }
+bool SAConnection::isAlive() const { return impl_->connection().IsAlive(); }
 
 void SAConnection::Disconnect() {
   impl_->handles.conn = nullptr;
-  impl_->session->Close();
+  impl_->connection().Close();
 }
 
 void SAConnection::Destroy() {
   impl_->handles.conn = nullptr;
-  impl_->session->Drop();
+  impl_->connection().Destroy();
 }
 
 SAString SAConnection::ServerVersionString() {
-  return SAString(impl_->session->Value(kQueryVersion).c_str());
+  return SAString(impl_->connection().Value(kQueryVersion).c_str());
 }
 
-void SAConnection::Commit() { impl_->session->Commit(); }
+void SAConnection::Commit() { impl_->connection().Commit(); }
 
-void SAConnection::Rollback() { impl_->session->Rollback(); }
+void SAConnection::Rollback() { impl_->connection().Rollback(); }
 
 void SAConnection::setIsolationLevel(SAIsolationLevel_t level) {
   if (level != SA_LevelUnknown) {
     Commit();
-    impl_->session->Run(SetIsolationLevelStatement(level));
+    impl_->connection().Run(SetIsolationLevelStatement(level));
   }
   impl_->isolationLevel = level;
 }
@@ -79,6 +77,6 @@ SAIsolationLevel_t SAConnection::IsolationLevel() const { return impl_->isolatio
 saAPI* SAConnection::NativeAPI() const { return &pq::NativeApi(); }
 
 saConnectionHandles* SAConnection::NativeHandles() {
-  impl_->handles.conn = impl_->session->NativeLink();
+  impl_->handles.conn = impl_->connection().NativeHandle();
   return &impl_->handles;
 }

@@ -3,6 +3,7 @@
 
 #include "SQLAPI.h"
 #include "port/Utf8.h"
+#include "pq/Text.h"
 
 struct SAException::Details {
   SAErrorClass_t errorClass;
@@ -13,8 +14,8 @@ struct SAException::Details {
 };
 
 SAException::SAException(SAErrorClass_t errorClass, int nativeCode, SAString text, std::string sqlState)
-    : details_(std::make_shared<const Details>(Details{
-          errorClass, nativeCode, text, sys::ToUtf8({text, text.GetLength()}), std::move(sqlState)})) {}
+    : details_(std::make_shared<const Details>(
+          Details{errorClass, nativeCode, text, sys::ToUtf8(pq::View(text)), std::move(sqlState)})) {}
 
 SAException::SAException(const SAException&) noexcept = default;
 SAException& SAException::operator=(const SAException&) noexcept = default;

@@ -104,13 +104,18 @@ class SQLAPI_EXPORT SACommand {
   SACommand& operator<<(const SANull& null);
   SACommand& operator<<(const char* value) = delete;  // would read as bool
 
-  // Sends the statement with the values bound, which stay bound. With parameters, repeated on one
-  // command, the server does not parse it again, unless another statement went over the connection in
-  // between: then it is parsed once more under a name of its own, and never again after that. Other
-  // types of values, or a failure, have it parsed afresh.
+  // Sends the statement with the values bound, which stay bound.
+  //
+  // The server parses a statement with parameters the first time, and the second time as a prepared
+  // statement. From then on all commands of the connection with this text use the prepared one,
+  // whatever else is sent in between; the 64 texts used last (of up to 2,000 characters) are kept.
+  // Values of other types and a failure start over. A prepared statement that the server has
+  // forgotten, or whose result has got other columns, is parsed and executed again outside a
+  // transaction; inside one that is an error (SQLSTATE 26000, 0A000).
+  //
   // Without parameters a text may hold several statements; the rows are those of the first result.
   // Throws class 2 for a parameter never bound, class 3 for what the server refuses, also when that
-  // comes right behind the first row.
+  // comes directly after the first row.
   void Execute();
 
   // Fetches the next row; false after the last one and where the statement returns no rows. Rows are

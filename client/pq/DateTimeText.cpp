@@ -91,7 +91,7 @@ SADateTime ParseDateTime(std::string_view text) {
     nanoseconds = scan.Nanoseconds();
     scan.SkipZone();
   }
-  if (!scan.ok() || !scan.AtEnd()) throw Misuse(L"\"" + sys::FromUtf8(text) + L"\" is no date");
+  if (!scan.ok() || !scan.AtEnd()) throw UsageError(L"\"" + sys::FromUtf8(text) + L"\" is no date");
   return SADateTime(beforeChrist ? 1 - year : year, month, day, hour, minute, second, nanoseconds);
 }
 

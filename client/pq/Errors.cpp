@@ -31,7 +31,7 @@ SAString Wide(std::string_view utf8) { return SAString(sys::FromUtf8(utf8)); }
 
 }  // namespace
 
-SAException Misuse(std::wstring text) {
+SAException UsageError(std::wstring text) {
   return SAException(SA_Library_Error, kNoNativeCode, SAString(std::move(text)));
 }
 

@@ -8,7 +8,7 @@
 namespace pq {
 
 // The layer was used wrongly, or a value cannot be read as asked: class 2.
-SAException Misuse(std::wstring text);
+SAException UsageError(std::wstring text);
 
 // No connection could be made: class 3, native code 1. `text` is libpq's, `refused` what the process's
 // language calls a refused connection. Clients look for the number 10061 in the text, which libpq writes on

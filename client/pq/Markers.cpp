@@ -116,11 +116,6 @@ MarkedStatement ReplaceMarkers(std::wstring_view wide) {
   return {std::move(text), places.TakeNumbers(), std::move(named)};
 }
 
-std::shared_ptr<const MarkedStatement> NoStatement() {
-  static const auto none = std::make_shared<const MarkedStatement>();
-  return none;
-}
-
 std::vector<std::wstring> MarkedStatement::Names() const {
   std::vector<std::wstring> names;
   for (const int number : numbers) names.push_back(std::to_wstring(number));

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -14,6 +13,7 @@ struct MarkedStatement {
   std::vector<int> numbers;
   std::vector<std::wstring> named;
 
+  bool HasParameters() const { return !numbers.empty() || !named.empty(); }
   std::vector<std::wstring> Names() const;  // of all parameters
 };
 
@@ -21,8 +21,5 @@ struct MarkedStatement {
 // E'...' strings, "identifiers", $tag$...$tag$, -- and /* */ comments (nested), and the cast `::type`.
 // One linear pass.
 MarkedStatement ReplaceMarkers(std::wstring_view statement);
-
-// The empty text.
-std::shared_ptr<const MarkedStatement> NoStatement();
 
 }  // namespace pq

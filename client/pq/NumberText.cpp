@@ -16,11 +16,11 @@ namespace {
 constexpr double kInt64Bound = 9223372036854775808.0;  // 2^63
 
 SAException NoNumber(std::string_view text) {
-  return Misuse(L"\"" + sys::FromUtf8(text) + L"\" is no number");
+  return UsageError(L"\"" + sys::FromUtf8(text) + L"\" is no number");
 }
 
 SAException OutOfRange(std::string_view text) {
-  return Misuse(L"\"" + sys::FromUtf8(text) + L"\" is out of the range of the type it is read as");
+  return UsageError(L"\"" + sys::FromUtf8(text) + L"\" is out of the range of the type it is read as");
 }
 
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }

@@ -1,9 +1,9 @@
 #include "Parameters.h"
 
 #include <bit>
-#include <string_view>
 
 #include "Errors.h"
+#include "Text.h"
 #include "port/Utf8.h"
 
 namespace pq {
@@ -17,7 +17,7 @@ constexpr unsigned kInt2 = 21;
 constexpr unsigned kInt4 = 23;
 constexpr unsigned kFloat8 = 701;
 
-constexpr std::size_t kManyValues = 2000;  // room for more is not kept
+constexpr std::size_t kMaxKeptValues = 2000;  // buffers for more are freed
 
 constexpr int kText = 0;
 constexpr int kBinary = 1;
@@ -30,15 +30,15 @@ std::uint64_t InNetworkOrder(std::uint64_t bits) {
   return bits << 32 | bits >> 32;
 }
 
-SAException Wrong(const SAParam& parameter, const wchar_t* what) {
-  return Misuse(L"The parameter :" + std::wstring(parameter.Name()) + what);
+SAException ParameterError(const SAParam& parameter, const wchar_t* what) {
+  return UsageError(L"The parameter :" + std::wstring(parameter.Name()) + what);
 }
 
 }  // namespace
 
 void Parameters::Bind(const std::vector<SAParam>& values) {
   const std::size_t count = values.size();
-  if (count < kManyValues && types_.capacity() > kManyValues) *this = Parameters();
+  if (count < kMaxKeptValues && types_.capacity() > kMaxKeptValues) *this = Parameters();
   types_.assign(count, kUntyped);
   values_.assign(count, nullptr);
   lengths_.assign(count, 0);
@@ -52,7 +52,7 @@ void Parameters::Bind(const std::vector<SAParam>& values) {
 
 void Parameters::Set(std::size_t index, const SAParam& value) {
   switch (value.kind()) {
-    case SAValue::Kind::Unbound: throw Wrong(value, L" has no value");
+    case SAValue::Kind::Unbound: throw ParameterError(value, L" has no value");
     case SAValue::Kind::Null: return;
     case SAValue::Kind::Bool: return SetScalar(index, kBool, 1, value.boundBool() ? 1 : 0);
     case SAValue::Kind::Short:
@@ -79,11 +79,9 @@ void Parameters::SetScalar(std::size_t index, unsigned type, std::size_t size, s
 
 void Parameters::AppendText(std::size_t index, const SAParam& value) {
   const SAString& text = value.boundString();
-  const std::wstring_view characters(text, text.GetLength());
-  // The text would end there unnoticed.
-  if (characters.find(L'\0') != std::wstring_view::npos) throw Wrong(value, L" holds a NUL character");
+  if (HoldsNul(text)) throw ParameterError(value, L" holds a NUL character");
   const std::size_t start = texts_.size();
-  sys::AppendUtf8(texts_, characters);
+  sys::AppendUtf8(texts_, View(text));
   lengths_[index] = static_cast<int>(texts_.size() - start);
   texts_.push_back('\0');
   textIndexes_.push_back(index);

@@ -13,9 +13,9 @@ bool IsFailure(const PGresult* result) {
   return status == PGRES_FATAL_ERROR || status == PGRES_BAD_RESPONSE;
 }
 
-void ThrowFailure(const PGresult* result, const PGconn* link) {
+void ThrowFailure(const PGresult* result, const PGconn* connection) {
   const char* const sqlState = PQresultErrorField(result, PG_DIAG_SQLSTATE);
-  throw StatementFailure(PQresultStatus(result), PQresultErrorMessage(result), PQerrorMessage(link),
+  throw StatementFailure(PQresultStatus(result), PQresultErrorMessage(result), PQerrorMessage(connection),
                          sqlState ? sqlState : "");
 }
 

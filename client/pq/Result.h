@@ -17,7 +17,7 @@ using Result = std::unique_ptr<PGresult, ClearResult>;
 // Whether a result says that the statement failed.
 bool IsFailure(const PGresult* result);
 
-// Throws the failure that a result holds (null: libpq could not make one) on the link it came over.
-[[noreturn]] void ThrowFailure(const PGresult* result, const PGconn* link);
+// Throws the failure that a result holds (null: libpq could not make one) on the connection it came over.
+[[noreturn]] void ThrowFailure(const PGresult* result, const PGconn* connection);
 
 }  // namespace pq

@@ -8,6 +8,7 @@
 #include "port/Utf8.h"
 #include "pq/Cell.h"
 #include "pq/Markers.h"
+#include "pq/Text.h"
 #include "scripted/ScriptedConnection.h"
 #include "scripted/ScriptedServer.h"
 
@@ -26,6 +27,11 @@ std::wstring Written(const SAValue& value) {
       return std::wstring(L"text ") + static_cast<const SAChar*>(value.boundString());
   }
   return L"?";
+}
+
+// As the client layer does.
+void RefuseNul(const SAString& text) {
+  if (pq::HoldsNul(text)) throw SAException(SA_Library_Error, 0, L"a text holds a NUL character");
 }
 
 }  // namespace
@@ -75,6 +81,7 @@ SACommand::SACommand(SAConnection* connection, const SAString& text) : impl_(std
 SACommand::~SACommand() = default;
 
 void SACommand::setCommandText(SAString&& text) {
+  RefuseNul(text);
   impl_->text = text;
   impl_->params.clear();
   impl_->places.clear();
@@ -112,6 +119,7 @@ void SACommand::Execute() {
   scripted::Sent sent{impl_->text, {}};
   for (const SAParam& param : impl_->params) {
     if (!param.isBound()) throw SAException(SA_Library_Error, 0, L"a parameter is not bound");
+    RefuseNul(param.boundString());
     sent.binds.push_back(Written(param));
   }
   impl_->next = 0;

@@ -9,8 +9,7 @@
 // Letters of the messages a statement is sent with.
 inline constexpr char kParsedAndRun[] = "PBDES";
 inline constexpr char kRun[] = "BDES";
-inline constexpr char kNamed[] = "PS";
-inline constexpr char kSimple[] = "Q";
+inline constexpr char kPreparedAndRun[] = "PSBDES";
 
 // A table and a command that inserts into it, over a tap on the wire.
 class ParsingTest : public ClientTest {
@@ -40,7 +39,7 @@ class ParsingTest : public ClientTest {
     insert.Execute();
   }
 
-  // What executing sends.
+  // The messages that executing sends.
   std::string Sent(int a, const wchar_t* b) {
     tap->Take();
     Insert(a, b);

@@ -6,65 +6,44 @@ namespace {
 
 class Parsing : public ParsingTest {};
 
-TEST_F(Parsing, HappensOnceForACommandExecutedAgain) {
+TEST_F(Parsing, NeedsNoNameTheFirstTimeAndGivesOneTheSecond) {
   EXPECT_EQ(Sent(1, L"one"), kParsedAndRun);
-  EXPECT_EQ(Sent(2, L"two"), kRun);
+  EXPECT_EQ(Ask(L"select count(*) from pg_prepared_statements"), L"0");
+  EXPECT_EQ(Sent(2, L"two"), kPreparedAndRun);
+  EXPECT_EQ(Ask(L"select count(*) from pg_prepared_statements"), L"1");
   EXPECT_EQ(Sent(3, L"three"), kRun);
   EXPECT_EQ(Rows("select * from t order by a"), (std::vector<std::string>{"1|one", "2|two", "3|three"}));
 }
 
-TEST_F(Parsing, HappensOnceMoreUnderANameWhenAnotherStatementCameBetween) {
-  EXPECT_EQ(Sent(1, L"one"), kParsedAndRun);
+TEST_F(Parsing, IsDoneWhateverElseGoesOverTheConnection) {
+  Insert(1, L"one");
+  Insert(2, L"two");
   Ask(L"select 1");
-  EXPECT_EQ(Sent(2, L"two"), std::string(kNamed) + kRun);
-  EXPECT_EQ(Ask(L"select count(*) from pg_prepared_statements"), L"1");
   EXPECT_EQ(Sent(3, L"three"), kRun);
-  Ask(L"select 1");
-  EXPECT_EQ(Sent(4, L"four"), kRun);
-  EXPECT_EQ(Value("select string_agg(b, ' ' order by a) from t"), "one two three four");
-}
-
-TEST_F(Parsing, IsDisplacedByTheQuestionWhetherTheServerIsAlive) {
-  Insert(1, L"one");
   EXPECT_TRUE(connection.isAlive());
-  EXPECT_EQ(Sent(2, L"two"), std::string(kNamed) + kRun);
-  EXPECT_EQ(Value("select count(*) from t"), "2");
-}
-
-TEST_F(Parsing, IsDisplacedByTheEndOfATransaction) {
-  Ask(L"begin");
-  Insert(1, L"one");
-  connection.Commit();
-  EXPECT_EQ(Sent(2, L"two"), std::string(kNamed) + kRun);
-  EXPECT_EQ(Value("select count(*) from t"), "2");
-}
-
-TEST_F(Parsing, IsDisplacedByAnotherCommandWithParameters) {
+  EXPECT_EQ(Sent(4, L"four"), kRun);
   SACommand other(&connection, L"select :1::int");
-  Insert(1, L"one");
   other << 5;
   other.Execute();
-  EXPECT_EQ(Sent(2, L"two"), std::string(kNamed) + kRun);
-  tap->Take();
-  other << 6;
-  other.Execute();
-  EXPECT_EQ(tap->Take(), kRun) << "a named statement displaces nothing";
-  EXPECT_TRUE(other.FetchNext());
-  EXPECT_EQ(other.Field(1).asLong(), 6);
+  EXPECT_EQ(Sent(5, L"five"), kRun);
+  Ask(L"begin");
+  EXPECT_EQ(Sent(6, L"six"), kRun);
+  connection.Commit();
+  EXPECT_EQ(Sent(7, L"seven"), kRun);
+  EXPECT_EQ(Value("select count(*) from t"), "7");
 }
 
-TEST_F(Parsing, TrustsNothingOnceTheNativeHandlesWereTaken) {
+TEST_F(Parsing, IsDoneWhateverTheNativeHandlesAreUsedFor) {
   Insert(1, L"one");
-  connection.NativeHandles();
-  EXPECT_EQ(Sent(2, L"two"), std::string(kNamed) + kRun);
-  EXPECT_EQ(Sent(3, L"three"), kRun);
-  SACommand another(&connection, L"insert into t values (:1)");
-  another << 4;
-  another.Execute();
-  tap->Take();
-  another << 5;
-  another.Execute();
-  EXPECT_EQ(tap->Take(), std::string(kNamed) + kRun);
+  Insert(2, L"two");
+  const pgAPI& api = static_cast<const pgAPI&>(*connection.NativeAPI());
+  PGconn* const handle = static_cast<pgConnectionHandles&>(*connection.NativeHandles()).conn;
+  api.PQclear(api.PQexec(handle, "copy t from stdin"));
+  EXPECT_EQ(api.PQputCopyData(handle, "3\tthree\n", 8), 1);
+  EXPECT_EQ(api.PQputCopyEnd(handle, nullptr), 1);
+  while (PGresult* result = api.PQgetResult(handle)) api.PQclear(result);
+  EXPECT_EQ(Sent(4, L"four"), kRun);
+  EXPECT_EQ(Value("select count(*) from t"), "4");
 }
 
 TEST_F(Parsing, HappensAgainForOtherTypes) {
@@ -78,9 +57,9 @@ TEST_F(Parsing, HappensAgainForOtherTypes) {
     return tap->Take();
   };
   EXPECT_EQ(type(1), kParsedAndRun);
-  EXPECT_EQ(type(2), kRun);
+  EXPECT_EQ(type(2), kPreparedAndRun);
   EXPECT_EQ(type(1.5), kParsedAndRun);
-  EXPECT_EQ(type(2.5), kRun);
+  EXPECT_EQ(type(2.5), "Q" + std::string(kPreparedAndRun)) << "the name for integers is deallocated";
   EXPECT_EQ(type(7LL), kParsedAndRun);
   EXPECT_EQ(type(true), kParsedAndRun);
   EXPECT_EQ(type(short{3}), kParsedAndRun);
@@ -93,12 +72,12 @@ TEST_F(Parsing, TakesNullForAnyType) {
   tap->Take();
   insert << SANull() << SANull();
   insert.Execute();
-  EXPECT_EQ(tap->Take(), kRun);
+  EXPECT_EQ(tap->Take(), kPreparedAndRun);
   EXPECT_EQ(Sent(3, L"three"), kRun);
   EXPECT_EQ(Rows("select * from t order by a"), (std::vector<std::string>{"1|one", "3|three", "\\N|\\N"}));
 }
 
-TEST_F(Parsing, RemembersTheTypesBehindNulls) {
+TEST_F(Parsing, RemembersTheTypesOfNulls) {
   Run("create table pair (a int, b float8)");
   SACommand command(&connection, L"insert into pair values (:1, :2)");
   std::string sent;
@@ -112,25 +91,40 @@ TEST_F(Parsing, RemembersTheTypesBehindNulls) {
     command.Execute();
     sent += tap->Take() + " ";
   }
-  EXPECT_EQ(sent, "PBDES PBDES BDES BDES BDES BDES ");
+  EXPECT_EQ(sent, "PBDES PBDES PSBDES BDES BDES BDES ");
   EXPECT_EQ(Value("select count(a) || ' ' || count(b) from pair"), "3 3");
 }
 
-TEST_F(Parsing, HappensAfreshAfterAFailure) {
+TEST_F(Parsing, HappensAgainAfterAFailure) {
   Run("alter table t add primary key (a)");
   Insert(1, L"one");
   EXPECT_SA_ERROR(SA_DBMS_API_Error, 7, Insert(1, L"again"));
   EXPECT_EQ(Sent(2, L"two"), kParsedAndRun);
-  EXPECT_EQ(Sent(3, L"three"), kRun);
+  EXPECT_EQ(Sent(3, L"three"), "Q" + std::string(kPreparedAndRun)) << "the former name is deallocated";
+  EXPECT_EQ(Sent(4, L"four"), kRun);
 }
 
-TEST_F(Parsing, FindsItsWayBackWhenTheServerHasForgotten) {
+TEST_F(Parsing, HappensAgainWhenTheServerHasForgotten) {
+  for (const wchar_t* forget : {L"discard all", L"deallocate all"}) {
+    Insert(1, L"one");
+    Insert(2, L"two");
+    Ask(forget);
+    EXPECT_EQ(Sent(3, L"three"), std::string(kRun) + kParsedAndRun);
+    EXPECT_EQ(Sent(4, L"four"), "Q" + std::string(kPreparedAndRun));
+    EXPECT_EQ(Sent(5, L"five"), kRun);
+  }
+  EXPECT_EQ(Value("select count(*) from t"), "10");
+}
+
+TEST_F(Parsing, HappensAgainForTheCallerInATransaction) {
   Insert(1, L"one");
-  Ask(L"select 1");
   Insert(2, L"two");
-  Ask(L"discard all");
-  EXPECT_SA_ERROR(SA_DBMS_API_Error, 7, Insert(3, L"three"));
-  EXPECT_EQ(Sent(3, L"three"), kSimple + std::string(kParsedAndRun)) << "the lost name is released first";
+  Ask(L"deallocate all");
+  Ask(L"begin");
+  const SAException error = Thrown([&] { Insert(3, L"three"); });
+  EXPECT_EQ(error.SqlState(), "26000");
+  connection.Rollback();
+  EXPECT_EQ(Sent(3, L"three"), kParsedAndRun);
   EXPECT_EQ(Value("select count(*) from t"), "3");
 }
 
@@ -141,47 +135,62 @@ TEST_F(Parsing, HappensForANewText) {
   EXPECT_EQ(Value("select b from t where a = 2"), "TWO");
 }
 
-TEST_F(Parsing, HappensOnANewLink) {
+TEST_F(Parsing, HappensOnANewConnection) {
   Insert(1, L"one");
+  Insert(2, L"two");
   connection.Destroy();
   Reconnect();
-  EXPECT_EQ(Sent(2, L"two"), kParsedAndRun);
-  EXPECT_EQ(Sent(3, L"three"), kRun);
-  Ask(L"select 1");
-  EXPECT_EQ(Sent(4, L"four"), std::string(kNamed) + kRun);
-  connection.Destroy();
-  Reconnect();
-  EXPECT_EQ(Sent(5, L"five"), kParsedAndRun);
+  EXPECT_EQ(Sent(3, L"three"), kParsedAndRun);
+  EXPECT_EQ(Sent(4, L"four"), kPreparedAndRun);
+  EXPECT_EQ(Sent(5, L"five"), kRun);
 }
 
-TEST_F(Parsing, ReleasesNamesWithTheNextStatement) {
+TEST_F(Parsing, OfALongTextIsDoneForOneCommand) {
+  const std::wstring text = L"insert into t values (:1, :2) -- " + std::wstring(3000, L'x');
   {
-    SACommand command(&connection, L"select :1::int");
-    command << 1;
-    command.Execute();
-    Ask(L"select 1");
-    command << 2;
-    command.Execute();
-    EXPECT_EQ(Ask(L"select count(*) from pg_prepared_statements"), L"1");
+    SACommand command(&connection, text.c_str());
+    tap->Take();
+    for (int i = 0; i < 3; ++i) {
+      command << i << L"long";
+      command.Execute();
+    }
+    EXPECT_EQ(tap->Take(), std::string(kParsedAndRun) + kPreparedAndRun + kRun);
   }
-  tap->Take();
-  EXPECT_EQ(Ask(L"select count(*) from pg_prepared_statements"), L"0");
-  EXPECT_EQ(tap->Take(), "QQ");
-  Ask(L"select 1");
-  EXPECT_EQ(tap->Take(), "Q");
+  SACommand another(&connection, text.c_str());
+  another << 3 << L"long";
+  another.Execute();
+  EXPECT_EQ(tap->Take(), kParsedAndRun);
 }
 
-TEST_F(Parsing, ReleasesNoNamesInsideATransaction) {
-  auto command = std::make_unique<SACommand>(&connection, L"select :1::int");
-  *command << 1;
-  command->Execute();
+// Statements that are no longer in use are deallocated before another one is prepared.
+TEST_F(Parsing, KeepsABoundedNumberOfNames) {
+  for (int i = 0; i < 200; ++i) {
+    SACommand command(&connection, (L"select :1::int + " + std::to_wstring(i)).c_str());
+    for (int execution = 0; execution < 2; ++execution) {
+      command << 1;
+      command.Execute();
+    }
+  }
+  const long names = std::stol(Ask(L"select count(*) from pg_prepared_statements"));
+  EXPECT_GT(names, 10);
+  EXPECT_LE(names, 65);
+}
+
+TEST_F(Parsing, DeallocatesNothingInATransaction) {
   Ask(L"begin");
-  *command << 2;
-  command->Execute();
-  command.reset();
+  for (int i = 0; i < 100; ++i) {
+    SACommand command(&connection, (L"select :1::int + " + std::to_wstring(i)).c_str());
+    for (int execution = 0; execution < 2; ++execution) {
+      command << 1;
+      command.Execute();
+    }
+  }
+  EXPECT_EQ(Ask(L"select count(*) from pg_prepared_statements"), L"100");
   EXPECT_SA_ERROR(SA_DBMS_API_Error, 7, Ask(L"select 1 / 0"));
   connection.Rollback();
-  EXPECT_EQ(Ask(L"select count(*) from pg_prepared_statements"), L"0");
+  Insert(1, L"one");
+  Insert(2, L"two");
+  EXPECT_LE(std::stol(Ask(L"select count(*) from pg_prepared_statements")), 65);
 }
 
 TEST_F(Parsing, LeavesStatementsWithoutParametersToTheSimpleProtocol) {

@@ -10,7 +10,7 @@ inline std::wstring Wide(const SAString& text) { return {text, text.GetLength()}
 
 // The text of the class 2 error that an action throws.
 template <class Action>
-std::wstring Misuse(Action&& action) {
+std::wstring UsageErrorText(Action&& action) {
   try {
     std::forward<Action>(action)();
   } catch (const SAException& error) {

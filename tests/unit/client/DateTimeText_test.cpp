@@ -50,7 +50,7 @@ TEST(DateTimeText, ReachesFarBackAndAhead) {
 }
 
 TEST(DateTimeText, ThatIsNoneIsAnError) {
-  EXPECT_EQ(Misuse([] { pq::ParseDateTime("infinity"); }), L"\"infinity\" is no date");
+  EXPECT_EQ(UsageErrorText([] { pq::ParseDateTime("infinity"); }), L"\"infinity\" is no date");
   for (const char* text : {"",
                            "-infinity",
                            "2024",
@@ -77,7 +77,7 @@ TEST(DateTimeText, ThatIsNoneIsAnError) {
                            "99999999999-01-01",
                            " BC",
                            "-2024-01-02"}) {
-    EXPECT_NE(Misuse([&] { pq::ParseDateTime(text); }), L"") << text;
+    EXPECT_NE(UsageErrorText([&] { pq::ParseDateTime(text); }), L"") << text;
   }
 }
 

@@ -68,8 +68,8 @@ TEST(StatementFailures, AreNotTakenForRefusals) {
             L"ERROR:  Connection refused");
 }
 
-TEST(Misuses, AreErrorsOfTheLibrary) {
-  const SAException error = pq::Misuse(L"no such column");
+TEST(UsageErrors, AreErrorsOfTheLibrary) {
+  const SAException error = pq::UsageError(L"no such column");
   EXPECT_EQ(error.ErrClass(), SA_Library_Error);
   EXPECT_EQ(error.ErrNativeCode(), 0);
   EXPECT_EQ(Wide(error.ErrText()), L"no such column");

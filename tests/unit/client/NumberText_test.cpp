@@ -43,30 +43,30 @@ TEST(IntegerText, MayHaveAnExponent) {
 }
 
 TEST(IntegerText, OutOfRangeIsAnError) {
-  EXPECT_EQ(Misuse([] { Integer("9223372036854775808"); }),
+  EXPECT_EQ(UsageErrorText([] { Integer("9223372036854775808"); }),
             L"\"9223372036854775808\" is out of the range of the type it is read as");
   for (const char* text : {"-9223372036854775809", "99999999999999999999999.5", "1e+19", "-1e+19", "9.3e18",
                            "1e400", "NaN", "Infinity", "-Infinity"}) {
-    EXPECT_NE(Misuse([&] { Integer(text); }), L"") << text;
+    EXPECT_NE(UsageErrorText([&] { Integer(text); }), L"") << text;
   }
 }
 
 TEST(IntegerText, OutOfTheRangeAskedForIsAnError) {
   EXPECT_EQ(pq::ParseInteger("-32768", -32768, 32767), -32768);
   EXPECT_EQ(pq::ParseInteger("32767.9", -32768, 32767), 32767);
-  EXPECT_EQ(Misuse([] { pq::ParseInteger("32768", -32768, 32767); }),
+  EXPECT_EQ(UsageErrorText([] { pq::ParseInteger("32768", -32768, 32767); }),
             L"\"32768\" is out of the range of the type it is read as");
-  EXPECT_NE(Misuse([] { pq::ParseInteger("-32769", -32768, 32767); }), L"");
-  EXPECT_NE(Misuse([] { pq::ParseInteger("3.3e4", -32768, 32767); }), L"");
+  EXPECT_NE(UsageErrorText([] { pq::ParseInteger("-32769", -32768, 32767); }), L"");
+  EXPECT_NE(UsageErrorText([] { pq::ParseInteger("3.3e4", -32768, 32767); }), L"");
 }
 
 TEST(NumberText, ThatIsNoneIsAnError) {
-  EXPECT_EQ(Misuse([] { Integer("12 apples"); }), L"\"12 apples\" is no number");
-  EXPECT_EQ(Misuse([] { Integer("\xC3\xA4"); }), L"\"\u00e4\" is no number");
+  EXPECT_EQ(UsageErrorText([] { Integer("12 apples"); }), L"\"12 apples\" is no number");
+  EXPECT_EQ(UsageErrorText([] { Integer("\xC3\xA4"); }), L"\"\u00e4\" is no number");
   for (const char* text : {"", " ", "-", "+", ".", "e5", "1,5", "1.5.2", "0x10", "1e", "--1", "+-1", "1 2",
                            "5.x", "t", "NULL", "infin"}) {
-    EXPECT_NE(Misuse([&] { Integer(text); }), L"") << text;
-    EXPECT_NE(Misuse([&] { pq::ParseDouble(text); }), L"") << text;
+    EXPECT_NE(UsageErrorText([&] { Integer(text); }), L"") << text;
+    EXPECT_NE(UsageErrorText([&] { pq::ParseDouble(text); }), L"") << text;
   }
 }
 
@@ -90,7 +90,7 @@ TEST(DoubleText, TooGreatIsAnError) {
   const std::string digits = "1" + std::string(400, '0');
   for (const std::string& text :
        {std::string("1e400"), std::string("-1e400"), digits, digits + ".5", std::string("1e99999999999")}) {
-    EXPECT_NE(Misuse([&] { pq::ParseDouble(text); }), L"") << text;
+    EXPECT_NE(UsageErrorText([&] { pq::ParseDouble(text); }), L"") << text;
   }
 }
 
@@ -106,7 +106,7 @@ TEST(DoubleText, TooSmallIsZero) {
 TEST(BoolText, IsRead) {
   for (const char* text : {"t", "true", "1", "-1", "0.5", "1e5"}) EXPECT_TRUE(pq::ParseBool(text)) << text;
   for (const char* text : {"f", "false", "0", "0.00", "-0"}) EXPECT_FALSE(pq::ParseBool(text)) << text;
-  EXPECT_EQ(Misuse([] { pq::ParseBool("maybe"); }), L"\"maybe\" is no number");
+  EXPECT_EQ(UsageErrorText([] { pq::ParseBool("maybe"); }), L"\"maybe\" is no number");
 }
 
 }  // namespace

@@ -120,12 +120,12 @@ TEST_F(ParametersTest, AreNamedByTheirNumber) {
 TEST_F(ParametersTest, MustBeBound) {
   Add().setAsLong() = 1;
   Add();
-  EXPECT_EQ(Misuse([&] { parameters.Bind(values); }), L"The parameter :2 has no value");
+  EXPECT_EQ(UsageErrorText([&] { parameters.Bind(values); }), L"The parameter :2 has no value");
 }
 
 TEST_F(ParametersTest, MustNotHoldANulCharacter) {
   Add().setAsString() = SAString(L"a\0b", 3);
-  EXPECT_EQ(Misuse([&] { parameters.Bind(values); }), L"The parameter :1 holds a NUL character");
+  EXPECT_EQ(UsageErrorText([&] { parameters.Bind(values); }), L"The parameter :1 holds a NUL character");
 }
 
 TEST_F(ParametersTest, FitTheTypesTheyWereParsedFor) {

@@ -152,15 +152,15 @@ TEST(SAFieldTest, ReadsBooleansAsNumbers) {
   EXPECT_EQ(Field(yes).asShort(), 1);
   EXPECT_EQ(Field(yes).asDouble(), 1.0);
   EXPECT_EQ(Field(no).asInt64(), 0);
-  EXPECT_NE(Misuse([&] { Field(text).asLong(); }), L"");
+  EXPECT_NE(UsageErrorText([&] { Field(text).asLong(); }), L"");
 }
 
 TEST(SAFieldTest, NeverWraps) {
   const pq::Cell cell = Cell("2147483648");
   EXPECT_EQ(Field(cell).asInt64(), 2147483648);
-  EXPECT_EQ(Misuse([&] { Field(cell).asLong(); }),
+  EXPECT_EQ(UsageErrorText([&] { Field(cell).asLong(); }),
             L"\"2147483648\" is out of the range of the type it is read as");
-  EXPECT_NE(Misuse([&] { Field(cell).asShort(); }), L"");
+  EXPECT_NE(UsageErrorText([&] { Field(cell).asShort(); }), L"");
 }
 
 TEST(SAFieldTest, MendsMalformedText) {

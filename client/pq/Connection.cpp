@@ -1,0 +1,160 @@
+#include "Connection.h"
+
+#include <libpq-fe.h>
+
+#include <string_view>
+#include <utility>
+
+#include "Errors.h"
+
+namespace pq {
+namespace {
+
+constexpr char kPing[] = "";
+constexpr char kCommit[] = "COMMIT";
+constexpr char kRollback[] = "ROLLBACK";
+constexpr char kCommitRolledBack[] = "The transaction was rolled back: a statement in it has failed";
+constexpr char kDeallocate[] = "DEALLOCATE ";
+constexpr char kNamePrefix[] = "dbmsapi_";
+constexpr char kCopyRefused[] = "COPY goes through the native connection";
+constexpr int kTextResults = 0;
+
+// Ends a COPY that nobody feeds or reads.
+void EndCopy(PGconn* handle, ExecStatusType status) {
+  if (status == PGRES_COPY_IN || status == PGRES_COPY_BOTH) PQputCopyEnd(handle, kCopyRefused);
+  if (status == PGRES_COPY_OUT || status == PGRES_COPY_BOTH) {
+    char* line = nullptr;
+    while (PQgetCopyData(handle, &line, 0) > 0) PQfreemem(line);
+  }
+}
+
+bool IsCopy(ExecStatusType status) {
+  return status == PGRES_COPY_IN || status == PGRES_COPY_OUT || status == PGRES_COPY_BOTH;
+}
+
+}  // namespace
+
+void Connection::Open(const ConnectionKeywords& keywords) {
+  handle_ = Connect(keywords);
+  released_ = std::make_shared<PreparedNames>();
+}
+
+void Connection::Close() {
+  if (!handle_) throw UsageError(L"The connection is not connected");
+  reading_ = 0;
+  released_.reset();
+  handle_.reset();
+}
+
+void Connection::Destroy() noexcept {
+  if (!handle_) return;
+  ShutDown(handle_.get());
+  Close();
+}
+
+bool Connection::IsAlive() {
+  if (!handle_ || PQstatus(handle_.get()) != CONNECTION_OK) return false;
+  DiscardUnread();
+  const Result answer(PQexec(handle_.get(), kPing));
+  return PQresultStatus(answer.get()) == PGRES_EMPTY_QUERY;
+}
+
+PGconn* Connection::NativeHandle() {
+  // Only what a command has left: a COPY that the owner of the handle is in the middle of goes on.
+  if (handle_ && reading_ != 0) DiscardUnread();
+  return handle_.get();
+}
+
+void Connection::MakeReady() {
+  if (!handle_) throw UsageError(L"The connection is not connected");
+  DiscardUnread();
+}
+
+// libpq counts a connection as active until its answer is read to the end.
+void Connection::DiscardUnread() {
+  reading_ = 0;
+  if (PQtransactionStatus(handle_.get()) != PQTRANS_ACTIVE) return;
+  while (const Result piece{PQgetResult(handle_.get())}) EndCopy(handle_.get(), PQresultStatus(piece.get()));
+}
+
+Result Connection::Execute(const char* statement) {
+  MakeReady();
+  Result result(PQexec(handle_.get(), statement));
+  if (!result || IsFailure(result.get())) ThrowFailure(result.get(), handle_.get());
+  return result;
+}
+
+std::string Connection::Value(const char* query) {
+  const Result result = Execute(query);
+  return PQntuples(result.get()) > 0 ? PQgetvalue(result.get(), 0, 0) : "";
+}
+
+bool Connection::IsIdle() const { return PQtransactionStatus(handle_.get()) == PQTRANS_IDLE; }
+
+bool Connection::IsInTransaction() {
+  MakeReady();
+  const PGTransactionStatusType status = PQtransactionStatus(handle_.get());
+  return status == PQTRANS_INTRANS || status == PQTRANS_INERROR;
+}
+
+void Connection::Commit() {
+  if (!IsInTransaction()) return;
+  const Result result = Execute(kCommit);
+  if (PQcmdStatus(result.get()) != std::string_view(kRollback)) return;
+  throw StatementFailure(PGRES_FATAL_ERROR, kCommitRolledBack, "");
+}
+
+void Connection::Rollback() {
+  if (IsInTransaction()) Execute(kRollback);
+}
+
+QueryId Connection::Send(Statement& statement, const Parameters& parameters) {
+  MakeReady();
+  PGconn* const handle = handle_.get();
+  if (parameters.Count() == 0) return Sent(PQsendQuery(handle, statement.text.c_str()));
+
+  if (statement.released.expired() || !parameters.Fit(statement.types)) {
+    statement.Release();
+    parameters.UpdateTypes(statement.types);
+    statement.released = released_;
+    return Sent(PQsendQueryParams(handle, statement.text.c_str(), parameters.Count(), statement.types.data(),
+                                  parameters.Values(), parameters.Lengths(), parameters.Formats(),
+                                  kTextResults));
+  }
+  if (statement.name.empty()) statement.name = Prepare(statement);
+  return Sent(PQsendQueryPrepared(handle, statement.name.front().c_str(), parameters.Count(),
+                                  parameters.Values(), parameters.Lengths(), parameters.Formats(),
+                                  kTextResults));
+}
+
+QueryId Connection::Sent(int accepted) {
+  if (!accepted) ThrowFailure(nullptr, handle_.get());
+  PQsetSingleRowMode(handle_.get());
+  return reading_ = ++lastQuery_;
+}
+
+PreparedNames Connection::Prepare(const Statement& statement) {
+  DeallocateReleased();
+  PreparedNames name = {kNamePrefix + std::to_string(++lastName_)};
+  const Result result(PQprepare(handle_.get(), name.front().c_str(), statement.text.c_str(),
+                                static_cast<int>(statement.types.size()), statement.types.data()));
+  if (PQresultStatus(result.get()) != PGRES_COMMAND_OK) ThrowFailure(result.get(), handle_.get());
+  return name;
+}
+
+// Only outside a transaction: in a failed one the server would refuse, and in a new one it would count as the
+// first query. One by one: it fails for a name that others have deallocated already.
+void Connection::DeallocateReleased() {
+  if (!IsIdle()) return;
+  for (const std::string& name : *released_) Result(PQexec(handle_.get(), (kDeallocate + name).c_str()));
+  released_->clear();
+}
+
+Result Connection::Next() {
+  Result piece(PQgetResult(handle_.get()));
+  if (!IsCopy(PQresultStatus(piece.get()))) return piece;
+  DiscardUnread();
+  throw UsageError(L"COPY goes through the native connection");
+}
+
+}  // namespace pq

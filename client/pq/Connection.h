@@ -1,0 +1,67 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "ConnectionHandle.h"
+#include "Parameters.h"
+#include "StatementCache.h"
+
+namespace pq {
+
+// Identifies a query that was sent over a connection; 0 is none.
+using QueryId = std::uint64_t;
+
+// A connection to a server, and which query is being read from it. It may be opened again after it was
+// closed. What needs an open connection throws class 2 when there is none.
+class Connection {
+ public:
+  void Open(const ConnectionKeywords& keywords);  // while it is closed
+  void Close();
+  void Destroy() noexcept;
+  bool IsOpen() const { return handle_ != nullptr; }
+  bool IsAlive();
+
+  const PGconn* handle() const { return handle_.get(); }
+  // The handle for others to use, null while closed. Nothing is left unread on it.
+  PGconn* NativeHandle();
+
+  // Statements of the layer's own, run to their end. Value gives the first value of the first row.
+  void Run(const char* statement) { Execute(statement); }
+  std::string Value(const char* query);
+  void Commit();    // nothing outside a transaction
+  void Rollback();  // likewise
+
+  // Sends a statement. Its answer is then read piece by piece with Next.
+  //
+  // A statement with parameters goes without a name the first time. The second time it is prepared under one,
+  // which serves it from then on. Values of other types, and a new connection, start over.
+  QueryId Send(Statement& statement, const Parameters& parameters);
+
+  // Whether the answer that comes next is still the one to this query.
+  bool IsReading(QueryId query) const { return query == reading_; }
+
+  // A row, or the end of a statement; null after the last one.
+  Result Next();
+
+  // Whether the server waits for a statement outside a transaction.
+  bool IsIdle() const;
+
+ private:
+  void MakeReady();
+  void DiscardUnread();
+  void DeallocateReleased();
+  Result Execute(const char* statement);
+  bool IsInTransaction();
+  PreparedNames Prepare(const Statement& statement);
+  QueryId Sent(int accepted);
+
+  ConnectionHandle handle_;
+  QueryId lastQuery_ = 0;
+  QueryId reading_ = 0;
+  unsigned lastName_ = 0;
+  std::shared_ptr<PreparedNames> released_;  // to be deallocated; null while the connection is closed
+};
+
+}  // namespace pq

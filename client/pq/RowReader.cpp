@@ -1,0 +1,119 @@
+#include "RowReader.h"
+
+#include <libpq-fe.h>
+
+#include <utility>
+
+#include "Errors.h"
+
+namespace pq {
+namespace {
+
+// The end of a statement that gives no rows.
+bool IsRowless(const PGresult* result) {
+  const ExecStatusType status = PQresultStatus(result);
+  return status == PGRES_COMMAND_OK || status == PGRES_EMPTY_QUERY;
+}
+
+bool IsRow(const PGresult* result) { return PQresultStatus(result) == PGRES_SINGLE_TUPLE; }
+
+}  // namespace
+
+void RowReader::Start(QueryId query) {
+  Clear();
+  query_ = query;
+  Result first = connection_.Next();
+  while (first && IsRowless(first.get())) first = connection_.Next();
+  if (!first) return;
+  if (IsFailure(first.get())) {
+    Finish(std::move(first));
+    Fail();
+  }
+
+  Describe(first.get());
+  if (IsRow(first.get())) {
+    row_ = std::move(first);
+    held_ = true;
+    TakeAhead(connection_.Next());
+  } else {
+    Finish(connection_.Next());
+  }
+  // If the error follows at most one row, the implicit commit may have failed. Throw now, so that a caller
+  // who never fetches still sees it.
+  if (failure_ && !ahead_) Fail();
+}
+
+void RowReader::Describe(const PGresult* result) {
+  const int count = PQnfields(result);
+  for (int i = 0; i < count; ++i) {
+    cells_.push_back({nullptr, 0, PQftype(result, i)});
+    columnNames_.push_back(PQfname(result, i));
+  }
+}
+
+void RowReader::TakeAhead(Result result) {
+  if (IsRow(result.get())) {
+    ahead_ = std::move(result);
+  } else {
+    Finish(std::move(result));
+  }
+}
+
+// Reads the answer to its end.
+void RowReader::Finish(Result result) {
+  for (; result; result = connection_.Next()) {
+    if (!failure_ && IsFailure(result.get())) failure_ = std::move(result);
+  }
+}
+
+bool RowReader::FetchNext() {
+  if ((held_ || ahead_) && !connection_.IsReading(query_)) {
+    DropRows();
+    throw UsageError(L"The rows left were discarded when the connection went on to something else");
+  }
+  if (!std::exchange(held_, false)) Advance();
+  ShowRow();
+  return row_ != nullptr;
+}
+
+void RowReader::Advance() {
+  row_ = std::move(ahead_);
+  if (row_) {
+    TakeAhead(connection_.Next());
+  } else if (failure_) {
+    Fail();
+  }
+}
+
+void RowReader::ShowRow() {
+  const PGresult* row = row_.get();
+  int column = 0;
+  for (Cell& cell : cells_) {
+    cell.length = row ? PQgetlength(row, 0, column) : 0;
+    const bool isNull = cell.length == 0 && (!row || PQgetisnull(row, 0, column));
+    cell.data = isNull ? nullptr : PQgetvalue(row, 0, column);
+    ++column;
+  }
+}
+
+void RowReader::DropRows() {
+  held_ = false;
+  row_.reset();
+  ahead_.reset();
+  ShowRow();
+}
+
+void RowReader::Clear() {
+  DropRows();
+  failure_.reset();
+  cells_.clear();
+  columnNames_.clear();
+}
+
+void RowReader::Fail() {
+  const Result failure = std::move(failure_);
+  DropRows();
+  ThrowFailure(failure.get(), connection_.handle());
+}
+
+}  // namespace pq
