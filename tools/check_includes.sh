@@ -65,7 +65,7 @@ is_public() {
     client/include/*) return 0 ;;
     DbmsAPI/Dbms.h | DbmsAPI/Diagnostics.h | DbmsAPI/Export.h | DbmsAPI/*Types.h) return 0 ;;
     historian/Backfill.h | historian/Error.h | historian/Export.h | historian/Health.h) return 0 ;;
-    historian/Recorder.h | historian/Trend.h) return 0 ;;
+    historian/Recorder.h | historian/Time.h | historian/Trend.h) return 0 ;;
     *) return 1 ;;
   esac
 }

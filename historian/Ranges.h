@@ -1,0 +1,47 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace historian {
+
+// Times from begin on and before end, in epoch milliseconds.
+struct Range {
+  std::int64_t begin = 0, end = 0;
+
+  bool Empty() const { return begin >= end; }
+  friend bool operator==(const Range&, const Range&) = default;
+};
+
+// The largest multiple of unit that is not above time, and the smallest that is not below.
+std::int64_t Floor(std::int64_t time, std::int64_t unit);
+std::int64_t Ceiling(std::int64_t time, std::int64_t unit);
+
+// A set of times: ranges in ascending order that neither overlap nor touch. Internal: not installed.
+class Ranges {
+ public:
+  Ranges() = default;
+  explicit Ranges(std::vector<Range> ranges);  // in any order, overlapping or not
+  static Ranges All();
+
+  bool Empty() const { return ranges_.empty(); }
+  auto begin() const { return ranges_.begin(); }
+  auto end() const { return ranges_.end(); }
+  std::size_t size() const { return ranges_.size(); }
+
+  Ranges And(const Ranges& other) const;
+  Ranges Minus(const Ranges& other) const;
+  // With every range grown to whole units, and shrunk to the whole units inside.
+  Ranges Outward(std::int64_t unit) const;
+  Ranges Inward(std::int64_t unit) const;
+  // With the shortest gaps closed until no more than `most` ranges are left.
+  Ranges Merged(std::size_t most) const;
+
+  friend bool operator==(const Ranges&, const Ranges&) = default;
+
+ private:
+  std::vector<Range> ranges_;
+};
+
+}  // namespace historian

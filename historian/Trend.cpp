@@ -1,0 +1,199 @@
+#include "historian/Trend.h"
+
+#include <algorithm>
+#include <map>
+#include <stdexcept>
+#include <unordered_map>
+
+#include "historian/Coverage.h"
+#include "historian/Sql.h"
+
+namespace historian {
+namespace {
+
+// All three: $1 tags, $2 and $3 first instant and the one after the last, $4 width of a bucket, $5 where the
+// first begins, in milliseconds. They give for a tag and a bucket its begin, its rows and, of those that have
+// a value, the number, sum, minimum and maximum.
+constexpr char kSamples[] =
+    "select tag_name, extract(epoch from date_bin($4::bigint * interval '1 millisecond', time, "
+    "to_timestamp($5::bigint / 1000.0))) * 1000, "
+    "count(*), count(value), sum(value), min(value), max(value) from datalog "
+    "where tag_name = any($1::text[]) and time >= to_timestamp($2::bigint / 1000.0) "
+    "and time < to_timestamp($3::bigint / 1000.0) group by 1, 2";
+
+// $6 the unit in milliseconds, of which each row is one.
+constexpr char kUnitsOfSamples[] =
+    "with unit as (select tag_name, date_bin($6::bigint * interval '1 millisecond', time, "
+    "to_timestamp($5::bigint / 1000.0)) as bucket, avg(value) as mean, min(value) as low, max(value) as high "
+    "from datalog where tag_name = any($1::text[]) and time >= to_timestamp($2::bigint / 1000.0) "
+    "and time < to_timestamp($3::bigint / 1000.0) group by 1, 2) "
+    "select tag_name, extract(epoch from date_bin($4::bigint * interval '1 millisecond', bucket, "
+    "to_timestamp($5::bigint / 1000.0))) * 1000, "
+    "count(*), count(mean), sum(mean), min(low), max(high) from unit group by 1, 2";
+
+constexpr char kAggregateHead[] =
+    "select tag_name, extract(epoch from date_bin($4::bigint * interval '1 millisecond', bucket, "
+    "to_timestamp($5::bigint / 1000.0))) * 1000, "
+    "count(*), count(avg_val), sum(avg_val), min(min_val), max(max_val) from ";
+constexpr char kAggregateTail[] =
+    " where tag_name = any($1::text[]) and bucket >= to_timestamp($2::bigint / 1000.0) "
+    "and bucket < to_timestamp($3::bigint / 1000.0) group by 1, 2";
+
+// $1 tags, $2 and $3 as above, $4 most rows.
+constexpr char kRawSamples[] =
+    "select tag_name, floor(extract(epoch from time) * 1000), value from datalog "
+    "where tag_name = any($1::text[]) and time >= to_timestamp($2::bigint / 1000.0) "
+    "and time < to_timestamp($3::bigint / 1000.0) limit $4::bigint";
+
+// The server's first timestamp, and the one after its last.
+constexpr std::int64_t kFirstTime = -210'866'803'200'000;
+constexpr std::int64_t kLastTime = 9'224'318'016'000'000;
+
+// The values of a bucket, as far as read.
+struct Sum {
+  std::int64_t values = 0;
+  double sum = 0;
+  double min = std::numeric_limits<double>::infinity();
+  double max = -std::numeric_limits<double>::infinity();
+};
+
+struct TagSum {
+  std::map<std::int64_t, Sum> buckets;  // by their begin
+  std::int64_t rows = 0;
+  bool samplesStored = true;  // of all that was read
+};
+
+class Reader {
+ public:
+  Reader(Dbms& dbms, const std::vector<std::string>& tags, Range range, int buckets)
+      : link_(dbms, "read a trend"),
+        range_(range),
+        most_(buckets),
+        coverage_(ReadCoverage(link_)),
+        buckets_(ChooseBuckets(coverage_, range, buckets)) {
+    for (const std::string& tag : tags) tags_[tag];
+  }
+
+  void Read();
+  TagTrend TrendOf(const std::string& tag) const;
+  const Buckets& buckets() const { return buckets_; }
+
+ private:
+  void ReadSegment(const Segment& segment, const std::string& tags);
+  void ReadRaw(const std::vector<std::string>& tags);
+
+  Link link_;
+  const Range range_;
+  const int most_;
+  const Coverage coverage_;
+  const Buckets buckets_;
+  std::unordered_map<std::string, TagSum> tags_;
+  std::unordered_map<std::string, std::vector<TrendBucket>> raw_;
+};
+
+double ValueOrNan(const Result& rows, int row, int column) {
+  return rows.IsNull(row, column) ? std::numeric_limits<double>::quiet_NaN() : rows.Number(row, column);
+}
+
+void Reader::ReadSegment(const Segment& segment, const std::string& tags) {
+  std::vector<Link::Value> values = {tags, std::to_string(segment.range.begin),
+                                     std::to_string(segment.range.end), std::to_string(buckets_.width),
+                                     std::to_string(buckets_.origin)};
+  std::string statement = kSamples;
+  if (segment.store != Store::Samples) {
+    statement = std::string(kAggregateHead) +
+                (segment.store == Store::Minutes ? "datalog_1m" : "datalog_1h") + kAggregateTail;
+  } else if (buckets_.store != Store::Samples) {
+    statement = kUnitsOfSamples;
+    values.emplace_back(std::to_string(Unit(buckets_.store)));
+  }
+  const Result rows = link_.Run(statement, values);
+  for (int row = 0; row < rows.size(); ++row) {
+    TagSum& tag = tags_[std::string(rows.Text(row, 0))];
+    Sum& bucket = tag.buckets[rows.Integer(row, 1)];
+    tag.rows += rows.Integer(row, 2);
+    tag.samplesStored = tag.samplesStored && segment.samplesStored;
+    if (rows.Integer(row, 3) == 0) continue;
+    bucket.values += rows.Integer(row, 3);
+    bucket.sum += rows.Number(row, 4);
+    bucket.min = std::min(bucket.min, rows.Number(row, 5));
+    bucket.max = std::max(bucket.max, rows.Number(row, 6));
+  }
+}
+
+// A tag whose rows fit has its samples read as well. How many a row of an aggregate is made of is not known:
+// one sample more than fits is asked for.
+void Reader::ReadRaw(const std::vector<std::string>& tags) {
+  const std::int64_t most = static_cast<std::int64_t>(tags.size()) * most_ + 1;
+  const Result rows = link_.Run(kRawSamples, {ArrayLiteral(tags), std::to_string(range_.begin),
+                                              std::to_string(range_.end), std::to_string(most)});
+  for (int row = 0; row < rows.size(); ++row) {
+    const double value = ValueOrNan(rows, row, 2);
+    raw_[std::string(rows.Text(row, 0))].push_back(
+        {Time(std::chrono::milliseconds(rows.Integer(row, 1))), value, value, value});
+  }
+  std::erase_if(raw_, [&](const auto& tag) { return tag.second.size() > static_cast<std::size_t>(most_); });
+  for (auto& [tag, samples] : raw_) {
+    std::sort(samples.begin(), samples.end(),
+              [](const TrendBucket& a, const TrendBucket& b) { return a.time < b.time; });
+  }
+}
+
+void Reader::Read() {
+  std::vector<std::string> names;
+  for (const auto& [name, tag] : tags_) names.push_back(name);
+  const std::string array = ArrayLiteral(names);
+  for (const Segment& segment : Split(coverage_, range_, {buckets_.store})) ReadSegment(segment, array);
+
+  std::erase_if(names, [&](const std::string& name) {
+    const TagSum& tag = tags_[name];
+    return tag.rows == 0 || tag.rows > most_ || !tag.samplesStored;
+  });
+  if (names.empty()) return;
+  // Rows that are samples have been counted; rows of aggregates may be any number of samples each.
+  if (buckets_.store == Store::Samples) return ReadRaw(names);
+  for (const std::string& name : names) ReadRaw({name});
+}
+
+TagTrend Reader::TrendOf(const std::string& name) const {
+  TagTrend trend{name, false, {}};
+  if (const auto raw = raw_.find(name); raw != raw_.end()) {
+    trend.raw = true;
+    trend.buckets = raw->second;
+    return trend;
+  }
+  for (const auto& [begin, sum] : tags_.at(name).buckets) {
+    TrendBucket& bucket = trend.buckets.emplace_back();
+    bucket.time = Time(std::chrono::milliseconds(std::max(begin, range_.begin)));
+    if (sum.values == 0) continue;
+    bucket.min = sum.min;
+    bucket.mean = sum.sum / static_cast<double>(sum.values);
+    bucket.max = sum.max;
+  }
+  return trend;
+}
+
+Resolution ResolutionOf(Store store) {
+  if (store == Store::Samples) return Resolution::Samples;
+  return store == Store::Minutes ? Resolution::Minutes : Resolution::Hours;
+}
+
+}  // namespace
+
+Trend ReadTrend(Dbms& dbms, const std::vector<std::string>& tags, Time from, Time to, int buckets) {
+  const Range range = {from.time_since_epoch().count(), to.time_since_epoch().count()};
+  if (range.Empty()) throw std::invalid_argument("read a trend: the range is empty");
+  if (range.begin < kFirstTime || range.end > kLastTime)
+    throw std::invalid_argument("read a trend: the range is beyond the times that the server knows");
+  if (buckets < 1) throw std::invalid_argument("read a trend: at least one bucket is needed");
+  Trend trend;
+  if (tags.empty()) return trend;
+  Reader reader(dbms, tags, range, buckets);
+  reader.Read();
+  trend.resolution = ResolutionOf(reader.buckets().store);
+  trend.width = std::chrono::milliseconds(reader.buckets().width);
+  for (const std::string& tag : tags) trend.tags.push_back(reader.TrendOf(tag));
+  return trend;
+}
+
+}  // namespace historian
