@@ -114,7 +114,8 @@ bool TirelScada::InsertTagValues(const wchar_t* tableName, const std::vector<Tag
     const SAIsolationLevel_t former = connection->IsolationLevel();
     connection->setIsolationLevel(SA_ReadCommitted);
     const bool stored = Guard([&] { StoreInBatches(*connection, command, tableName, records); });
-    // The level is the client's: a refused batch gives it back too, unless the link went with it.
+    // The level is the client's: a refused batch restores it too, unless the connection is lost.
+    // Kept: a level that was never set through the connection is unknown, and stays read committed.
     if (stored || connection->isConnected()) connection->setIsolationLevel(former);
     return stored;
   });

@@ -56,9 +56,11 @@ class SQLAPI_EXPORT SAConnection {
   void Commit();
   void Rollback();
 
-  // Commits an open transaction and sets the level of the transactions to come.
+  // Commits an open transaction and sets the level of later transactions. SA_LevelUnknown sends
+  // nothing: the server does not report the level that a session starts with, so it cannot be
+  // restored.
   void setIsolationLevel(SAIsolationLevel_t level);
-  SAIsolationLevel_t IsolationLevel() const;  // last set on this link, SA_LevelUnknown before
+  SAIsolationLevel_t IsolationLevel() const;  // last set on this connection, SA_LevelUnknown before
 
   // Native access: cast to pgAPI and pgConnectionHandles. NativeHandles discards unread rows of a
   // command; the link in the handles is null while there is none.

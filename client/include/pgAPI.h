@@ -6,6 +6,8 @@
 //   auto* handles = static_cast<pgConnectionHandles*>(connection.NativeHandles());
 //   PGresult* result = api->PQexec(handles->conn, "vacuum");
 
+#include <string>
+
 #include "SQLAPI.h"
 
 typedef struct pg_conn PGconn;
@@ -35,6 +37,11 @@ class SQLAPI_EXPORT pgAPI : public saAPI {
   char* (*PQcmdTuples)(PGresult* result) = nullptr;
   int (*PQstatus)(const PGconn* connection) = nullptr;
 };
+
+// An extra of this layer: the text of a failed result (empty for a null one), in UTF-8 and without line feeds
+// at its end, as SAException has it. The lines after the message itself are left out where they may quote
+// rows: after data exceptions and violated constraints (SQLSTATE 22..., 23... and 44...).
+SQLAPI_EXPORT std::string ErrorText(const pgAPI& api, const PGresult* result);
 
 class SQLAPI_EXPORT pgConnectionHandles : public saConnectionHandles {
  public:

@@ -13,11 +13,6 @@ constexpr int kConnectionBad = 1;  // libpq's CONNECTION_BAD
 constexpr std::string_view kRefused = "Connection refused";
 constexpr std::string_view kRefusedNumber = " (0x0000274D/10061)";
 
-std::string_view WithoutLineFeeds(std::string_view text) {
-  while (text.ends_with('\n') || text.ends_with('\r')) text.remove_suffix(1);
-  return text;
-}
-
 // Puts the number after each refusal that does not have it yet.
 void NumberRefusals(std::string& text, std::string_view refused) {
   if (refused.empty()) return;
@@ -30,6 +25,11 @@ void NumberRefusals(std::string& text, std::string_view refused) {
 SAString Wide(std::string_view utf8) { return SAString(sys::FromUtf8(utf8)); }
 
 }  // namespace
+
+std::string_view WithoutLineFeeds(std::string_view text) {
+  while (text.ends_with('\n') || text.ends_with('\r')) text.remove_suffix(1);
+  return text;
+}
 
 SAException UsageError(std::wstring text) {
   return SAException(SA_Library_Error, kNoNativeCode, SAString(std::move(text)));

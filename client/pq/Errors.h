@@ -7,6 +7,9 @@
 
 namespace pq {
 
+// A text without the line feeds at its end.
+std::string_view WithoutLineFeeds(std::string_view text);
+
 // The layer was used wrongly, or a value cannot be read as asked: class 2.
 SAException UsageError(std::wstring text);
 

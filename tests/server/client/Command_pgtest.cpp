@@ -168,6 +168,23 @@ TEST_F(Commands, ReportWhatTheServerRefuses) {
   EXPECT_TRUE(connection.isAlive());
 }
 
+// The server quotes the rows that it refuses, in what follows the message.
+TEST_F(Commands, ReportRefusedRowsWithoutTheirValues) {
+  Run("create table u (name text primary key, password text not null check (password <> 'secret'))");
+  const auto text = [&](const wchar_t* statement) { return Wide(Thrown([&] { Ask(statement); }).ErrText()); };
+  EXPECT_EQ(text(L"insert into u values ('op', 'secret')"),
+            L"ERROR:  new row for relation \"u\" violates check constraint \"u_password_check\"");
+  Ask(L"insert into u values ('op', 'other')");
+  EXPECT_EQ(text(L"insert into u values ('op', 'again')"),
+            L"ERROR:  duplicate key value violates unique constraint \"u_pkey\"");
+  EXPECT_EQ(text(L"select 'secret'::json"), L"ERROR:  invalid input syntax for type json");
+  Ask(L"create view v as select * from u");
+  EXPECT_EQ(text(L"drop table u"),
+            L"ERROR:  cannot drop table u because other objects depend on it\n"
+            L"DETAIL:  view v depends on table u\n"
+            L"HINT:  Use DROP ... CASCADE to drop the dependent objects too.");
+}
+
 TEST_F(Commands, ReportAFailureMidwayAfterTheRowsBeforeIt) {
   SACommand command(&connection, L"select 6 / (4 - i) from generate_series(1, 9) i");
   command.Execute();

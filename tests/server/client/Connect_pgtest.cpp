@@ -97,6 +97,21 @@ TEST_F(Connecting, RefusesAPortThatIsNone) {
   EXPECT_EQ(Wide(error.ErrText()), L"invalid port number: \"-1\"");
 }
 
+TEST_F(Connecting, QuotesNothingOfADatabaseTextItCannotRead) {
+  for (const wchar_t* database : {L"dbname=db password=se cret", L"dbname=db password='secret", L"secret=1",
+                                  L"postgresql://u:secret@[::1/db"}) {
+    const SAException error = Thrown([&] { ConnectTo(connection, L"@" + std::wstring(database)); });
+    EXPECT_EQ(error.ErrClass(), SA_DBMS_API_Error);
+    EXPECT_EQ(error.ErrNativeCode(), 1);
+    EXPECT_EQ(Wide(error.ErrText()), L"The database text holds keywords that cannot be read");
+  }
+}
+
+TEST_F(Connecting, GoesToTheServerNamedWhateverAddressTheDatabaseTextHolds) {
+  ConnectTo(connection, Server() + L"@dbname=" + Database() + L" hostaddr=127.0.0.255");
+  EXPECT_EQ(Ask(L"select current_database()"), Database());
+}
+
 TEST_F(Connecting, WorksAgainAfterAFailure) {
   EXPECT_SA_ERROR(SA_DBMS_API_Error, 1, ConnectTo(connection, Server() + L"@no_such_database"));
   Connect();

@@ -80,6 +80,20 @@ TEST_F(Native, CopiesIntoATable) {
   EXPECT_EQ(Ask(L"select count(*) from t"), L"2");
 }
 
+// A message of the server would quote the row that it refuses, in its context.
+TEST_F(Native, ReportsARefusedCopyWithoutItsValues) {
+  PGconn* link = Link();
+  api.PQclear(api.PQexec(link, "copy t from stdin"));
+  EXPECT_EQ(api.PQputCopyData(link, "1\tsecret\tsecret\n", 16), 1);
+  EXPECT_EQ(api.PQputCopyEnd(link, nullptr), 1);
+  PGresult* result = api.PQgetResult(link);
+  EXPECT_EQ(ErrorText(api, result), "ERROR:  extra data after last expected column");
+  EXPECT_EQ(std::string(api.PQresultErrorMessage(result)).find("secret"), std::string::npos);
+  EXPECT_EQ(ErrorText(api, nullptr), "");
+  api.PQclear(result);
+  EXPECT_EQ(Finish(), std::vector<int>());
+}
+
 TEST_F(Native, CancelsACopy) {
   PGconn* link = Link();
   api.PQclear(api.PQexec(link, "copy t from stdin"));

@@ -98,6 +98,15 @@ TEST_F(TagValues, StoringRunsAtReadCommittedAndRestoresTheLevel) {
   EXPECT_EQ(dbms->GetConnection()->IsolationLevel(), SA_Serializable);
 }
 
+TEST_F(TagValues, KeepsReadCommittedWhereTheLevelIsUnknown) {
+  Run("alter database " + Value("select current_database()") +
+      " set default_transaction_isolation = serializable");
+  const auto dbms = NewPage();
+  EXPECT_EQ(Level(*dbms), L"serializable");
+  EXPECT_TRUE(dbms->InsertTagValues(L"page", ManyRecords(1)));
+  EXPECT_EQ(Level(*dbms), L"read committed");
+}
+
 TEST_F(TagValues, MillisecondsGoThereAndBack) {
   const std::vector<std::int64_t> times = {
       -62135596800000, -1, 0, 1, 999, 1700000000000, 1700000000123, 1700000000999, 253402300799999};
