@@ -25,9 +25,6 @@ constexpr wchar_t kOfThatName[] = L" and name = :2";
 // :1 model, :2 name.
 constexpr wchar_t kDeleteRecipe[] = L"delete from recipe where model_name = :1 and name = :2";
 
-// An optional argument; null is the same as the empty text.
-std::wstring TextOf(const wchar_t* optional) { return optional ? optional : L""; }
-
 bool Exists(SACommand& command, const wchar_t* model, const wchar_t* name) {
   command.setCommandText(kCountRecipe);
   command << model << name;
@@ -49,7 +46,7 @@ bool TirelScada::SaveRecipe(const wchar_t* model, const wchar_t* name, const wch
     command.Param(1).setAsString() = model;
     command.Param(2).setAsString() = name;
     command.Param(3).setAsString() = fields;
-    BindOrNull(command.Param(4), TextOf(description));
+    BindOrNull(command.Param(4), OptionalText(description));
     command.Execute();
   });
 }
@@ -57,7 +54,7 @@ bool TirelScada::SaveRecipe(const wchar_t* model, const wchar_t* name, const wch
 bool TirelScada::GetRecipes(const wchar_t* model, const wchar_t* name, std::vector<RecipeRecord>& recipes) {
   return Run([&](SACommand& command) {
     Require({{L"model", model}});
-    const bool named = !TextOf(name).empty();
+    const bool named = !OptionalText(name).empty();
     command.setCommandText(ToSAString(std::wstring(kSelectRecipes) + (named ? kOfThatName : L"")));
     command << model;
     if (named) command << name;

@@ -1,4 +1,5 @@
 #include "DbmsAPI/frame/Operation.h"
+#include "DbmsAPI/frame/RoleChange.h"
 #include "DbmsAPI/frame/SqlState.h"
 #include "port/Debug.h"
 #include "port/Format.h"
@@ -54,6 +55,6 @@ void TirelScada::ReportFailure(int errorClass, int nativeCode, const std::wstrin
 bool TirelScada::ConnectionLost() { return !connection->isAlive() && connection->isConnected(); }
 
 void TirelScada::AbandonServer() {
-  if (hostSelector) host = hostSelector(host.c_str());
-  connection->Destroy();
+  const std::wstring current = host;  // a selector that notifies a role change replaces the host's text
+  SwitchHost(hostSelector, current.c_str(), host, *connection);
 }

@@ -1,15 +1,15 @@
 #include "DbmsAPI/Dbms.h"
 
-#include <SQLAPI.h>
+#include "DbmsAPI/frame/Operation.h"
 
-Dbms::Dbms(const wchar_t* host_, int port_, const wchar_t* database_, const wchar_t* user_,
-           const wchar_t* password_)
+Dbms::Dbms(const wchar_t* serverHost, int serverPort, const wchar_t* databaseName, const wchar_t* userName,
+           const wchar_t* userPassword)
     : type(static_cast<DbmsType>(-1)),
-      host(host_),
-      port(port_),
-      database(database_),
-      user(user_),
-      password(password_),
+      host(OptionalText(serverHost)),
+      port(serverPort),
+      database(OptionalText(databaseName)),
+      user(OptionalText(userName)),
+      password(OptionalText(userPassword)),
       connection(std::make_shared<SAConnection>()) {}
 
 Dbms::Dbms(const Dbms& other) = default;

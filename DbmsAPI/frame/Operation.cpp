@@ -13,6 +13,8 @@ void Require(std::initializer_list<Argument> arguments) {
   }
 }
 
+std::wstring OptionalText(const wchar_t* argument) { return argument ? argument : L""; }
+
 std::wstring Bounded(std::size_t capacity, std::wstring statement) {
   auto fitting = sys::FitBuffer(capacity, std::move(statement));
   if (!fitting) throw StatementTooLong();

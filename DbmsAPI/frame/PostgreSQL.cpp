@@ -8,9 +8,9 @@ constexpr wchar_t kFindExtension[] = L"select * from pg_extension where extname 
 
 }  // namespace
 
-PostgreSQL::PostgreSQL(const wchar_t* host_, int port_, const wchar_t* database_, const wchar_t* user_,
-                       const wchar_t* password_)
-    : TirelScada(host_, port_, database_, user_, password_) {
+PostgreSQL::PostgreSQL(const wchar_t* serverHost, int serverPort, const wchar_t* databaseName,
+                       const wchar_t* userName, const wchar_t* userPassword)
+    : TirelScada(serverHost, serverPort, databaseName, userName, userPassword) {
   type = DbmsType::PostgreSQL;
   timescaleEnabled = false;
 }

@@ -1,13 +1,30 @@
-#include <SQLAPI.h>
+#include "DbmsAPI/frame/RoleChange.h"
 
 #include <algorithm>
+#include <exception>
 
 #include "DbmsAPI/frame/Registry.h"
 
+namespace {
+
+// Drops a connection at the end of its scope.
+struct Dropping {
+  SAConnection& connection;
+  ~Dropping() { connection.Destroy(); }
+};
+
+}  // namespace
+
+void SwitchHost(const std::function<const wchar_t*(const wchar_t*)>& selector, const wchar_t* current,
+                std::wstring& host, SAConnection& connection) {
+  const Dropping dropping{connection};
+  const wchar_t* const chosen = selector ? selector(current) : nullptr;
+  if (chosen) host = chosen;
+}
+
 void Dbms::NotifyRoleChange() {
   if (type != DbmsType::TirelScada || !hostSelector) return;
-  host = hostSelector(nullptr);
-  connection->Destroy();
+  SwitchHost(hostSelector, nullptr, host, *connection);
 }
 
 void Dbms::BroadcastRoleChange() {
@@ -20,5 +37,13 @@ void Dbms::BroadcastRoleChange() {
     std::erase_if(InstanceRegistry, [](const std::weak_ptr<Dbms>& entry) { return entry.expired(); });
   }
   // Outside the lock: a callback may itself call GetDbms.
-  for (const auto& dbms : living) dbms->NotifyRoleChange();
+  std::exception_ptr failure;
+  for (const auto& dbms : living) {
+    try {
+      dbms->NotifyRoleChange();
+    } catch (...) {
+      if (!failure) failure = std::current_exception();
+    }
+  }
+  if (failure) std::rethrow_exception(failure);
 }

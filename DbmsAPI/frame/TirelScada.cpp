@@ -1,8 +1,8 @@
 #include "DbmsAPI/TirelScada.h"
 
-TirelScada::TirelScada(const wchar_t* host_, int port_, const wchar_t* database_, const wchar_t* user_,
-                       const wchar_t* password_)
-    : Dbms(host_, port_, database_, user_, password_), timescaleEnabled(true) {
+TirelScada::TirelScada(const wchar_t* serverHost, int serverPort, const wchar_t* databaseName,
+                       const wchar_t* userName, const wchar_t* userPassword)
+    : Dbms(serverHost, serverPort, databaseName, userName, userPassword), timescaleEnabled(true) {
   type = DbmsType::TirelScada;
 }
 

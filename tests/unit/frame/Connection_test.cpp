@@ -1,6 +1,7 @@
 #include <SQLAPI.h>
 
 #include <algorithm>
+#include <stdexcept>
 
 #include "DbmsAPI/Diagnostics.h"
 #include "scripted/ScriptedTest.h"
@@ -52,6 +53,30 @@ TEST_F(Connection, ARefusedConnectionAsksForAnotherHost) {
   server.AcceptConnections();
   EXPECT_TRUE(dbms->Connect());
   EXPECT_EQ(server.connects.back(), L"standby,5432@scada operator secret 10");
+}
+
+TEST_F(Connection, ASelectorMayNotifyARoleChangeAndReturnTheTextItWasGiven) {
+  const std::wstring nested(1000, L'n');
+  dbms->hostSelector = [&](const wchar_t* current) {
+    if (!current) return nested.c_str();
+    dbms->NotifyRoleChange();
+    EXPECT_EQ(Access::Host(*dbms), nested);
+    return current;
+  };
+  server.RefuseConnections({3, 1, kRefused});
+  EXPECT_FALSE(dbms->Connect());
+  EXPECT_EQ(Access::Host(*dbms), L"127.0.0.1");
+}
+
+TEST_F(Connection, AnExceptionOfTheSelectorLeavesTheOperationAfterTheConnectionIsDropped) {
+  ASSERT_TRUE(dbms->Connect());
+  dbms->hostSelector = [](const wchar_t*) -> const wchar_t* { throw std::runtime_error("no host"); };
+  server.alive = false;
+  server.FailStatement(1, {3, 7, L"server closed the connection unexpectedly"});
+  EXPECT_THROW(dbms->DeleteAllUsers(), std::runtime_error);
+  EXPECT_FALSE(dbms->GetConnection()->isConnected());
+  EXPECT_EQ(Access::Host(*dbms), L"127.0.0.1");
+  EXPECT_STREQ(dbms->GetLastError(), L"server closed the connection unexpectedly");
 }
 
 TEST_F(Connection, ARefusedConnectionIsDroppedWithoutASelectorToo) {

@@ -37,6 +37,15 @@ TEST_F(Factory, ConnectsNothing) {
   EXPECT_FALSE(dbms->GetConnection()->isConnected());
 }
 
+TEST_F(Factory, ANullTextIsTheEmptyText) {
+  for (const DbmsType type : {DbmsType::TirelScada, DbmsType::PostgreSQL}) {
+    const auto made = Dbms::GetDbms(type, nullptr, 5432, nullptr, nullptr, nullptr);
+    ASSERT_NE(made, nullptr);
+    EXPECT_TRUE(made->Connect());
+    EXPECT_EQ(server.connects.back(), L",5432@   10");
+  }
+}
+
 TEST_F(Factory, TheLastErrorOfAFreshObjectIsEmpty) { EXPECT_STREQ(dbms->GetLastError(), L""); }
 
 TEST_F(Factory, ACopySharesTheConnectionAndIsNotRegistered) {

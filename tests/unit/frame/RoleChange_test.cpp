@@ -1,5 +1,7 @@
 #include <SQLAPI.h>
 
+#include <stdexcept>
+
 #include "DbmsAPI/frame/Registry.h"
 #include "scripted/ScriptedTest.h"
 
@@ -80,6 +82,32 @@ TEST_F(RoleChange, ACopyIsReachedThroughTheConnectionItShares) {
   EXPECT_EQ(asked.size(), 1u);
   EXPECT_EQ(Access::Host(copy), L"127.0.0.1");
   EXPECT_FALSE(copy.GetConnection()->isConnected());
+}
+
+TEST_F(RoleChange, ASelectorThatThrowsKeepsTheHostAndLosesTheConnection) {
+  ASSERT_TRUE(dbms->Connect());
+  dbms->hostSelector = [](const wchar_t*) -> const wchar_t* { throw std::runtime_error("no host"); };
+  EXPECT_THROW(dbms->NotifyRoleChange(), std::runtime_error);
+  EXPECT_EQ(Access::Host(*dbms), L"127.0.0.1");
+  EXPECT_FALSE(dbms->GetConnection()->isConnected());
+}
+
+TEST_F(RoleChange, ABroadcastReachesTheObjectsAfterOneWhoseSelectorThrows) {
+  dbms->hostSelector = [](const wchar_t*) -> const wchar_t* { throw std::runtime_error("first"); };
+  const auto second = NewDbms();
+  second->hostSelector = [](const wchar_t*) -> const wchar_t* { throw std::logic_error("second"); };
+  const auto third = NewDbms();
+  Select(*third, L"standby");
+  EXPECT_THROW(Dbms::BroadcastRoleChange(), std::runtime_error);
+  EXPECT_EQ(Access::Host(*third), L"standby");
+}
+
+TEST_F(RoleChange, ASelectorThatAnswersNullKeepsTheHost) {
+  ASSERT_TRUE(dbms->Connect());
+  Select(*dbms, nullptr);
+  dbms->NotifyRoleChange();
+  EXPECT_EQ(Access::Host(*dbms), L"127.0.0.1");
+  EXPECT_FALSE(dbms->GetConnection()->isConnected());
 }
 
 TEST_F(RoleChange, ACallbackMayMakeAnObject) {
