@@ -128,6 +128,7 @@ void Bind(SACommand& command, const UserLogBind& bind) {
 }
 
 void ReadRows(SACommand& command, std::vector<UserLogRow>& rows) {
+  sys::ReadTimeZone();
   while (command.FetchNext()) {
     UserLogRow row;
     // Kept: calendar fields of the session's time zone are read as local time of the process.

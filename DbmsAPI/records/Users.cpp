@@ -122,6 +122,7 @@ bool TirelScada::InsertUsers(const std::vector<UserRecord>& users) {
 bool TirelScada::GetUsers(std::vector<UserRecord>& users) {
   return Run([&](SACommand& command) {
     Execute(command, kGetAccounts);
+    sys::ReadTimeZone();
     while (command.FetchNext()) Read(command, users.emplace_back());
   });
 }

@@ -157,6 +157,7 @@ void GetRows(SACommand& command, const wchar_t* period, std::int64_t startTime, 
              RowsByTag<Kind>& data) {
   Require({{L"period", period}});
   Execute(command, RowsQuery<Kind>(period, startTime, endTime, data));
+  sys::ReadTimeZone();
   const bool isMinute = IsMinute(period);
   while (command.FetchNext()) AppendRow<Kind>(command, isMinute, data);
 }

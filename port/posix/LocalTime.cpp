@@ -4,6 +4,8 @@
 
 namespace sys {
 
+void ReadTimeZone() { ::tzset(); }
+
 std::int64_t LocalOffset(std::int64_t instant) {
   const std::time_t time = instant;
   std::tm local{};

@@ -10,6 +10,8 @@ constexpr std::int64_t kCycle = 146'097LL * 86'400;
 
 }  // namespace
 
+void ReadTimeZone() {}
+
 std::int64_t LocalOffset(std::int64_t instant) {
   const std::int64_t within = (instant - kFirst) % kCycle;
   const __time64_t known = kFirst + (within < 0 ? within + kCycle : within);
