@@ -21,15 +21,15 @@ constexpr char kSamples[] =
     "where tag_name = any($1::text[]) and time >= to_timestamp($2::bigint / 1000.0) "
     "and time < to_timestamp($3::bigint / 1000.0) group by 1, 2";
 
-// $6 the unit in milliseconds, of which each row is one.
-constexpr char kUnitsOfSamples[] =
-    "with unit as (select tag_name, date_bin($6::bigint * interval '1 millisecond', time, "
-    "to_timestamp($5::bigint / 1000.0)) as bucket, avg(value) as mean, min(value) as low, max(value) as high "
+// A row is a minute.
+constexpr char kMinutesOfSamples[] =
+    "with minute as (select tag_name, date_bin('1 minute', time, to_timestamp($5::bigint / 1000.0)) as bucket, "
+    "avg(value) as mean, min(value) as low, max(value) as high "
     "from datalog where tag_name = any($1::text[]) and time >= to_timestamp($2::bigint / 1000.0) "
     "and time < to_timestamp($3::bigint / 1000.0) group by 1, 2) "
     "select tag_name, extract(epoch from date_bin($4::bigint * interval '1 millisecond', bucket, "
     "to_timestamp($5::bigint / 1000.0))) * 1000, "
-    "count(*), count(mean), sum(mean), min(low), max(high) from unit group by 1, 2";
+    "count(*), count(mean), sum(mean), min(low), max(high) from minute group by 1, 2";
 
 constexpr char kAggregateHead[] =
     "select tag_name, extract(epoch from date_bin($4::bigint * interval '1 millisecond', bucket, "
@@ -49,16 +49,26 @@ constexpr char kRawSamples[] =
 constexpr std::int64_t kFirstTime = -210'866'803'200'000;
 constexpr std::int64_t kLastTime = 9'224'318'016'000'000;
 
-// The values of a bucket, as far as read.
-struct Sum {
+struct Mean {
   std::int64_t values = 0;
   double sum = 0;
+
+  void Add(std::int64_t count, double itsSum) {
+    values += count;
+    sum += itsSum;
+  }
+};
+
+// The values of a bucket, as far as read.
+struct Sum {
+  Mean mean;
   double min = std::numeric_limits<double>::infinity();
   double max = -std::numeric_limits<double>::infinity();
 };
 
 struct TagSum {
   std::map<std::int64_t, Sum> buckets;  // by their begin
+  std::map<std::int64_t, Mean> units;   // minutes or hours that are put together of smaller rows, by theirs
   std::int64_t rows = 0;
   bool samplesStored = true;  // of all that was read
 };
@@ -80,6 +90,7 @@ class Reader {
 
  private:
   void ReadSegment(const Segment& segment, const std::string& tags);
+  void AddUnits();
   void ReadRaw(const std::vector<std::string>& tags);
 
   Link link_;
@@ -95,29 +106,39 @@ double ValueOrNan(const Result& rows, int row, int column) {
   return rows.IsNull(row, column) ? std::numeric_limits<double>::quiet_NaN() : rows.Number(row, column);
 }
 
+// Rows of the store that was chosen are added up for each bucket. Others make minutes or hours first, of
+// which two segments may hold a part each.
 void Reader::ReadSegment(const Segment& segment, const std::string& tags) {
-  std::vector<Link::Value> values = {tags, std::to_string(segment.range.begin),
-                                     std::to_string(segment.range.end), std::to_string(buckets_.width),
-                                     std::to_string(buckets_.origin)};
-  std::string statement = kSamples;
+  const bool whole = segment.store == buckets_.store || buckets_.store == Store::Samples;
+  const std::int64_t width = whole ? buckets_.width : Unit(buckets_.store);
+  std::string statement = whole ? kSamples : kMinutesOfSamples;
   if (segment.store != Store::Samples) {
     statement = std::string(kAggregateHead) +
                 (segment.store == Store::Minutes ? "datalog_1m" : "datalog_1h") + kAggregateTail;
-  } else if (buckets_.store != Store::Samples) {
-    statement = kUnitsOfSamples;
-    values.emplace_back(std::to_string(Unit(buckets_.store)));
   }
-  const Result rows = link_.Run(statement, values);
+  const Result rows =
+      link_.Run(statement, {tags, std::to_string(segment.range.begin), std::to_string(segment.range.end),
+                            std::to_string(width), std::to_string(buckets_.origin)});
   for (int row = 0; row < rows.size(); ++row) {
     TagSum& tag = tags_[std::string(rows.Text(row, 0))];
-    Sum& bucket = tag.buckets[rows.Integer(row, 1)];
+    const std::int64_t begin = rows.Integer(row, 1);
+    Sum& bucket = tag.buckets[buckets_.origin + Floor(begin - buckets_.origin, buckets_.width)];
     tag.rows += rows.Integer(row, 2);
     tag.samplesStored = tag.samplesStored && segment.samplesStored;
     if (rows.Integer(row, 3) == 0) continue;
-    bucket.values += rows.Integer(row, 3);
-    bucket.sum += rows.Number(row, 4);
+    (whole ? bucket.mean : tag.units[begin]).Add(rows.Integer(row, 3), rows.Number(row, 4));
     bucket.min = std::min(bucket.min, rows.Number(row, 5));
     bucket.max = std::max(bucket.max, rows.Number(row, 6));
+  }
+}
+
+// Each minute or hour counts the same.
+void Reader::AddUnits() {
+  for (auto& [name, tag] : tags_) {
+    for (const auto& [begin, unit] : tag.units) {
+      Sum& bucket = tag.buckets[buckets_.origin + Floor(begin - buckets_.origin, buckets_.width)];
+      bucket.mean.Add(1, unit.sum / static_cast<double>(unit.values));
+    }
   }
 }
 
@@ -143,7 +164,11 @@ void Reader::Read() {
   std::vector<std::string> names;
   for (const auto& [name, tag] : tags_) names.push_back(name);
   const std::string array = ArrayLiteral(names);
-  for (const Segment& segment : Split(coverage_, range_, {buckets_.store})) ReadSegment(segment, array);
+  std::vector<Store> stores = {buckets_.store};
+  // What the hours do not hold yet is cheaper to read as minutes than as samples.
+  if (buckets_.store == Store::Hours) stores.push_back(Store::Minutes);
+  for (const Segment& segment : Split(coverage_, range_, stores)) ReadSegment(segment, array);
+  AddUnits();
 
   std::erase_if(names, [&](const std::string& name) {
     const TagSum& tag = tags_[name];
@@ -165,9 +190,9 @@ TagTrend Reader::TrendOf(const std::string& name) const {
   for (const auto& [begin, sum] : tags_.at(name).buckets) {
     TrendBucket& bucket = trend.buckets.emplace_back();
     bucket.time = Time(std::chrono::milliseconds(std::max(begin, range_.begin)));
-    if (sum.values == 0) continue;
+    if (sum.mean.values == 0) continue;
     bucket.min = sum.min;
-    bucket.mean = sum.sum / static_cast<double>(sum.values);
+    bucket.mean = sum.mean.sum / static_cast<double>(sum.mean.values);
     bucket.max = sum.max;
   }
   return trend;

@@ -43,7 +43,7 @@ struct TagTrend {
 enum class Resolution {
   Samples,  // of its samples
   Minutes,  // of the means of its minutes: each minute that has values counts the same
-  Hours     // of the means of its hours
+  Hours     // of the means of its hours; an hour that datalog_1h does not hold is the mean of its minutes
 };
 
 struct Trend {
@@ -57,9 +57,9 @@ struct Trend {
 //
 // Buckets of a minute or more are read from datalog_1m, those of an hour or more from datalog_1h, where these
 // are up to date; where they are not (the newest part, after late samples, where nothing was ever refreshed)
-// their minutes or hours are computed from the samples. Minimum and maximum are those of the samples. Where
-// retention has dropped the samples the aggregates are shown as they are, also when a bucket is shorter than
-// a minute or an hour; the row of a minute or an hour then lies in the bucket in which it begins.
+// hours are put together of minutes, and minutes of samples. Minimum and maximum are those of the samples.
+// Where retention has dropped the samples the aggregates are shown as they are, also when a bucket is shorter
+// than a minute or an hour; the row of a minute or an hour then lies in the bucket in which it begins.
 //
 // Without TimescaleDB everything comes from the samples.
 HISTORIAN_EXPORT Trend ReadTrend(Dbms& dbms, const std::vector<std::string>& tags, Time from, Time to,

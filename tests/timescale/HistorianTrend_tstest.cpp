@@ -140,6 +140,21 @@ TEST_F(HistorianTrend, WhatIsUpToDateComesFromTheAggregates) {
   for (const auto& bucket : hours.tags[0].buckets) EXPECT_EQ(bucket.min == -60, bucket.time < At(kHoursEnd));
 }
 
+TEST_F(HistorianTrend, HoursHaveTheMeanOfTheirSamplesAndNewerOnesThatOfTheirMinutes) {
+  const Trend trend = ReadTrend(*dbms, {"A"}, At(kStart), At(kStart + kLength), 8);
+  ASSERT_EQ(trend.tags[0].buckets.size(), 8u);
+  for (const auto& bucket : trend.tags[0].buckets) {
+    const std::string where =
+        historian::Reference::Where("A", bucket.time, bucket.time + milliseconds(kHour));
+    const std::string query = bucket.time < At(kHoursEnd)
+                                  ? "select avg(value)" + where
+                                  : "select avg(mean) from (select avg(value) as mean" + where +
+                                        " group by date_trunc('minute', time)) m";
+    const double mean = std::stod(Value(query));
+    EXPECT_NEAR(bucket.mean, mean, 1e-9 * mean);
+  }
+}
+
 TEST_F(HistorianTrend, DroppedSamplesAreShownByTheAggregates) {
   const auto from = At(kMidnight), boundary = At(kMidnight + kDay), to = At(kStart + kLength);
   const auto before = ReadTrend(*dbms, {"A"}, from, to, 28);
