@@ -1,3 +1,5 @@
+#include <limits>
+
 #include "DbmsAPI/frame/Operation.h"
 #include "port/Format.h"
 
@@ -65,8 +67,13 @@ void AppendTagPrefixes(std::wstring& filter, const std::vector<const wchar_t*>& 
 }
 
 // Kept: cut toward zero, not rounded; see the years in docs/kept-behaviours.md that read a millisecond less.
+// An infinite time, which only other writers store, becomes the greatest or the least one.
 std::int64_t Milliseconds(const SAField& seconds) {
-  return static_cast<std::int64_t>(seconds.asDouble() * 1000);
+  constexpr double kEnd = 9223372036854775808.0;  // 2^63
+  const double milliseconds = seconds.asDouble() * 1000;
+  if (milliseconds >= kEnd) return std::numeric_limits<std::int64_t>::max();
+  if (milliseconds < -kEnd) return std::numeric_limits<std::int64_t>::min();
+  return static_cast<std::int64_t>(milliseconds);
 }
 
 void ReadAlarms(SACommand& command, std::vector<AlarmRecord>& records) {
@@ -94,6 +101,7 @@ bool TirelScada::GetAlarmData(std::int64_t startTime, std::int64_t endTime, std:
                               const std::vector<std::pair<std::int64_t, std::int64_t>>& excludedRanges,
                               std::vector<AlarmRecord>& records) {
   return Run([&](SACommand& command) {
+    for (const wchar_t* prefix : tagPrefixes) Require({{L"tagPrefixes", prefix}});
     if (statusMask == 0 || typeMask == 0 || levelMask == 0 || zoneMask == 0) return;
     std::wstring filter;
     AppendCodes(filter, kStatus, statusMask);

@@ -35,6 +35,7 @@ bool TirelScada::InsertAlarm(std::int64_t timeMs, const wchar_t* tagName, double
                              std::int16_t status, std::int16_t alarmType, std::int16_t level,
                              std::int16_t zone, std::int64_t occTimeMs, std::int64_t freeTimeMs) {
   return Run([&](SACommand& command) {
+    Require({{L"tagName", tagName}, {L"label", label}});
     command.setCommandText(kInsertAlarm);
     command << EpochSeconds(timeMs) << tagName << value << label << status << alarmType << level << zone
             << EpochSeconds(occTimeMs);

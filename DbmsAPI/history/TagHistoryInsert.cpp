@@ -1,6 +1,7 @@
 #include <pgAPI.h>
 
 #include <algorithm>
+#include <string_view>
 
 #include "DbmsAPI/frame/Operation.h"
 #include "DbmsAPI/frame/SqlState.h"
@@ -14,150 +15,194 @@
 namespace {
 
 constexpr char kCreateStaging[] =
-    "CREATE TEMP TABLE IF NOT EXISTS _tmp_dl (  time_epoch float8 NOT NULL,  tag_name   text   NOT NULL,  "
-    "value "
-    "     float8)";
+    "CREATE TEMP TABLE IF NOT EXISTS _tmp_dl ("
+    "  time_epoch float8 NOT NULL,"
+    "  tag_name   text   NOT NULL,"
+    "  value      float8)";
 constexpr char kTruncateStaging[] = "TRUNCATE _tmp_dl";
 constexpr char kCopyToStaging[] = "COPY _tmp_dl(time_epoch, tag_name, value) FROM STDIN";
 constexpr char kMoveToHistory[] =
-    "INSERT INTO datalog(time, tag_name, value) SELECT to_timestamp(time_epoch), tag_name, value FROM "
-    "_tmp_dl "
-    "ORDER BY tag_name, time_epoch ON CONFLICT (time, tag_name) DO NOTHING";
+    "INSERT INTO datalog(time, tag_name, value)"
+    " SELECT to_timestamp(time_epoch), tag_name, value FROM _tmp_dl"
+    " ORDER BY tag_name, time_epoch"
+    " ON CONFLICT (time, tag_name) DO NOTHING";
 
 constexpr std::size_t kFlushBytes = 4 * 1024 * 1024;
-constexpr std::size_t kBytesPerSample = 50;  // about what a line takes
-constexpr std::size_t kMessageBuffer = 256;
+constexpr std::size_t kBytesPerSample = 50;  // of a typical line
+constexpr std::size_t kMaxMessageSize = 256;
+constexpr char kCancelled[] = "cancelled";
+constexpr wchar_t kEndlessCopy[] = L"The server answered the end of COPY by another COPY";
 
 // libpq's ExecStatusType.
 constexpr int kCommandOk = 1;  // PGRES_COMMAND_OK
+constexpr int kCopyOut = 3;    // PGRES_COPY_OUT
 constexpr int kCopyIn = 4;     // PGRES_COPY_IN
+constexpr int kCopyBoth = 8;   // PGRES_COPY_BOTH
 
-// One batch on its way through the session's native connection. Each step answers false when it failed, with
-// the server's text in lastError.
-class Batch {
- public:
-  Batch(SAConnection& connection, std::wstring& lastError, std::string& lastSqlState)
-      : api_(static_cast<const pgAPI&>(*connection.NativeAPI())),
-        conn_(static_cast<const pgConnectionHandles&>(*connection.NativeHandles()).conn),
-        lastError_(lastError),
-        lastSqlState_(lastSqlState) {}
+struct ClearResult {
+  const pgAPI* api;
+  void operator()(PGresult* result) const { api->PQclear(result); }
+};
+using Result = std::unique_ptr<PGresult, ClearResult>;
 
-  bool Store(const std::vector<LogSample>& samples, TagTexts& names, std::string& buffer);
-
- private:
-  bool Step(const char* statement, const wchar_t* name);
-  bool RunStatement(const char* statement);
-  bool StartCopy();
-  bool Copy(const std::vector<LogSample>& samples, TagTexts& names, std::string& buffer);
-  bool SendSamples(const std::vector<LogSample>& samples, TagTexts& names, std::string& buffer);
-  bool Flush(std::string& buffer);
-  bool FinishCopy(bool sent);
-  void KeepError(const PGresult* result);
-
-  const pgAPI& api_;
-  PGconn* conn_;
-  std::wstring& lastError_;
-  std::string& lastSqlState_;
+// The first failure of a batch that came with a text. What fails after it is a consequence.
+struct Failure {
+  std::wstring text;
+  std::string sqlState;
 };
 
-void Batch::KeepError(const PGresult* result) {
-  lastError_ = sys::FromUtf8(api_.PQresultErrorMessage(result));
-  lastSqlState_ = SqlStateOf(api_, result);
+// One batch on its way through the native connection of a session. Each step returns whether it succeeded.
+class Batch {
+ public:
+  Batch(SAConnection& connection, const std::vector<LogSample>& samples, TagTexts& names, std::string& buffer)
+      : connection_(connection),
+        api_(static_cast<const pgAPI&>(*connection.NativeAPI())),
+        conn_(static_cast<const pgConnectionHandles&>(*connection.NativeHandles()).conn),
+        samples_(samples),
+        names_(names),
+        buffer_(buffer) {}
+
+  // Stores all samples or none. Leaves neither a COPY nor a transaction open, also when it throws.
+  bool Store();
+
+  const Failure& FirstFailure() const { return failure_; }
+
+ private:
+  Result Execute(const char* statement) { return Result(api_.PQexec(conn_, statement), {&api_}); }
+  bool Has(const Result& result, int status) const { return api_.PQresultStatus(result.get()) == status; }
+  bool Step(const char* statement, const wchar_t* name);
+  bool StartCopy();
+  bool Copy();
+  bool SendSamples();
+  bool Flush();
+  Result EndCopy(const char* error);
+  bool Rollback();
+  void KeepFailure(const PGresult* result);
+
+  SAConnection& connection_;
+  const pgAPI& api_;
+  PGconn* conn_;
+  const std::vector<LogSample>& samples_;
+  TagTexts& names_;
+  std::string& buffer_;
+  bool copying_ = false;
+  bool endless_ = false;  // the server does not end the COPY
+  Failure failure_;
+};
+
+bool Batch::Store() {
+  if (!Step(kCreateStaging, L"CREATE TEMP TABLE") || !Step("BEGIN", L"BEGIN")) return false;
+  try {
+    if (Step(kTruncateStaging, L"TRUNCATE") && StartCopy() && Copy() && Step(kMoveToHistory, L"insert")) {
+      return Step("COMMIT", L"COMMIT");
+    }
+  } catch (...) {
+    if (!Rollback()) connection_.Destroy();
+    throw;
+  }
+  Rollback();
+  return false;
 }
 
-// Runs a plain statement.
-bool Batch::RunStatement(const char* statement) {
-  PGresult* result = api_.PQexec(conn_, statement);
-  const bool done = api_.PQresultStatus(result) == kCommandOk;
-  if (!done) KeepError(result);
-  api_.PQclear(result);
-  return done;
-}
-
-// The same, naming the step in the debug output when it fails.
 bool Batch::Step(const char* statement, const wchar_t* name) {
-  if (RunStatement(statement)) return true;
+  const Result result = Execute(statement);
+  if (Has(result, kCommandOk)) return true;
+  KeepFailure(result.get());
   sys::WriteDebugLine(sys::Format(L"[InsertLogData] {} failed\n", name).c_str());
   return false;
 }
 
-bool Batch::Store(const std::vector<LogSample>& samples, TagTexts& names, std::string& buffer) {
-  if (!Step(kCreateStaging, L"CREATE TEMP TABLE") || !Step("BEGIN", L"BEGIN")) return false;
-  if (!Step(kTruncateStaging, L"TRUNCATE") || !StartCopy() || !Copy(samples, names, buffer) ||
-      !Step(kMoveToHistory, L"insert")) {
-    RunStatement("ROLLBACK");
-    return false;
-  }
-  return Step("COMMIT", L"COMMIT");
-}
-
 bool Batch::StartCopy() {
-  PGresult* result = api_.PQexec(conn_, kCopyToStaging);
-  const bool started = api_.PQresultStatus(result) == kCopyIn;
-  if (!started) {
-    KeepError(result);
-    const auto message = sys::FitBuffer(
-        kMessageBuffer, sys::Format(L"[InsertLogData] COPY FROM STDIN failed: {}\n", lastError_));
-    if (message) sys::WriteDebugLine(message->c_str());
-  }
-  api_.PQclear(result);
-  return started;
+  const Result result = Execute(kCopyToStaging);
+  copying_ = Has(result, kCopyIn);
+  if (copying_) return true;
+  KeepFailure(result.get());
+  const auto message = sys::FitBuffer(
+      kMaxMessageSize, sys::Format(L"[InsertLogData] COPY FROM STDIN failed: {}\n", failure_.text));
+  if (message) sys::WriteDebugLine(message->c_str());
+  return false;
 }
 
-bool Batch::Copy(const std::vector<LogSample>& samples, TagTexts& names, std::string& buffer) {
-  if (FinishCopy(SendSamples(samples, names, buffer))) return true;
+bool Batch::Copy() {
+  const bool sent = SendSamples();
+  const Result failed = EndCopy(sent ? nullptr : kCancelled);
+  if (sent && !failed) return true;
+  if (sent) KeepFailure(failed.get());
   sys::WriteDebugLine(L"[InsertLogData] COPY data send failed\n");
   return false;
 }
 
-bool Batch::SendSamples(const std::vector<LogSample>& samples, TagTexts& names, std::string& buffer) {
-  buffer.clear();
-  buffer.reserve(std::max(kBytesPerSample * samples.size(), kFlushBytes));
-  CopyLines lines(buffer);
-  for (const LogSample& sample : samples) {
+bool Batch::SendSamples() {
+  buffer_.clear();
+  buffer_.reserve(std::max(kBytesPerSample * samples_.size(), kFlushBytes));
+  CopyLines lines(buffer_);
+  for (const LogSample& sample : samples_) {
     if (!IsStorable(sample)) continue;
-    lines.Append(sample.timeMs, names.Of(sample.tagName), sample.value);
+    lines.Append(sample.timeMs, names_.Of(sample.tagName), sample.value);
     if (lines.size() < kFlushBytes) continue;
     lines.Finish();
-    if (!Flush(buffer)) return false;
+    if (!Flush()) return false;
   }
   lines.Finish();
-  return buffer.empty() || Flush(buffer);
+  return buffer_.empty() || Flush();
 }
 
-bool Batch::Flush(std::string& buffer) {
-  if (api_.PQputCopyData(conn_, buffer.data(), static_cast<int>(buffer.size())) != 1) {
-    lastError_ = sys::FromUtf8(api_.PQerrorMessage(conn_));
-    lastSqlState_.clear();
+bool Batch::Flush() {
+  if (api_.PQputCopyData(conn_, buffer_.data(), static_cast<int>(buffer_.size())) != 1) {
+    KeepFailure(nullptr);
     return false;
   }
-  buffer.clear();
+  buffer_.clear();
   return true;
 }
 
-// Leaves copy mode: completes the copy, or has the server discard it when not all was sent.
-bool Batch::FinishCopy(bool sent) {
-  bool done = sent;
-  api_.PQputCopyEnd(conn_, sent ? nullptr : "cancelled");
-  while (PGresult* result = api_.PQgetResult(conn_)) {
-    if (done && api_.PQresultStatus(result) != kCommandOk) {
-      KeepError(result);
-      done = false;
-    }
-    api_.PQclear(result);
+// Completes the COPY, or has the server discard it. Returns the first result that is not a success, null when
+// all are. Allocates nothing: it also runs after an allocation failed.
+Result Batch::EndCopy(const char* error) {
+  copying_ = false;
+  api_.PQputCopyEnd(conn_, error);
+  Result failed(nullptr, {&api_});
+  while (Result result{api_.PQgetResult(conn_), {&api_}}) {
+    // libpq returns these again and again, also after the connection is closed.
+    endless_ = Has(result, kCopyIn) || Has(result, kCopyOut) || Has(result, kCopyBoth);
+    if (!failed && !Has(result, kCommandOk)) failed = std::move(result);
+    if (endless_) break;
   }
-  return done;
+  return failed;
+}
+
+// Allocates nothing either.
+bool Batch::Rollback() {
+  if (copying_) EndCopy(kCancelled);
+  if (endless_) {
+    connection_.Destroy();
+    return true;
+  }
+  return Has(Execute("ROLLBACK"), kCommandOk);
+}
+
+// A connection that is lost has a text only for the step that found it so.
+void Batch::KeepFailure(const PGresult* result) {
+  if (!failure_.text.empty()) return;
+  std::string_view text = api_.PQresultErrorMessage(result);
+  if (text.empty()) text = api_.PQerrorMessage(conn_);
+  failure_.text = endless_ ? kEndlessCopy : sys::FromUtf8(text.substr(0, text.find_last_not_of('\n') + 1));
+  failure_.sqlState = SqlStateOf(api_, result);
 }
 
 }  // namespace
 
 bool TirelScada::InsertLogData(const std::vector<LogSample>& samples) {
   if (!Connect()) return false;
-  bool stored = true;
-  const bool reached = Guard([&] {
+  return Guard([&] {
     if (!tagTexts) tagTexts = std::make_shared<TagTexts>(utf8NameCache);
-    stored = Batch(*connection, lastError, lastSqlState).Store(samples, *tagTexts, copyBuffer);
+    Batch batch(*connection, samples, *tagTexts, copyBuffer);
+    if (batch.Store()) return true;
+    if (const Failure& failure = batch.FirstFailure(); !failure.text.empty()) {
+      lastError = failure.text;
+      lastSqlState = failure.sqlState;
+    }
+    if (ConnectionLost()) AbandonServer();
+    return false;
   });
-  if (reached && !stored && ConnectionLost()) AbandonServer();
-  return reached && stored;
 }

@@ -123,7 +123,7 @@ void Bind(SACommand& command, const UserLogBind& bind) {
   if (const double* number = std::get_if<double>(&bind)) {
     command << *number;
   } else {
-    command << std::get<std::wstring>(bind).c_str();
+    command << ToSAString(std::get<std::wstring>(bind));
   }
 }
 
@@ -143,6 +143,8 @@ void ReadRows(SACommand& command, std::vector<UserLogRow>& rows) {
 bool TirelScada::CreateUserLogTable(const wchar_t* name, const std::vector<UserLogColumn>& columns,
                                     int retentionDays) {
   return Run([&](SACommand& command) {
+    Require({{L"name", name}});
+    for (const UserLogColumn& column : columns) Require({{L"columns", column.name}});
     const std::wstring table = TableName(name);
     const bool exists = Exists(command, table);
     const bool kept = exists && HasColumns(command, DatabaseName(command, database), table, columns);
@@ -162,6 +164,7 @@ bool TirelScada::CreateUserLogTable(const wchar_t* name, const std::vector<UserL
 // Kept: values stand as they are; without any the comma behind the time becomes the closing parenthesis.
 bool TirelScada::InsertUserLogData(const wchar_t* name, const UserLogRow& row) {
   return Run([&](SACommand& command) {
+    Require({{L"name", name}});
     std::wstring statement =
         sys::Format(L"insert into user_{} values(to_timestamp({}),", name, EpochSecondsText(row.time));
     for (const std::wstring& value : row.values) statement.append(value).append(L",");
@@ -175,12 +178,13 @@ bool TirelScada::GetUserLogData(const wchar_t* name, std::int64_t startTime, std
                                 const std::vector<std::variant<double, std::wstring>>& binds,
                                 std::vector<UserLogRow>& rows) {
   return Run([&](SACommand& command) {
+    Require({{L"name", name}});
     if (startTime < 1 || endTime < 1 || startTime == endTime) return;
     const auto [from, to] = std::minmax(startTime, endTime);
-    if (*condition == L'\0') {
+    if (!condition || *condition == L'\0') {
       Execute(command, Bounded(kRowsBuffer, sys::Format(kUserLogRows, name, from, to)));
     } else {
-      command.setCommandText(sys::Format(kUserLogRowsWhere, name, from, to, condition).c_str());
+      command.setCommandText(ToSAString(sys::Format(kUserLogRowsWhere, name, from, to, condition)));
       for (const UserLogBind& bind : binds) Bind(command, bind);
       command.Execute();
     }

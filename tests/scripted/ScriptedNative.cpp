@@ -34,21 +34,26 @@ PGresult* NewResult(int status, std::string message = {}, std::string sqlState =
 
 PGresult* Exec(PGconn*, const char* query) {
   const auto failure = Server::Current().ExecuteNative({sys::FromUtf8(query), {}});
+  if (failure && failure->text.empty()) return nullptr;  // as libpq does on a lost connection
   if (failure) return NewResult(kFatalError, sys::ToUtf8(failure->text), failure->sqlState);
   return NewResult(std::strncmp(query, "COPY ", 5) == 0 ? kCopyIn : kCommandOk);
 }
 
-int ResultStatus(const PGresult* result) { return result->status; }
+int ResultStatus(const PGresult* result) { return result ? result->status : kFatalError; }
 
 // libpq gives text that the caller must not change.
-char* ResultErrorMessage(const PGresult* result) { return const_cast<PGresult*>(result)->message.data(); }
+char* ResultErrorMessage(const PGresult* result) {
+  static char none[] = "";
+  return result ? const_cast<PGresult*>(result)->message.data() : none;
+}
 
 char* ResultErrorField(const PGresult* result, int field) {
-  if (field != kSqlState || result->sqlState.empty()) return nullptr;
+  if (field != kSqlState || !result || result->sqlState.empty()) return nullptr;
   return const_cast<PGresult*>(result)->sqlState.data();
 }
 
 void Clear(PGresult* result) {
+  if (!result) return;
   --Server::Current().openResults;
   delete result;
 }
@@ -73,6 +78,7 @@ int PutCopyEnd(PGconn*, const char* message) {
 }
 
 PGresult* GetResult(PGconn*) {
+  if (const auto status = Server::Current().endlessCopyStatus) return NewResult(*status);
   if (waiting.empty()) return nullptr;
   PGresult* result = waiting.front();
   waiting.pop_front();

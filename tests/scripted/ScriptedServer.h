@@ -52,7 +52,8 @@ class Server {
   void AnswerOnce(const std::wstring& statement, Rows rows);
   // Delivers so many rows of the answer, then fails.
   void FailAfterRows(const std::wstring& statement, Rows rows, std::size_t count);
-  // Fails the k-th statement from now on, counting from 1; plain and native ones alike.
+  // Fails the k-th statement from now on, counting from 1; plain and native ones alike. A native one whose
+  // failure has no text gets no result, as on a lost connection.
   void FailStatement(std::size_t k, Failure failure = {});
   // Refuses connections with this failure until AcceptConnections.
   void RefuseConnections(Failure failure);
@@ -62,6 +63,7 @@ class Server {
   // Native copy: the k-th PQputCopyData from now on is refused; PQputCopyEnd and the copy's result.
   std::optional<std::size_t> refusedCopyPiece;
   std::optional<std::string> copyFailure;  // text of the copy's result
+  std::optional<int> endlessCopyStatus;    // of every result after the copy
   std::string connectionError = "no connection to the server\n";
 
   // ---- Record ----

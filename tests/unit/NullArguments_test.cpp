@@ -16,6 +16,8 @@ std::unordered_map<std::wstring, std::vector<ReportAnalogData>> analog = {{L"A",
 std::unordered_map<std::wstring, std::vector<ReportDigitalData>> digital = {{L"A", {}}};
 std::unordered_map<std::wstring, std::vector<std::wstring>> cells;
 std::vector<RecipeRecord> recipes;
+std::vector<UserLogRow> userLogRows;
+std::vector<AlarmRecord> alarms;
 std::wstring text;
 int count = 0;
 
@@ -27,6 +29,22 @@ struct NullArgument {
 
 // Every pointer of every operation that may not be null.
 const std::vector<NullArgument> kNullArguments = {
+    {"CreateUserLogTable", L"name",
+     [](Dbms& d) {
+       return d.CreateUserLogTable(nullptr, {{L"x", 0, 0}}, 0);
+     }},
+    {"InsertUserLogData", L"name",
+     [](Dbms& d) {
+       return d.InsertUserLogData(nullptr, {1000, {L"1"}});
+     }},
+    {"GetUserLogData", L"name",
+     [](Dbms& d) { return d.GetUserLogData(nullptr, 1, 2, L"", {}, userLogRows); }},
+    {"InsertAlarm", L"tagName", [](Dbms& d) { return d.InsertAlarm(1, nullptr, 1, L"", 1, 1, 1, 1, 1, 0); }},
+    {"InsertAlarm", L"label", [](Dbms& d) { return d.InsertAlarm(1, L"A", 1, nullptr, 1, 1, 1, 1, 1, 0); }},
+    {"GetAlarmData", L"tagPrefixes",
+     [](Dbms& d) {
+       return d.GetAlarmData(1, 2, -1, -1, -1, -1, {L"A", nullptr}, {}, alarms);
+     }},
     {"CreateTagValueTable", L"tableName", [](Dbms& d) { return d.CreateTagValueTable(nullptr); }},
     {"PurgeTagValueTable", L"tableName", [](Dbms& d) { return d.PurgeTagValueTable(nullptr, 1); }},
     {"InsertTagValueQueue", L"tableName", [](Dbms& d) { return d.InsertTagValueQueue(nullptr, queue); }},
@@ -107,7 +125,17 @@ TEST_F(NullArguments, EndTheOperationBeforeAnythingIsSent) {
   }
 }
 
+TEST_F(NullArguments, AColumnOfAUserLogNeedsAName) {
+  EXPECT_FALSE(dbms->CreateUserLogTable(L"log", {{L"x", 0, 0}, {nullptr, 0, 0}}, 0));
+  EXPECT_STREQ(dbms->GetLastError(), L"The argument columns is null");
+  EXPECT_TRUE(server.sent.empty());
+}
+
 TEST_F(NullArguments, OptionalTextsMayBeNull) {
+  EXPECT_TRUE(dbms->GetUserLogData(L"log", 1, 2, nullptr, {}, userLogRows));
+  EXPECT_EQ(
+      server.sent.back().statement,
+      L"select * from user_log where time >= to_timestamp(1) and time <= to_timestamp(2) order by time");
   EXPECT_TRUE(dbms->SaveRecipe(L"m", L"n", L"{}", nullptr));
   EXPECT_EQ(server.sent.back().binds.back(), L"null");
   EXPECT_TRUE(dbms->GetRecipes(L"m", nullptr, recipes));

@@ -100,4 +100,14 @@ TEST_F(Alarms, TheTableIsCreatedOnce) {
   EXPECT_EQ(Value("select count(*) from alarm"), "1");
 }
 
+TEST_F(Alarms, InfiniteTimesOfAnotherWriter) {
+  ASSERT_TRUE(Insert(Alarm(kStart * 1000, L"A")));
+  Run("update alarm set occ_time = '-infinity', free_time = 'infinity'");
+  std::vector<AlarmRecord> records;
+  ASSERT_TRUE(dbms->GetAllAlarmData(kStart, kStart, records)) << Error();
+  ASSERT_EQ(records.size(), 1u);
+  EXPECT_EQ(records[0].occTimeMs, std::numeric_limits<std::int64_t>::min());
+  EXPECT_EQ(records[0].freeTimeMs, std::numeric_limits<std::int64_t>::max());
+}
+
 }  // namespace

@@ -194,4 +194,11 @@ TEST_F(TagHistory, TheTableIsCreatedOnce) {
 
 TEST_F(TagHistory, AnEmptyBatchIsStored) { EXPECT_TRUE(Insert({})) << Error(); }
 
+TEST_F(TagHistory, ATagWithANulCharacterIsNotLookedUp) {
+  std::unordered_map<std::wstring, std::vector<LogPoint>> data = {{std::wstring(L"A')\0B", 5), {}}};
+  EXPECT_FALSE(dbms->GetLogData(1, 2000000000, data));
+  EXPECT_TRUE(Holds(Error(), "NUL character")) << Error();
+  EXPECT_EQ(data.size(), 1u);
+}
+
 }  // namespace

@@ -228,4 +228,15 @@ TEST_F(UserLogs, RandomRowsComeBackAsTheyWere) {
   }
 }
 
+TEST_F(UserLogs, ATextWithANulCharacterIsRefused) {
+  StoreOne();
+  EXPECT_FALSE(Insert(kStart * 1000 + 1, {L"2", L"2", std::wstring(L"'a'),\0 b", 8)}));
+  EXPECT_TRUE(Holds(Error(), "NUL character")) << Error();
+  std::vector<UserLogRow> rows;
+  EXPECT_FALSE(dbms->GetUserLogData(L"batch", kStart, kEnd, L"label = :1", {std::wstring(L"a\0b", 3)}, rows));
+  EXPECT_TRUE(Holds(Error(), "NUL character")) << Error();
+  EXPECT_TRUE(rows.empty());
+  EXPECT_EQ(Value("select count(*) from user_batch"), "1");
+}
+
 }  // namespace

@@ -191,4 +191,12 @@ TEST_F(AlarmQuery, RowsBeforeAFailureStay) {
   EXPECT_EQ(records.size(), 2u);
 }
 
+TEST_F(AlarmQuery, InfiniteInstantsAreTheGreatestAndTheLeast) {
+  server.Answer(kAll, {{L"1e300", L"A", L"0", L"", L"0", L"0", L"0", L"0", L"-Infinity", L"Infinity"}});
+  ASSERT_TRUE(GetAll());
+  EXPECT_EQ(records.at(0).timeMs, INT64_MAX);
+  EXPECT_EQ(records.at(0).occTimeMs, INT64_MIN);
+  EXPECT_EQ(records.at(0).freeTimeMs, INT64_MAX);
+}
+
 }  // namespace

@@ -138,7 +138,7 @@ TEST_F(TagHistoryInsert, ARefusedPieceCancelsTheCopy) {
   EXPECT_TRUE(Noted(L"copy end cancelled"));
   EXPECT_EQ(server.Statements(), (Texts{kStaging, L"BEGIN", kTruncate, kCopy, L"ROLLBACK"}));
   EXPECT_EQ(debugLines, Texts{L"[InsertLogData] COPY data send failed\n"});
-  EXPECT_STREQ(dbms->GetLastError(), L"no connection to the server\n");
+  EXPECT_STREQ(dbms->GetLastError(), L"no connection to the server");
   EXPECT_EQ(LastSqlState(*dbms), "");
 }
 
@@ -171,12 +171,13 @@ TEST_F(TagHistoryInsert, ALostServerIsAbandonedAfterTheReport) {
   ASSERT_TRUE(dbms->Connect());
   dbms->hostSelector = [this](const wchar_t* current) {
     EXPECT_STREQ(current, L"127.0.0.1");
+    EXPECT_STREQ(dbms->GetLastError(), L"server closed the connection unexpectedly");
     EXPECT_EQ(debugLines.size(), 1u) << "the failure is reported first";
     return L"standby";
   };
   server.alive = false;
   server.FailStatement(5, {3, 7, L"server closed the connection unexpectedly\n"});
-  server.FailStatement(6, {3, 7, L"no connection to the server\n"});
+  server.FailStatement(6, {3, 7, L""});
   EXPECT_FALSE(dbms->InsertLogData(one));
   EXPECT_EQ(server.Statements(), (Texts{kStaging, L"BEGIN", kTruncate, kCopy, kMove, L"ROLLBACK"}));
   EXPECT_EQ(Access::Host(*dbms), L"standby");
@@ -185,6 +186,39 @@ TEST_F(TagHistoryInsert, ALostServerIsAbandonedAfterTheReport) {
   server.alive = true;
   EXPECT_TRUE(dbms->InsertLogData(one));
   EXPECT_EQ(server.connects.back(), L"standby,5432@scada operator secret 10");
+}
+
+TEST_F(TagHistoryInsert, AStepWithoutAResultIsReportedWithTheTextOfTheConnection) {
+  ASSERT_TRUE(dbms->Connect());
+  server.connectionError = "no connection to the server\n";
+  server.FailStatement(1, {3, 7, L""});
+  EXPECT_FALSE(dbms->InsertLogData(one));
+  EXPECT_STREQ(dbms->GetLastError(), L"no connection to the server");
+}
+
+TEST_F(TagHistoryInsert, AFailedRollbackKeepsTheTextOfTheStepBefore) {
+  ASSERT_TRUE(dbms->Connect());
+  server.FailStatement(5, {3, 7, L"ERROR:  disk full", "53100"});
+  server.FailStatement(6, {3, 7, L"FATAL:  terminating connection", "57P01"});
+  EXPECT_FALSE(dbms->InsertLogData(one));
+  EXPECT_STREQ(dbms->GetLastError(), L"ERROR:  disk full");
+  EXPECT_EQ(LastSqlState(*dbms), "53100");
+}
+
+TEST_F(TagHistoryInsert, ACopyThatTheServerDoesNotEndDropsTheConnection) {
+  constexpr int kCopyOut = 3, kCopyIn = 4, kCopyBoth = 8;
+  for (const int status : {kCopyOut, kCopyIn, kCopyBoth}) {
+    server.Forget();
+    debugLines.clear();
+    server.endlessCopyStatus = status;
+    EXPECT_FALSE(dbms->InsertLogData(one));
+    EXPECT_EQ(server.Statements(), (Texts{kStaging, L"BEGIN", kTruncate, kCopy}));
+    EXPECT_EQ(debugLines, Texts{L"[InsertLogData] COPY data send failed\n"});
+    EXPECT_STREQ(dbms->GetLastError(), L"The server answered the end of COPY by another COPY");
+    EXPECT_FALSE(dbms->GetConnection()->isConnected());
+    server.endlessCopyStatus.reset();
+    EXPECT_TRUE(dbms->InsertLogData(one));
+  }
 }
 
 }  // namespace
