@@ -37,8 +37,9 @@ class Socket {
   Handle Get() const { return handle_; }
   void Close();
 
-  // False when the other side is gone.
-  bool SendAll(const char* bytes, std::size_t count) const;
+  // False when the other side is gone, or when the socket that cancels has something to receive or is closed
+  // by its other side. Until then it waits for a receiver that does not read.
+  bool SendAll(const char* bytes, std::size_t count, const Socket& cancel) const;
   // The number of bytes that came, 0 when the other side is gone.
   std::size_t Receive(char* bytes, std::size_t count) const;
 

@@ -71,7 +71,7 @@ void ProtocolTap::Carry(const platform::Socket& client, const platform::Socket& 
     if (count == 0) return;
     // Before it is passed on: whoever has the answer finds the question noted.
     if (fromClient) Note(buffer, count);
-    if (!(fromClient ? server : client).SendAll(buffer, count)) return;
+    if (!(fromClient ? server : client).SendAll(buffer, count, stopping_)) return;
   }
 }
 

@@ -94,9 +94,13 @@ void Socket::Close() {
   handle_ = kNone;
 }
 
-bool Socket::SendAll(const char* bytes, std::size_t count) const {
+bool Socket::SendAll(const char* bytes, std::size_t count, const Socket& cancel) const {
   while (count > 0) {
-    const ssize_t sent = ::send(Descriptor(*this), bytes, count, MSG_NOSIGNAL);
+    pollfd awaited[] = {{Descriptor(cancel), POLLIN, 0}, {Descriptor(*this), POLLOUT, 0}};
+    ::poll(awaited, std::size(awaited), -1);
+    if (awaited[0].revents != 0) return false;
+    const ssize_t sent = ::send(Descriptor(*this), bytes, count, MSG_NOSIGNAL | MSG_DONTWAIT);
+    if (sent < 0 && (errno == EAGAIN || errno == EINTR)) continue;
     if (sent <= 0) return false;
     bytes += sent;
     count -= static_cast<std::size_t>(sent);

@@ -78,9 +78,19 @@ void Socket::Close() {
   handle_ = kNone;
 }
 
-bool Socket::SendAll(const char* bytes, std::size_t count) const {
+bool Socket::SendAll(const char* bytes, std::size_t count, const Socket& cancel) const {
+  u_long withoutWaiting = 1;
+  Require(::ioctlsocket(Descriptor(*this), static_cast<long>(FIONBIO), &withoutWaiting) == 0, "ioctlsocket");
   while (count > 0) {
+    fd_set canceled, writable;
+    FD_ZERO(&canceled);
+    FD_ZERO(&writable);
+    FD_SET(Descriptor(cancel), &canceled);
+    FD_SET(Descriptor(*this), &writable);
+    Require(::select(0, &canceled, &writable, nullptr, nullptr) != SOCKET_ERROR, "select");
+    if (FD_ISSET(Descriptor(cancel), &canceled)) return false;
     const int sent = ::send(Descriptor(*this), bytes, static_cast<int>(count), 0);
+    if (sent < 0 && WSAGetLastError() == WSAEWOULDBLOCK) continue;
     if (sent <= 0) return false;
     bytes += sent;
     count -= static_cast<std::size_t>(sent);

@@ -40,9 +40,10 @@ void ClientTest::TerminateBackends() {
 
 std::wstring Wide(const SAString& text) { return {text, text.GetLength()}; }
 
-void FillSocket(const pgConnectionHandles& handles) {
+void FillSocket(const pgConnectionHandles& handles) { FillSocket(PQsocket(handles.conn)); }
+
+void FillSocket(int socket) {
   const std::vector<char> bytes(1 << 16);
-  const int socket = PQsocket(handles.conn);
   // The buffers may grow while they are filled: they are full when they are so twice, a while apart.
   for (int refusals = 0; refusals < 2;) {
     if (platform::SendWithoutWaiting(socket, bytes.data(), bytes.size())) {

@@ -85,5 +85,7 @@ class DeadPort {
   platform::Socket socket_ = platform::Socket::Bound();
 };
 
-// Sends over a connection's socket until nothing more fits into the buffers between it and the server.
+// Sends over a connection's socket, or over another one, until nothing more fits into the buffers between it
+// and its receiver.
 void FillSocket(const pgConnectionHandles& handles);
+void FillSocket(int socket);
