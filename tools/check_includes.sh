@@ -71,7 +71,7 @@ is_public() {
 }
 
 # Libraries that historian and its program build on.
-is_historians() { [[ $1 =~ ^(sqlite3\.h|httplib\.h|(CLI|date|nlohmann)/.*)$ ]]; }
+is_historians() { [[ $1 =~ ^(sqlite3\.h|httplib\.h|zlib\.h|(CLI|date|nlohmann)/.*)$ ]]; }
 
 is_standard_header() { [[ $1 =~ ^[a-z_0-9]+$ ]]; }
 

@@ -8,9 +8,11 @@ here=$(cd "$(dirname "$0")" && pwd)
 . "$here/lib/say.sh"
 
 # Compiler and build tools, what the libraries build on, the private server, the time zones of --zone.
-demo=(g++ cmake ninja-build pkg-config libpq-dev libfmt-dev libutfcpp-dev libsqlite3-dev postgresql-15 tzdata)
+demo=(g++ cmake ninja-build pkg-config libpq-dev libfmt-dev libutfcpp-dev libsqlite3-dev libcli11-dev
+  libhowardhinnant-date-dev nlohmann-json3-dev zlib1g-dev postgresql-15 tzdata)
 # The second compiler, the test framework, the tools that the checks call.
-test=("${demo[@]}" clang clang-format libgtest-dev libgmock-dev binutils dpkg-dev file git)
+test=("${demo[@]}" clang clang-format libgtest-dev libgmock-dev binutils dpkg-dev file git groff-base
+  jq)
 # The compiler for Windows, what runs its programs, the test framework in source.
 windows=("${demo[@]}" g++-mingw-w64-x86-64-posix mingw-w64-tools wine wine64 googletest binutils)
 # The benchmark framework, the other libraries that are measured beside ours, what counts instructions.

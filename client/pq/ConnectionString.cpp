@@ -27,7 +27,8 @@ void SplitServer(std::wstring_view server, Parts& parts) {
   const std::size_t comma = server.rfind(L',');
   if (comma == std::wstring_view::npos || !IsPort(server.substr(comma + 1))) return;
   parts.host = server.substr(0, comma);
-  parts.port = server.substr(comma + 1);
+  // Callers that put a number in any case write 0 for none.
+  if (server.substr(comma + 1) != L"0") parts.port = server.substr(comma + 1);
 }
 
 Parts Split(std::wstring_view text) {

@@ -32,6 +32,8 @@ const Case kCases[] = {
     {"HostPortAndDatabase", L"db1,5433@scada", {{"dbname", "scada"}, {"host", "db1"}, {"port", "5433"}}},
     {"ServerAlone", L"db1,5433@", {{"host", "db1"}, {"port", "5433"}}},
     {"PortAlone", L",5433@scada", {{"dbname", "scada"}, {"port", "5433"}}},
+    {"PortZero", L"db1,0@scada", {{"dbname", "scada"}, {"host", "db1"}}},
+    {"NothingButPortZero", L",0@", {}},
     {"NoServer", L"@scada", {{"dbname", "scada"}}},
     {"OptionsBehindTheDatabase",
      L"db1@scada;-c a=b",

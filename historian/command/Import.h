@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "Progress.h"
+#include "Subcommand.h"
+#include "csv/SampleFile.h"
+
+namespace historian::command {
+
+struct ImportOptions {
+  CommonOptions common;
+  std::vector<std::string> files;
+  FileOptions file;
+  bool dry_run = false;
+  bool skip_bad = false;
+  bool allow_drop = false;
+};
+
+// What was done with the samples of a file.
+struct Outcome {
+  std::uint64_t stored = 0;
+  std::uint64_t duplicates = 0;     // in the store before, or twice in the file
+  std::uint64_t loaded_before = 0;  // by an import of the same file that did not come to its end
+  double seconds = 0;
+};
+
+// A file as it was understood.
+struct Plan {
+  std::unique_ptr<SpooledInput> input;
+  std::unique_ptr<SampleFile> file;
+  std::uint64_t rows = 0, samples = 0, without_value = 0, out_of_order = 0, bad_count = 0;
+  Time first = Time::max(), last = Time::min();
+  std::set<std::string> tags;
+  std::vector<BadRow> bad;  // the first ones
+  std::optional<Outcome> outcome;
+
+  // Adds the samples of a row.
+  void Add(const std::vector<LogSample>& row);
+
+ private:
+  std::set<std::wstring> seen_;
+  Time previous_ = Time::min();
+};
+
+// Stores the samples of a file; progress goes to the terminal.
+Outcome Load(Server& server, Plan& plan, const ImportOptions& options, Terminal& terminal);
+
+int RunImport(const ImportOptions& options, Terminal& terminal);
+
+}  // namespace historian::command

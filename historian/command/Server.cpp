@@ -1,0 +1,84 @@
+#include "Server.h"
+
+#include "DbmsAPI/Diagnostics.h"
+#include "Failure.h"
+#include "Text.h"
+#include "port/Utf8.h"
+
+namespace historian::command {
+namespace {
+
+constexpr wchar_t kExtension[] = L"select 1 from pg_extension where extname = 'timescaledb'";
+constexpr wchar_t kTable[] = L"select to_regclass(:1)";
+constexpr wchar_t kDatabase[] = L"select current_database()";
+
+// Connection keywords in the database text are welcome, but this one would show in the list of processes.
+std::string RefusePassword(const std::string& database) {
+  return database.find("password") == std::string::npos
+             ? ""
+             : "names a password, which others can see; use PGPASSWORD or the password file";
+}
+
+}  // namespace
+
+void AddServerOptions(CLI::App& subcommand, ServerOptions& options) {
+  const char* group =
+      "Server (else PGHOST, PGPORT, PGDATABASE, PGUSER, PGSERVICE; password: PGPASSWORD, ~/.pgpass)";
+  subcommand.add_option("--host", options.host, "Host, or the directory of its Unix socket")
+      ->option_text("HOST")
+      ->group(group);
+  subcommand.add_option("--port", options.port, "Port")
+      ->option_text("PORT")
+      ->check(CLI::Range(1, 65535))
+      ->group(group);
+  subcommand
+      .add_option("--database", options.database,
+                  "Database, or connection keywords: \"dbname=plant sslmode=require\"")
+      ->option_text("NAME")
+      ->check(RefusePassword)
+      ->group(group);
+  subcommand.add_option("--user", options.user, "User")->option_text("USER")->group(group);
+}
+
+Server::Server(const ServerOptions& options) : options_(options), dbms_(Open(DbmsType::PostgreSQL)) {
+  SetDbmsDebugSink([](const wchar_t*) {});  // a failure is reported once, from GetLastError
+  if (!dbms_->Connect()) throw Failure("cannot connect: " + sys::ToUtf8(dbms_->GetLastError()));
+}
+
+std::shared_ptr<Dbms> Server::Open(DbmsType type) const {
+  const auto wide = [](const std::string& text) { return sys::FromUtf8(text); };
+  return Dbms::GetDbms(type, wide(options_.host).c_str(), options_.port, wide(options_.database).c_str(),
+                       wide(options_.user).c_str(), L"");
+}
+
+void Server::Require(bool succeeded, const std::string& doing) {
+  if (!succeeded) throw Failure("cannot " + doing + ": " + sys::ToUtf8(dbms_->GetLastError()));
+}
+
+void Server::Query(const std::wstring& statement, const Bind& bind, const Row& row) {
+  Require(dbms_->Connect(), "connect");
+  SACommand command(dbms_->GetConnection().get(), SAString(statement));
+  if (bind) bind(command);
+  command.Execute();
+  while (command.FetchNext()) row(command);
+}
+
+std::string Server::Value(const std::wstring& statement, const Bind& bind) {
+  std::string value;
+  Query(statement, bind, [&](SACommand& row) { value = Text(row.Field(1)); });
+  return value;
+}
+
+bool Server::HasTimescale() { return !Value(kExtension).empty(); }
+
+void Server::RequireTable(const std::string& table) {
+  const auto bind = [&](SACommand& command) { command << SAString(sys::FromUtf8(table)); };
+  if (!Value(kTable, bind).empty()) return;
+  throw Refusal("the database " + Name() + " has no table " + table + "; create it with: historian init");
+}
+
+std::string Server::Name() { return Value(kDatabase); }
+
+std::string Text(const SAField& field) { return sys::ToUtf8(static_cast<const wchar_t*>(field.asString())); }
+
+}  // namespace historian::command

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <SQLAPI.h>
+
+#include <CLI/CLI.hpp>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "DbmsAPI/Dbms.h"
+
+namespace historian::command {
+
+// Where the database is, as far as the command line names it; the rest is left to libpq: PGHOST, PGPORT,
+// PGDATABASE, PGUSER, PGPASSWORD, the service file, the password file.
+struct ServerOptions {
+  std::string host;
+  int port = 0;
+  std::string database;
+  std::string user;
+};
+
+void AddServerOptions(CLI::App& subcommand, ServerOptions& options);
+
+// A connection to the database for one run of the program. Failures are thrown as Failure, in the server's
+// words.
+class Server {
+ public:
+  explicit Server(const ServerOptions& options);
+
+  // The same server for operations that one type of Dbms answers differently.
+  std::shared_ptr<Dbms> Open(DbmsType type) const;
+
+  Dbms& dbms() { return *dbms_; }
+  // Throws unless an operation has succeeded: "cannot DO: the server's text".
+  void Require(bool succeeded, const std::string& doing);
+
+  // Runs a statement; `bind` gives its parameters, `row` gets each row as it arrives.
+  using Bind = std::function<void(SACommand&)>;
+  using Row = std::function<void(SACommand&)>;
+  void Query(const std::wstring& statement, const Bind& bind, const Row& row);
+  void Query(const std::wstring& statement, const Row& row) { Query(statement, nullptr, row); }
+  // The first column of the only row, empty when there is none.
+  std::string Value(const std::wstring& statement, const Bind& bind = nullptr);
+
+  // Whether the database has the extension.
+  bool HasTimescale();
+  // Throws a Refusal unless the table is there, with what creates it.
+  void RequireTable(const std::string& table);
+  // The database's own name, for messages.
+  std::string Name();
+
+ private:
+  ServerOptions options_;
+  std::shared_ptr<Dbms> dbms_;
+};
+
+std::string Text(const SAField& field);
+
+}  // namespace historian::command

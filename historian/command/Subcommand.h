@@ -1,0 +1,37 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "Server.h"
+#include "Terminal.h"
+
+namespace historian::command {
+
+// What every subcommand takes.
+struct CommonOptions {
+  ServerOptions server;
+  std::string zone = "UTC";
+  bool json = false;
+};
+
+// A subcommand of the program: its options, and what it does once they are read. Gives the exit status.
+struct Subcommand {
+  CLI::App* app = nullptr;
+  std::function<int(Terminal&)> run;
+};
+
+// Each adds itself to the program.
+Subcommand AddInit(CLI::App& program);
+Subcommand AddImport(CLI::App& program);
+Subcommand AddExport(CLI::App& program);
+Subcommand AddAlarms(CLI::App& program);
+Subcommand AddChunks(CLI::App& program);
+
+void AddCommonOptions(CLI::App& subcommand, CommonOptions& options, bool with_zone);
+// Sets the examples that --help ends with, one command a line.
+void SetExamples(CLI::App& subcommand, const std::string& examples);
+
+}  // namespace historian::command

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <ostream>
+#include <string>
+#include <string_view>
+
+namespace historian::command {
+
+// Where the program writes: a terminal, which shows colours and redraws a line, or a file, which gets plain
+// text.
+class Terminal {
+ public:
+  // Standard output as it is: 80 columns where it has no width of its own, no colours where NO_COLOR is set.
+  static Terminal StandardOutput();
+
+  Terminal(std::ostream& out, bool interactive, bool coloured, std::size_t width);
+
+  bool interactive() const { return interactive_; }
+  std::size_t width() const { return width_; }
+  std::ostream& out() { return out_; }
+
+  void Line(std::string_view text = {});
+  // A name in the margin and a text beside it; what is longer than the terminal is wide goes on below.
+  void Fact(std::string_view name, std::string_view text);
+
+  // Draws over the line drawn before; does nothing for a file. The next Line replaces it.
+  void Redraw(std::string_view text);
+  void ClearDrawing();
+
+  std::string Bold(std::string_view text) const { return Styled("1", text); }
+  std::string Dim(std::string_view text) const { return Styled("2", text); }
+  std::string Accent(std::string_view text) const { return Styled("36", text); }
+  std::string Styled(std::string_view code, std::string_view text) const;
+
+ private:
+  std::ostream& out_;
+  bool interactive_;
+  bool coloured_;
+  std::size_t width_;
+  bool drawn_ = false;
+};
+
+}  // namespace historian::command

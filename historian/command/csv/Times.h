@@ -1,0 +1,60 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "../Zone.h"
+
+namespace historian::command {
+
+// How a file writes its times.
+struct TimeFormat {
+  enum class Kind {
+    Iso,                // 2026-11-21 20:40:05.123, 2026-11-21T20:40:05+01:00
+    German,             // 21.11.2026 20:40:05
+    American,           // 11/21/2026 8:40:05 PM
+    European,           // 21/11/2026 20:40:05
+    YearFirst,          // 2026/11/21 20:40:05
+    MonthName,          // 21-Nov-2026 20:40:05
+    EpochSeconds,       // 1795293605.123
+    EpochMilliseconds,  // 1795293605123
+    Pattern             // as given: %d%m%Y %H%M
+  };
+  Kind kind = Kind::Iso;
+  std::string pattern;
+};
+
+// iso, german, us, eu, ymd, month-name, epoch, epoch-ms, or a pattern.
+std::string NameOf(const TimeFormat& format);
+// Throws a Refusal for what is neither.
+TimeFormat TimeFormatNamed(const std::string& name);
+
+// The formats that read every one of the texts.
+std::vector<TimeFormat> FormatsOf(const std::vector<std::string>& texts);
+// Whether any format reads the text.
+bool IsTime(std::string_view text);
+// A date without a time of day, and a time of day without a date: some files have a column of each.
+bool IsDate(std::string_view text);
+bool IsClock(std::string_view text);
+
+// Reads times of one format; those that name no zone are of the zone given.
+class TimeReader {
+ public:
+  // `truncate` cuts what is finer than a millisecond, which is refused otherwise.
+  TimeReader(TimeFormat format, const Zone& zone, bool truncate)
+      : format_(std::move(format)), zone_(&zone), truncate_(truncate) {}
+
+  // False when the text is no time; `problem` says why, as the end of a sentence that begins with the text.
+  bool Read(std::string_view text, Time& time, std::string& problem) const;
+
+ private:
+  TimeFormat format_;
+  const Zone* zone_;
+  bool truncate_;
+};
+
+// An instant on the command line: a time as in ISO 8601, "now", or that long ago: 30m, 24h, 7d, 1y.
+Time ReadTimeArgument(const std::string& option, const std::string& text, const Zone& zone);
+
+}  // namespace historian::command

@@ -1,0 +1,65 @@
+#include "../Console.h"
+
+#include <fcntl.h>
+#include <io.h>
+#include <windows.h>
+// The order matters: shellapi.h builds on windows.h.
+#include <shellapi.h>
+
+#include <atomic>
+#include <csignal>
+#include <cstdio>
+
+#include "../Utf8.h"
+
+namespace sys {
+namespace {
+
+// Noted on a thread of the system's.
+std::atomic<int> noted = 0;
+
+// A second event ends the program at once.
+BOOL WINAPI Note(DWORD event) {
+  if ((event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) || noted != 0) return FALSE;
+  noted = event == CTRL_C_EVENT ? SIGINT : SIGTERM;
+  return TRUE;
+}
+
+}  // namespace
+
+// What main is given is in the system's code page, which has not every character.
+std::vector<std::string> Arguments(int, char**) {
+  int count = 0;
+  wchar_t** const wide = CommandLineToArgvW(GetCommandLineW(), &count);
+  std::vector<std::string> arguments;
+  for (int i = 1; i < count; ++i) arguments.push_back(ToUtf8(wide[i]));
+  LocalFree(wide);
+  return arguments;
+}
+
+Console StandardOutput() {
+  _setmode(_fileno(stdout), _O_BINARY);
+  _setmode(_fileno(stderr), _O_BINARY);
+  SetConsoleOutputCP(CP_UTF8);
+  const HANDLE output = GetStdHandle(STD_OUTPUT_HANDLE);
+  Console console;
+  DWORD mode = 0;
+  console.interactive = GetConsoleMode(output, &mode) != 0 &&
+                        SetConsoleMode(output, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0;
+  CONSOLE_SCREEN_BUFFER_INFO info = {};
+  if (GetConsoleScreenBufferInfo(output, &info)) {
+    console.columns = static_cast<std::size_t>(info.srWindow.Right - info.srWindow.Left + 1);
+  }
+  return console;
+}
+
+bool StandardInputIsTerminal() {
+  _setmode(_fileno(stdin), _O_BINARY);
+  return _isatty(_fileno(stdin)) != 0;
+}
+
+void DeferInterrupts() { SetConsoleCtrlHandler(Note, TRUE); }
+
+int InterruptNoted() { return noted; }
+
+}  // namespace sys

@@ -1,0 +1,104 @@
+#!/usr/bin/env bash
+# historian init and what every subcommand refuses: init.sh PROGRAM
+set -euo pipefail
+# shellcheck source=tests/historian/command/program.sh
+. "$(dirname "$0")/program.sh"
+
+case='no database'
+run init
+expect_status 1
+[ "$(wc -l <"$work/err")" -eq 1 ] || fail "not one line: $err"
+expect_err "historian: cannot connect: "
+expect_err "database \"$database\" does not exist"
+
+fresh_database
+case='a new database'
+run init --retention 30
+expect_status 0
+expect_out "$database, plain PostgreSQL"
+for table in system_log datalog alarm report_data_time report_data_analog_minute report_data_digital_year pr_timelist \
+  pr_timestamp event_report_data audit_table userinfo_table locked_user_list signinfo_table network_table comment \
+  recipe_group recipe iec_goose; do
+  expect_equal "$(sql "select to_regclass('$table') is not null")" t "whether there is $table"
+done
+
+case='tables that are there'
+sql "insert into datalog values (now() - interval '10 days', 'A', 1)"
+sql "insert into signinfo_table values (now(), 'jo', '', 1, '', '{}')"
+run init --json
+expect_status 0
+expect_equal "$(json '[.database, .timescaledb, .retention_days, .tag_index] | @csv')" "\"$database\",false,,false" 'the answer'
+expect_equal "$(sql 'select count(*) from datalog')" 1 'the number of samples'
+expect_equal "$(sql 'select count(*) from signinfo_table')" 1 'the number of signatures'
+
+case='an index by tag'
+run init --tag-index
+expect_equal "$(sql "select indexdef from pg_indexes where indexname = 'datalog_tag_name_time'")" \
+  'CREATE INDEX datalog_tag_name_time ON public.datalog USING btree (tag_name, "time")' 'the index'
+
+case='tables of an older layout'
+sql 'alter table userinfo_table add column more text'
+run init
+expect_refused "the table userinfo_table has an older layout, and creating it again would drop its rows; rename it first: alter table userinfo_table rename to userinfo_table_old"
+sql 'alter table userinfo_table drop column more; alter table signinfo_table drop column user_id cascade'
+run init
+expect_status 2
+expect_err 'the table signinfo_table has an older layout'
+expect_equal "$(sql 'select count(*) from signinfo_table')" 1 'the number of signatures'
+
+case='misuse'
+run
+expect_refused 'A subcommand is required (historian --help shows how)'
+run improt
+expect_refused 'there is no subcommand "improt" (historian --help lists them)'
+run init --retention -1
+expect_refused '--retention: Value -1 not in range 0 to 36500 (historian init --help shows how)'
+run init --retention many
+expect_status 2
+run init --port 99999
+expect_refused '--port: Value 99999 not in range 1 to 65535 (historian init --help shows how)'
+run init --colour
+expect_refused 'The following argument was not expected: --colour (historian init --help shows how)'
+run init --database 'dbname=plant password=geheim'
+expect_status 2
+expect_err 'use PGPASSWORD or the password file'
+[[ $err != *geheim* ]] || fail "shows the password: $err"
+
+case='help'
+for subcommand in init import export alarms chunks; do
+  run $subcommand --help
+  expect_status 0
+  expect_out 'Examples:'
+  expect_out "historian $subcommand"
+  expect_out '--host HOST'
+done
+run --version
+expect_out 'historian 0.'
+
+case='manual pages and completion'
+run --manual "$work"
+expect_status 0
+for page in "$work"/*.1; do
+  case=${page##*/}
+  expect_equal "$(groff -man -Tutf8 -ww "$page" 2>&1 >/dev/null)" '' 'what groff says'
+  groff -man -Tascii "$page" | grep -q 'EXIT STATUS' || fail 'shows no exit status'
+done
+# shellcheck disable=SC1091
+completed=$(. "$work/historian.bash"; COMP_WORDS=(historian import --dr) COMP_CWORD=2; _historian; echo "${COMPREPLY[*]}")
+expect_equal "$completed" '--dry-run' 'what --dr completes to'
+
+case='connection by options alone'
+status=0
+env -u PGHOST -u PGPORT -u PGUSER -u PGDATABASE "${program[@]}" alarms --host "$PGHOST" --port "$PGPORT" --user "$PGUSER" \
+  --database "$database" >"$work/out" 2>"$work/err" || status=$?
+out=$(cat "$work/out") err=$(cat "$work/err")
+expect_status 0
+case='connection by a service'
+printf '[plant]\nhost=%s\nport=%s\nuser=%s\ndbname=%s\n' "$PGHOST" "$PGPORT" "$PGUSER" "$database" >"$work/service.conf"
+status=0
+env -u PGHOST -u PGPORT -u PGUSER -u PGDATABASE PGSERVICEFILE="$work/service.conf" PGSERVICE=plant "${program[@]}" alarms \
+  >"$work/out" 2>"$work/err" || status=$?
+err=$(cat "$work/err")
+expect_status 0
+
+finish 'the tables are made, and misuse is refused in one line'
