@@ -39,8 +39,7 @@ struct Table {
 // The system log comes first: it detects TimescaleDB for the others.
 constexpr std::array<Table, 13> kTables = {{
     {"system_log", [](Dbms& dbms, int days) { return dbms.CreateSystemLogTable(days); }, false},
-    {"datalog, datalog_1m, datalog_1h", [](Dbms& dbms, int days) { return dbms.CreateLogTable(days); },
-     false},
+    {"datalog", [](Dbms& dbms, int days) { return dbms.CreateLogTable(days); }, false},
     {"alarm", [](Dbms& dbms, int days) { return dbms.CreateAlarmTable(days); }, false},
     {"report_data_*", [](Dbms& dbms, int days) { return dbms.CreateReportDataTables(days); }, false},
     {"pr_timelist", [](Dbms& dbms, int) { return dbms.CreatePageTimeListTable(); }, true},

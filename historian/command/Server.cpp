@@ -40,15 +40,15 @@ void AddServerOptions(CLI::App& subcommand, ServerOptions& options) {
   subcommand.add_option("--user", options.user, "User")->option_text("USER")->group(group);
 }
 
-Server::Server(const ServerOptions& options) : options_(options), dbms_(Open(DbmsType::PostgreSQL)) {
+std::shared_ptr<Dbms> OpenDbms(const ServerOptions& options, DbmsType type) {
   SetDbmsDebugSink([](const wchar_t*) {});  // a failure is reported once, from GetLastError
-  if (!dbms_->Connect()) throw Failure("cannot connect: " + sys::ToUtf8(dbms_->GetLastError()));
+  const auto wide = [](const std::string& text) { return sys::FromUtf8(text); };
+  return Dbms::GetDbms(type, wide(options.host).c_str(), options.port, wide(options.database).c_str(),
+                       wide(options.user).c_str(), L"");
 }
 
-std::shared_ptr<Dbms> Server::Open(DbmsType type) const {
-  const auto wide = [](const std::string& text) { return sys::FromUtf8(text); };
-  return Dbms::GetDbms(type, wide(options_.host).c_str(), options_.port, wide(options_.database).c_str(),
-                       wide(options_.user).c_str(), L"");
+Server::Server(const ServerOptions& options) : options_(options), dbms_(Open(DbmsType::PostgreSQL)) {
+  if (!dbms_->Connect()) throw Failure("cannot connect: " + sys::ToUtf8(dbms_->GetLastError()));
 }
 
 void Server::Require(bool succeeded, const std::string& doing) {

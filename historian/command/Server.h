@@ -22,6 +22,9 @@ struct ServerOptions {
 
 void AddServerOptions(CLI::App& subcommand, ServerOptions& options);
 
+// An object that is not connected yet.
+std::shared_ptr<Dbms> OpenDbms(const ServerOptions& options, DbmsType type);
+
 // A connection to the database for one run of the program. Failures are thrown as Failure, in the server's
 // words.
 class Server {
@@ -29,7 +32,7 @@ class Server {
   explicit Server(const ServerOptions& options);
 
   // The same server for operations that one type of Dbms answers differently.
-  std::shared_ptr<Dbms> Open(DbmsType type) const;
+  std::shared_ptr<Dbms> Open(DbmsType type) const { return OpenDbms(options_, type); }
 
   Dbms& dbms() { return *dbms_; }
   // Throws unless an operation has succeeded: "cannot DO: the server's text".

@@ -24,9 +24,12 @@ struct Subcommand {
 };
 
 // Each adds itself to the program.
+Subcommand AddDoctor(CLI::App& program);
 Subcommand AddInit(CLI::App& program);
 Subcommand AddImport(CLI::App& program);
 Subcommand AddExport(CLI::App& program);
+Subcommand AddTags(CLI::App& program);
+Subcommand AddTrend(CLI::App& program);
 Subcommand AddAlarms(CLI::App& program);
 Subcommand AddChunks(CLI::App& program);
 

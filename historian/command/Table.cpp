@@ -28,6 +28,7 @@ std::vector<std::size_t> Table::Widths(const Terminal& terminal) const {
     for (const auto& row : rows_) width = std::max(width, DisplayWidth(row[i]));
     widths.push_back(width);
   }
+  if (!terminal.interactive()) return widths;
   const std::size_t taken =
       std::accumulate(widths.begin(), widths.end(), 2 + kGap * (columns_.size() - 1)) - widths[elastic_];
   const std::size_t left = terminal.width() - std::min(taken, terminal.width());

@@ -37,7 +37,7 @@ void Terminal::Fact(std::string_view name, std::string_view text) {
   const std::size_t room = width_ - kMargin - 2;
   std::string rest = OneLine(text, text.size() + 1);
   std::string margin = ' ' + Bold(AlignLeft(name, kMargin));
-  while (DisplayWidth(rest) > room) {
+  while (interactive_ && DisplayWidth(rest) > room) {
     const std::size_t blank = rest.rfind(' ', room);
     if (blank == std::string::npos || blank == 0) break;
     Line(margin + rest.substr(0, blank));

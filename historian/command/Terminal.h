@@ -20,7 +20,7 @@ class Terminal {
   std::ostream& out() { return out_; }
 
   void Line(std::string_view text = {});
-  // A name in the margin and a text beside it; what is longer than the terminal is wide goes on below.
+  // A name in the margin and a text beside it; what is longer than a terminal is wide goes on below.
   void Fact(std::string_view name, std::string_view text);
 
   // Draws over the line drawn before; does nothing for a file. The next Line replaces it.

@@ -5,9 +5,10 @@
 #include <memory>
 #include <string>
 
+#include "historian/Time.h"
+
 namespace historian::command {
 
-using Time = std::chrono::sys_time<std::chrono::milliseconds>;
 using LocalTime = std::chrono::local_time<std::chrono::milliseconds>;
 
 // A time zone: an offset from UTC or a zone by its IANA name.

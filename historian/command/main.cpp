@@ -38,7 +38,8 @@ int Run(const Subcommand& subcommand, Terminal& terminal) {
 }
 
 // For the package: writes the manual pages and the completion into a directory.
-int WriteManual(const std::string& directory, const CLI::App& program, const std::vector<Subcommand>& subcommands) {
+int WriteManual(const std::string& directory, const CLI::App& program,
+                const std::vector<Subcommand>& subcommands) {
   const auto write = [&](const std::string& name, const std::string& text) {
     std::ofstream(PathOf(directory + '/' + name), std::ios::binary) << text;
   };
@@ -58,9 +59,11 @@ int Main(std::vector<std::string> arguments) {
   program.require_subcommand(1);
   program.get_formatter()->column_width(28);
   program.footer("Each subcommand has --help with examples. Exit status: 0 done, 1 failed, 2 refused.");
-  const std::vector<Subcommand> subcommands = {AddInit(program), AddImport(program), AddExport(program),
-                                               AddAlarms(program), AddChunks(program)};
-  if (arguments.size() == 2 && arguments[0] == "--manual") return WriteManual(arguments[1], program, subcommands);
+  const std::vector<Subcommand> subcommands = {AddInit(program),  AddImport(program), AddExport(program),
+                                               AddTags(program),  AddTrend(program),  AddAlarms(program),
+                                               AddChunks(program)};
+  if (arguments.size() == 2 && arguments[0] == "--manual")
+    return WriteManual(arguments[1], program, subcommands);
   const auto called = [&](const Subcommand& subcommand) {
     return subcommand.app->get_name() == arguments[0];
   };

@@ -2,11 +2,10 @@
 
 #include <algorithm>
 #include <array>
-#include <unordered_set>
 
 #include "../Failure.h"
 #include "../Text.h"
-#include "CsvReader.h"
+#include "Columns.h"
 #include "Numbers.h"
 #include "Sample.h"
 
@@ -14,10 +13,6 @@ namespace historian::command {
 namespace {
 
 constexpr std::array<char, 4> kDelimiters = {',', ';', '\t', '|'};
-
-constexpr std::array<std::string_view, 9> kTagNames = {"tag",   "tag_name", "tagname",  "tag name", "name",
-                                                       "point", "signal",   "variable", "metric"};
-constexpr std::array<std::string_view, 5> kValueNames = {"value", "val", "wert", "messwert", "avg"};
 
 // Works one thing after the other out of the first rows.
 class Detector {
@@ -33,7 +28,7 @@ class Detector {
     layout_.time_column = sample.time_column();
     if (sample.has_clock()) layout_.clock_column = sample.time_column() + 1;
     FindHeader(sample);
-    FindColumns(sample);
+    FindColumns(sample, options_, file_.path(), layout_);
     FindDecimal(sample);
     FindTimeFormat(sample);
     return layout_;
@@ -96,6 +91,7 @@ class Detector {
     std::size_t used = 0;
     layout_.names = options_.columns;
     if (layout_.names.empty()) {
+      if (headers.empty()) RefuseNarrowHeader(sample);
       if (headers.empty() || (HoldsNumber(*headers[0]) && !sample.NamesTime(*headers[0]))) {
         RefuseAt(first->line, "the file has no header row; name its columns (--columns time,TAG1,TAG2)");
       }
@@ -114,6 +110,21 @@ class Detector {
     CheckWidth(sample, line);
   }
 
+  // A row of names that are fewer than the cells of the rows after it.
+  void RefuseNarrowHeader(const Sample& sample) const {
+    const Sample::Row* header = nullptr;
+    for (const auto& row : sample.rows()) {
+      if (sample.IsTimed(row)) break;
+      if (row.cells.size() >= 2 && !HoldsNumber(row)) header = &row;
+    }
+    if (header != nullptr) RefuseWidth(header->line, header->cells.size(), sample.width());
+  }
+
+  [[noreturn]] void RefuseWidth(std::size_t line, std::size_t names, std::size_t cells) const {
+    RefuseAt(line, "the header row has " + Count(names, "cell") + ", the rows of data have " +
+                       std::to_string(cells));
+  }
+
   static bool HoldsNumber(const Sample::Row& row) {
     return std::any_of(row.cells.begin(), row.cells.end(),
                        [](const auto& cell) { return IsNumber(cell, '.') || IsNumber(cell, ','); });
@@ -129,104 +140,7 @@ class Detector {
                                std::all_of(row.cells.begin() + static_cast<std::ptrdiff_t>(names),
                                            row.cells.end(), [](const auto& cell) { return cell.empty(); });
                       });
-    if (!fits)
-      RefuseAt(line, "the header row has " + Count(names, "cell") + ", the rows of data have " +
-                         std::to_string(sample.width()));
-  }
-
-  std::optional<std::size_t> ColumnCalled(const std::string& option, const std::string& given,
-                                          const auto& usual) const {
-    if (!given.empty()) {
-      const auto found = FindColumn(layout_.names, given);
-      if (!found) Refuse("has no column " + Quote(given) + " (" + option + ')');
-      return found;
-    }
-    for (std::size_t i = 0; i < layout_.names.size(); ++i) {
-      std::string lower = layout_.names[i];
-      std::transform(lower.begin(), lower.end(), lower.begin(),
-                     [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
-      if (i != layout_.time_column && std::find(usual.begin(), usual.end(), lower) != usual.end()) return i;
-    }
-    return {};
-  }
-
-  void FindColumns(const Sample& sample) {
-    auto tag = ColumnCalled("--tag-column", options_.tag_column, kTagNames);
-    auto value = ColumnCalled("--value-column", options_.value_column, kValueNames);
-    if ((!tag || !value) && options_.shape != "wide") FindLongByContent(sample, tag, value);
-    const bool is_long = options_.shape.empty() ? tag && value && tag != value : options_.shape == "long";
-    if (is_long) {
-      if (!tag || !value)
-        Refuse("is not recognised as long: name its columns with --tag-column and --value-column");
-      layout_.shape = Layout::Shape::Long;
-      layout_.tag_column = *tag;
-      layout_.value_column = *value;
-    }
-    CheckNames();
-  }
-
-  // Three columns: the time, one of names, one of numbers.
-  void FindLongByContent(const Sample& sample, auto& tag, auto& value) const {
-    if (layout_.names.size() != 3 || layout_.clock_column) return;
-    const auto numbers = [&](std::size_t column) {
-      return std::any_of(sample.rows().begin(), sample.rows().end(), [&](const auto& row) {
-        return sample.IsTimed(row) && column < row.cells.size() &&
-               (IsNumber(row.cells[column], '.') || IsNumber(row.cells[column], ','));
-      });
-    };
-    std::vector<std::size_t> rest;
-    for (std::size_t i = 0; i < 3; ++i) {
-      if (i != layout_.time_column) rest.push_back(i);
-    }
-    for (const auto& [a, b] : {std::pair(rest[0], rest[1]), std::pair(rest[1], rest[0])}) {
-      const bool texts =
-          std::all_of(sample.rows().begin(), sample.rows().end(), [&, column = a](const auto& row) {
-            double ignored = 0;
-            std::string problem;
-            return !sample.IsTimed(row) || column >= row.cells.size() ||
-                   NumberReader('.', options_.null_words).Read(row.cells[column], ignored, problem) ==
-                       NumberReader::Kind::Wrong;
-          });
-      if (!texts || numbers(a) || !numbers(b)) continue;
-      tag = a;
-      value = b;
-    }
-  }
-
-  bool IsIgnored(std::size_t column) const {
-    return std::any_of(options_.ignore.begin(), options_.ignore.end(),
-                       [&](const auto& name) { return FindColumn(layout_.names, name) == column; });
-  }
-
-  void CheckNames() {
-    for (const auto& name : options_.ignore) {
-      if (!FindColumn(layout_.names, name)) Refuse("has no column " + Quote(name) + " (--ignore)");
-    }
-    std::unordered_set<std::string> seen;
-    for (std::size_t i = 0; i < layout_.names.size(); ++i) {
-      const bool used = i == layout_.time_column || i == layout_.clock_column;
-      if (used || IsIgnored(i)) continue;
-      if (layout_.shape == Layout::Shape::Long) {
-        if (i != layout_.tag_column && i != layout_.value_column) {
-          Refuse("column " + std::to_string(i + 1) + " (" + OneLine(layout_.names[i]) +
-                 ") is neither time, tag nor value; --ignore " + Quote(layout_.names[i]) + " leaves it out");
-        }
-        continue;
-      }
-      const std::string& name = layout_.names[i];
-      if (name.empty())
-        Refuse("column " + std::to_string(i + 1) + " has no name; --ignore " + std::to_string(i + 1) +
-               " leaves it out");
-      if (!IsUtf8(name))
-        Refuse("the name of column " + std::to_string(i + 1) + " is not UTF-8; --encoding latin-1?");
-      if (name.find('\0') != name.npos)
-        Refuse("the name of column " + std::to_string(i + 1) + " holds a zero byte");
-      if (!seen.insert(name).second)
-        Refuse("two columns are called " + Quote(name) + "; --columns names them otherwise");
-      layout_.tag_columns.push_back(i);
-    }
-    if (layout_.shape == Layout::Shape::Wide && layout_.tag_columns.empty())
-      Refuse("has no column of values");
+    if (!fits) RefuseWidth(line, names, sample.width());
   }
 
   void FindDecimal(const Sample& sample) {

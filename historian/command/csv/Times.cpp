@@ -174,7 +174,8 @@ bool TimeReader::Read(std::string_view text, Time& time, std::string& problem) c
   return false;
 }
 
-Time ReadTimeArgument(const std::string& option, const std::string& text, const Zone& zone) {
+Time ReadTimeArgument(const std::string& option, const std::string& text, const Zone& zone,
+                      std::optional<Time> end) {
   const Time now = time_point_cast<milliseconds>(system_clock::now());
   if (text == "now") return now;
   constexpr std::string_view kUnits = "smhdwy";
@@ -183,7 +184,7 @@ Time ReadTimeArgument(const std::string& option, const std::string& text, const 
   const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), count);
   if (error == std::errc() && stop + 1 == text.data() + text.size() && count >= 0 && count < 1'000'000 &&
       kUnits.find(*stop) != kUnits.npos) {
-    return now - seconds(count * kSeconds[kUnits.find(*stop)]);
+    return end.value_or(now) - seconds(count * kSeconds[kUnits.find(*stop)]);
   }
   Time time;
   std::string problem;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -54,7 +55,9 @@ class TimeReader {
   bool truncate_;
 };
 
-// An instant on the command line: a time as in ISO 8601, "now", or that long ago: 30m, 24h, 7d, 1y.
-Time ReadTimeArgument(const std::string& option, const std::string& text, const Zone& zone);
+// An instant on the command line: a time as in ISO 8601, "now", or that long before `end`, which is now
+// unless given: 30m, 24h, 7d, 1y. Throws a Refusal that names the option.
+Time ReadTimeArgument(const std::string& option, const std::string& text, const Zone& zone,
+                      std::optional<Time> end = {});
 
 }  // namespace historian::command

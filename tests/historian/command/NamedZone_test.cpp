@@ -4,6 +4,7 @@
 #include "historian/command/csv/Times.h"
 
 using namespace historian::command;
+using historian::Time;
 
 namespace {
 

@@ -11,6 +11,7 @@
 #include "port/Utf8.h"
 
 using namespace historian::command;
+using historian::Time;
 
 namespace {
 

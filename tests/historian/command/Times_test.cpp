@@ -8,6 +8,7 @@
 #include "historian/command/csv/Numbers.h"
 
 using namespace historian::command;
+using historian::Time;
 
 namespace {
 

@@ -36,7 +36,7 @@ expect_tags() {
 expect_tags 'PUMP.FLOW 2;PUMP.FLOW 1' --tag PUMP
 expect_tags "PU_MP'S 1" --tag "PU_MP'"
 expect_tags 'PUMP.FLOW 1' --from 2026-03-02T06:00Z --to 2026-03-02T06:30Z
-expect_tags "PU_MP'S 1" --from '2026-03-02 08:00' --zone -00:30 --to now --limit 1
+expect_tags "PU_MP'S 1" --from '2026-03-02 02:30' --zone -05:00 --to now --limit 1
 expect_tags 'PUMP.FLOW 2' --status 2
 expect_tags "PU_MP'S 1" --type 5
 expect_tags "PU_MP'S 1" --level 6

@@ -1,0 +1,97 @@
+// historian tags: lists the tags there are.
+#include <nlohmann/json.hpp>
+
+#include "Failure.h"
+#include "Subcommand.h"
+#include "Table.h"
+#include "Text.h"
+#include "csv/Times.h"
+#include "historian/Trend.h"
+
+namespace historian::command {
+namespace {
+
+struct Options {
+  CommonOptions common;
+  std::string prefix;
+  std::string stopped_after = "2h";
+  bool count = false;
+  bool stopped = false;
+};
+
+// Samples a second, where they were counted and there is more than one.
+std::optional<double> RateOf(const TagInfo& tag) {
+  const auto seconds = std::chrono::duration<double>(tag.last - tag.first).count();
+  if (!tag.samples || *tag.samples < 2 || seconds <= 0) return {};
+  return static_cast<double>(*tag.samples - 1) / seconds;
+}
+
+int Run(const Options& options, Terminal& terminal) {
+  const auto zone = FindZone(options.common.zone);
+  Server server(options.common.server);
+  server.RequireTable("datalog");
+  std::vector<TagInfo> tags = ReadTags(server.dbms(), options.count);
+  Time newest = Time::min();
+  for (const TagInfo& tag : tags) newest = std::max(newest, tag.last);
+  const Time limit = ReadTimeArgument("--stopped-after", options.stopped_after, *zone, newest);
+  std::erase_if(tags, [&](const TagInfo& tag) {
+    return !tag.name.starts_with(options.prefix) || (options.stopped && tag.last >= limit);
+  });
+
+  std::size_t stopped = 0;
+  nlohmann::json list = nlohmann::json::array();
+  using enum Table::Align;
+  Table table({{"tag", Left},
+               {"first sample", Left},
+               {"last sample", Left},
+               {"samples"},
+               {"per second"},
+               {"", Left}});
+  for (const TagInfo& tag : tags) {
+    const bool is_stopped = tag.last < limit;
+    const auto rate = RateOf(tag);
+    stopped += is_stopped;
+    list.push_back({{"tag", tag.name},
+                    {"first", FormatUtc(tag.first)},
+                    {"last", FormatUtc(tag.last)},
+                    {"samples", tag.samples ? nlohmann::json(*tag.samples) : nlohmann::json()},
+                    {"per_second", rate ? nlohmann::json(*rate) : nlohmann::json()},
+                    {"stopped", is_stopped}});
+    table.AddRow({tag.name, FormatTime(tag.first, *zone), FormatTime(tag.last, *zone),
+                  tag.samples ? FormatCount(static_cast<std::uint64_t>(*tag.samples)) : "",
+                  rate ? FormatValue(*rate) : "", is_stopped ? "stopped" : ""});
+  }
+  if (options.common.json) {
+    terminal.Line(list.dump(1));
+  } else if (tags.empty()) {
+    terminal.Line("no tags");
+  } else {
+    table.Print(terminal);
+    terminal.Line(
+        ' ' + Count(tags.size(), "tag") + ", times in " + zone->name() +
+        (stopped != 0 ? "; stopped: no sample for " + options.stopped_after + " before the newest of all tags"
+                      : ""));
+  }
+  return kDone;
+}
+
+}  // namespace
+
+Subcommand AddTags(CLI::App& program) {
+  auto options = std::make_shared<Options>();
+  CLI::App* app = program.add_subcommand("tags", "List the tags with their first and last sample");
+  app->add_option("PREFIX", options->prefix, "Tags whose names begin so [all]")->option_text(" ");
+  app->add_flag("--count", options->count, "Count the samples of each tag and give their rate; takes time");
+  app->add_flag("--stopped", options->stopped, "Only tags that have stopped");
+  app->add_option("--stopped-after", options->stopped_after,
+                  "A tag has stopped when it has no sample for so long while others have [2h]")
+      ->option_text("TIME");
+  AddCommonOptions(*app, options->common, true);
+  SetExamples(*app,
+              "  historian tags\n"
+              "  historian tags BOILER. --count --zone Europe/Berlin\n"
+              "  historian tags --stopped --stopped-after 1d --json");
+  return {app, [options](Terminal& terminal) { return Run(*options, terminal); }};
+}
+
+}  // namespace historian::command
