@@ -11,33 +11,38 @@
 namespace historian {
 namespace {
 
+// What each statement gives for a tag and a bucket: its begin in milliseconds, its rows and, of those that
+// have a value, the number, sum, minimum and maximum. The begin is computed for each bucket, not for each
+// row.
+constexpr char kHead[] =
+    "select tag_name, extract(epoch from begin) * 1000, rows, numbers, total, low, high from (";
+
 // All three: $1 tags, $2 and $3 first instant and the one after the last, $4 width of a bucket, $5 where the
-// first begins, in milliseconds. They give for a tag and a bucket its begin, its rows and, of those that have
-// a value, the number, sum, minimum and maximum.
+// first begins, in milliseconds.
 constexpr char kSamples[] =
-    "select tag_name, extract(epoch from date_bin($4::bigint * interval '1 millisecond', time, "
-    "to_timestamp($5::bigint / 1000.0))) * 1000, "
-    "count(*), count(value), sum(value), min(value), max(value) from datalog "
+    "select tag_name, date_bin($4::bigint * interval '1 millisecond', time, "
+    "to_timestamp($5::bigint / 1000.0)) as begin, count(*) as rows, count(value) as numbers, "
+    "sum(value) as total, min(value) as low, max(value) as high from datalog "
     "where tag_name = any($1::text[]) and time >= to_timestamp($2::bigint / 1000.0) "
-    "and time < to_timestamp($3::bigint / 1000.0) group by 1, 2";
+    "and time < to_timestamp($3::bigint / 1000.0) group by 1, 2) bucket";
 
 // A row is a minute.
 constexpr char kMinutesOfSamples[] =
-    "with minute as (select tag_name, date_bin('1 minute', time, to_timestamp($5::bigint / 1000.0)) as bucket, "
-    "avg(value) as mean, min(value) as low, max(value) as high "
-    "from datalog where tag_name = any($1::text[]) and time >= to_timestamp($2::bigint / 1000.0) "
-    "and time < to_timestamp($3::bigint / 1000.0) group by 1, 2) "
-    "select tag_name, extract(epoch from date_bin($4::bigint * interval '1 millisecond', bucket, "
-    "to_timestamp($5::bigint / 1000.0))) * 1000, "
-    "count(*), count(mean), sum(mean), min(low), max(high) from minute group by 1, 2";
+    "select tag_name, date_bin($4::bigint * interval '1 millisecond', start, "
+    "to_timestamp($5::bigint / 1000.0)) as begin, count(*) as rows, count(mean) as numbers, "
+    "sum(mean) as total, min(low) as low, max(high) as high from ("
+    "select tag_name, date_bin('1 minute', time, to_timestamp($5::bigint / 1000.0)) as start, "
+    "avg(value) as mean, min(value) as low, max(value) as high from datalog "
+    "where tag_name = any($1::text[]) and time >= to_timestamp($2::bigint / 1000.0) "
+    "and time < to_timestamp($3::bigint / 1000.0) group by 1, 2) minute group by 1, 2) bucket";
 
-constexpr char kAggregateHead[] =
-    "select tag_name, extract(epoch from date_bin($4::bigint * interval '1 millisecond', bucket, "
-    "to_timestamp($5::bigint / 1000.0))) * 1000, "
-    "count(*), count(avg_val), sum(avg_val), min(min_val), max(max_val) from ";
+constexpr char kAggregate[] =
+    "select tag_name, date_bin($4::bigint * interval '1 millisecond', bucket, "
+    "to_timestamp($5::bigint / 1000.0)) as begin, count(*) as rows, count(avg_val) as numbers, "
+    "sum(avg_val) as total, min(min_val) as low, max(max_val) as high from ";
 constexpr char kAggregateTail[] =
     " where tag_name = any($1::text[]) and bucket >= to_timestamp($2::bigint / 1000.0) "
-    "and bucket < to_timestamp($3::bigint / 1000.0) group by 1, 2";
+    "and bucket < to_timestamp($3::bigint / 1000.0) group by 1, 2) bucket";
 
 // $1 tags, $2 and $3 as above, $4 most rows.
 constexpr char kRawSamples[] =
@@ -111,10 +116,13 @@ double ValueOrNan(const Result& rows, int row, int column) {
 void Reader::ReadSegment(const Segment& segment, const std::string& tags) {
   const bool whole = segment.store == buckets_.store || buckets_.store == Store::Samples;
   const std::int64_t width = whole ? buckets_.width : Unit(buckets_.store);
-  std::string statement = whole ? kSamples : kMinutesOfSamples;
-  if (segment.store != Store::Samples) {
-    statement = std::string(kAggregateHead) +
-                (segment.store == Store::Minutes ? "datalog_1m" : "datalog_1h") + kAggregateTail;
+  std::string statement = kHead;
+  if (segment.store == Store::Samples) {
+    statement += whole ? kSamples : kMinutesOfSamples;
+  } else {
+    statement += kAggregate;
+    statement += segment.store == Store::Minutes ? "datalog_1m" : "datalog_1h";
+    statement += kAggregateTail;
   }
   const Result rows =
       link_.Run(statement, {tags, std::to_string(segment.range.begin), std::to_string(segment.range.end),
