@@ -1,4 +1,4 @@
-# What `cmake --install` puts in place: headers, both libraries, a CMake package and a pkg-config file.
+# What `cmake --install` puts in place: headers, the libraries, a CMake package and pkg-config files.
 
 include(CMakePackageConfigHelpers)
 
@@ -11,9 +11,12 @@ if(DBMSAPI_SQLAPI STREQUAL "builtin")
                 client/include/pgAPI.h
           DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 endif()
-# The two libraries lie side by side, wherever that is.
+# The libraries lie side by side, wherever that is.
 if(UNIX)
   set_target_properties(DbmsAPI PROPERTIES INSTALL_RPATH $ORIGIN)
+  if(DBMSAPI_BUILD_HISTORIAN)
+    set_target_properties(historian PROPERTIES INSTALL_RPATH $ORIGIN)
+  endif()
 endif()
 install(TARGETS ${libraries} EXPORT DbmsAPITargets
         RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime
@@ -50,3 +53,18 @@ if(DBMSAPI_SQLAPI STREQUAL "vendor")
 endif()
 configure_file(cmake/DbmsAPI.pc.in ${PROJECT_BINARY_DIR}/DbmsAPI.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/DbmsAPI.pc DESTINATION ${pkgconfig_dir} COMPONENT development)
+
+if(DBMSAPI_BUILD_HISTORIAN)
+  install(TARGETS historian EXPORT historianTargets
+          RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT historian_runtime
+          LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT historian_runtime
+                  NAMELINK_COMPONENT historian_development
+          ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT historian_development
+          INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+  install(FILES historian/Backfill.h historian/Error.h historian/Export.h historian/Health.h
+                historian/Time.h historian/Trend.h
+          DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/historian COMPONENT historian_development)
+  install(EXPORT historianTargets NAMESPACE DbmsAPI:: DESTINATION ${package_dir} COMPONENT historian_development)
+  configure_file(cmake/historian.pc.in ${PROJECT_BINARY_DIR}/historian.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/historian.pc DESTINATION ${pkgconfig_dir} COMPONENT historian_development)
+endif()

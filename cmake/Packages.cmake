@@ -1,4 +1,5 @@
-# What `cpack` makes of the installed tree: a pair of Debian packages (preset package), for Windows a zip.
+# What `cpack` makes of the installed tree: a pair of Debian packages for each of DbmsAPI and historian (preset
+# package), for Windows one zip.
 
 set(CPACK_PACKAGE_NAME dbmsapi)
 set(CPACK_PACKAGE_CONTACT "DbmsAPI developers <developers@dbmsapi.invalid>")
@@ -6,8 +7,13 @@ set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
 set(CPACK_VERBATIM_VARIABLES ON)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_COMPONENTS_ALL runtime development)
+if(DBMSAPI_BUILD_HISTORIAN)
+  list(APPEND CPACK_COMPONENTS_ALL historian_runtime historian_development)
+endif()
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "Libraries that programs load.")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Headers and what else building a program takes.")
+set(CPACK_COMPONENT_HISTORIAN_RUNTIME_DESCRIPTION "Library historian: recorder, bulk load and queries over DbmsAPI.")
+set(CPACK_COMPONENT_HISTORIAN_DEVELOPMENT_DESCRIPTION "Headers and what else building a program with historian takes.")
 
 if(WIN32)
   set(CPACK_GENERATOR ZIP)
@@ -22,9 +28,19 @@ else()
   set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
   set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
   # The one library needs the other, and both are in this package.
-  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/client)
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/client ${PROJECT_BINARY_DIR}/DbmsAPI)
   set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libdbmsapi-dev)
   set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
   set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libdbmsapi${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION})")
+
+  set(CPACK_DEBIAN_HISTORIAN_RUNTIME_PACKAGE_NAME libhistorian${PROJECT_VERSION_MAJOR})
+  set(CPACK_DEBIAN_HISTORIAN_RUNTIME_PACKAGE_SECTION libs)
+  set(CPACK_DEBIAN_HISTORIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
+  # No package of the building system holds DbmsAPI: dpkg-shlibdeps does not find this one.
+  set(CPACK_DEBIAN_HISTORIAN_RUNTIME_PACKAGE_DEPENDS "libdbmsapi${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION})")
+  set(CPACK_DEBIAN_HISTORIAN_DEVELOPMENT_PACKAGE_NAME libhistorian-dev)
+  set(CPACK_DEBIAN_HISTORIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+  set(CPACK_DEBIAN_HISTORIAN_DEVELOPMENT_PACKAGE_DEPENDS
+      "libhistorian${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION}), libdbmsapi-dev (= ${PROJECT_VERSION})")
 endif()
 include(CPack)

@@ -1,8 +1,8 @@
 #include "historian/Link.h"
 
 #include <charconv>
-#include <climits>
 
+#include "DbmsAPI/Diagnostics.h"
 #include "historian/Error.h"
 #include "port/Utf8.h"
 
@@ -15,6 +15,9 @@ constexpr int kTuplesOk = 2;
 constexpr int kCopyIn = 4;
 constexpr int kConnectionOk = 0;
 constexpr int kSqlState = 'C';
+
+// Sent at once: the server works on the first piece of a COPY while the next ones are on their way.
+constexpr std::size_t kCopyPiece = 256 * 1024;
 
 template <class Value>
 Value Parse(std::string_view text) {
@@ -35,7 +38,7 @@ double Result::Number(int row, int column) const { return Parse<double>(Text(row
 std::int64_t Result::Affected() const { return Parse<std::int64_t>(api_->PQcmdTuples(result_.get())); }
 
 Link::Link(Dbms& dbms, std::string operation) : operation_(std::move(operation)) {
-  if (!dbms.Connect()) throw Error(operation_, sys::ToUtf8(dbms.GetLastError()));
+  if (!dbms.Connect()) throw Error(operation_, sys::ToUtf8(dbms.GetLastError()), LastSqlState(dbms));
   connection_ = dbms.GetConnection();
   api_ = static_cast<const pgAPI*>(connection_->NativeAPI());
   conn_ = static_cast<const pgConnectionHandles*>(connection_->NativeHandles())->conn;
@@ -64,7 +67,7 @@ void Link::StartCopy(const std::string& statement) {
 
 void Link::SendCopy(std::string_view bytes) {
   while (!bytes.empty()) {
-    const auto piece = bytes.substr(0, INT_MAX);
+    const auto piece = bytes.substr(0, kCopyPiece);
     if (api_->PQputCopyData(conn_, piece.data(), static_cast<int>(piece.size())) != 1) {
       FinishCopy();  // throws what the server or the lost link answered
       throw Error(operation_, api_->PQerrorMessage(conn_));
@@ -105,9 +108,9 @@ void Link::RollBack() noexcept {
 
 void Link::Fail(const PGresult* result) {
   const char* state = api_->PQresultErrorField(result, kSqlState);
-  std::string text = api_->PQresultErrorMessage(result);
+  std::string text = ErrorText(*api_, result);
   if (text.empty()) text = api_->PQerrorMessage(conn_);
-  while (!text.empty() && text.back() == '\n') text.pop_back();
+  while (text.ends_with('\n')) text.pop_back();
   Error error(operation_, std::move(text), state ? state : "");
   DropIfLost();
   throw error;

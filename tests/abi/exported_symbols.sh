@@ -1,11 +1,13 @@
 #!/usr/bin/env bash
 # Checks what the shared libraries export and by what names programs load them:
 #
-#   exported_symbols.sh LIBDBMSAPI LIBSQLAPI [OBJDUMP]
+#   exported_symbols.sh LIBDBMSAPI LIBSQLAPI [LIBHISTORIAN] OBJDUMP
 #
 # OBJDUMP is the one for the system that the libraries are made for, where that is Windows.
 set -euo pipefail
-objdump=${3:-objdump}
+objdump=${*: -1}
+historian_library=
+[ $# -lt 4 ] || historian_library=$3
 
 # Exported symbols of a DLL, one a line.
 exported_by_dll() {
@@ -31,10 +33,13 @@ stray() {
 
 library=$(exported "$1")
 client=$(exported "$2")
+historian=
+[ -z "$historian_library" ] || historian=$(exported "$historian_library")
 
 found=$(
   stray "$library" 'Dbms::|(vtable|typeinfo|typeinfo name) for Dbms$|SetDbmsDebugSink\(|SetDbmsInvalidParameterHandler\(|LastSqlState\[abi:cxx11\]\('
-  stray "$client" '(operator==\()?SA[A-Z][A-Za-z]+|sa(API|ConnectionHandles)::|pg(API|ConnectionHandles)::|(vtable|typeinfo|typeinfo name) for (SA|sa|pg)[A-Za-z]+'
+  stray "$client" '(operator==\()?SA[A-Z][A-Za-z]+|sa(API|ConnectionHandles)::|pg(API|ConnectionHandles)::|ErrorText\[abi:cxx11\]\(|(vtable|typeinfo|typeinfo name) for (SA|sa|pg)[A-Za-z]+'
+  [ -z "$historian" ] || stray "$historian" 'historian::(Backfill|CheckHealth|Read[A-Z][A-Za-z]+)(\[abi:cxx11\])?\(|historian::(Error|HealthReport|Recorder)::|(vtable|typeinfo|typeinfo name) for historian::Error$'
 )
 if [ -n "$found" ]; then
   printf 'exported without need:\n%s\n' "$found"
@@ -61,13 +66,19 @@ expect_dll_name() {
 if [[ $1 == *.dll ]]; then
   expect_dll_name "$1" DbmsAPI.dll
   expect_dll_name "$2" sqlapi.dll
+  [ -z "$historian" ] || expect_dll_name "$historian_library" historian.dll
   echo 'the DLLs export their interface and nothing else'
   exit
 fi
 
-soname=$(readelf --dynamic "$1" | grep SONAME)
-grep -qE 'libDbmsAPI\.so\.[0-9]+' <<<"$soname" || {
-  echo "no versioned soname: $soname"
-  exit 1
+expect_soname() {
+  local soname
+  soname=$(readelf --dynamic "$1" | grep SONAME)
+  grep -qE "$2\.so\.[0-9]+" <<<"$soname" || {
+    echo "no versioned soname: $soname"
+    exit 1
+  }
 }
+expect_soname "$1" libDbmsAPI
+[ -z "$historian" ] || expect_soname "$historian_library" libhistorian
 echo "the libraries export their interface and nothing else"

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Builds and runs the consumer project against an installed tree, once as find_package finds it and once as
-# pkg-config does, each on a fresh database of the test server:
+# Builds and runs the consumer project, a program with DbmsAPI and one with historian, against an installed tree, once as
+# find_package finds it and once as pkg-config does, each on a fresh database of the test server:
 #
 #   against.sh PREFIX [CMAKE OPTION]...
 #
@@ -36,24 +36,26 @@ quietly() {
   }
 }
 
-# uses_the_library HOW PROGRAM...: the program stores a sample and reads it back.
-uses_the_library() {
-  local how=$1 said
-  shift
+# runs HOW OUTPUT PROGRAM...: the program says just that, on a fresh database.
+runs() {
+  local how=$1 wanted=$2 said
+  shift 2
   database=consumer_${how}_$$
   on_server "create database $database"
   said=$("$@" "$DBMSAPI_TEST_HOST" "$DBMSAPI_TEST_PORT" "$database" "$DBMSAPI_TEST_USER" "$DBMSAPI_TEST_PASSWORD") || {
     echo "by $how: exit status $?: $said"
     exit 1
   }
-  [ "$said" = 'one sample stored and read back' ] || {
-    echo "by $how: said '$said'"
+  [ "$said" = "$wanted" ] || {
+    echo "by $how: said '$said', not '$wanted'"
     exit 1
   }
   on_server "drop database $database"
   database=
   echo "by $how: $said"
 }
+with_dbmsapi='one sample stored and read back'
+with_historian='two samples loaded'
 
 by_cmake() {
   quietly cmake -G Ninja -S "$here" -B "$work/by_cmake" -DCMAKE_PREFIX_PATH="$prefix" "$@"
@@ -64,23 +66,27 @@ by_cmake() {
   quietly cmake --build "$work/by_cmake"
 }
 
+# by_pkg_config PACKAGE SOURCE OUTPUT
 by_pkg_config() {
   local flags libraries file folder
-  file=$(find "$prefix" -name DbmsAPI.pc)
+  file=$(find "$prefix" -name "$1.pc")
   folder=$(dirname "$(dirname "$file")")
   export PKG_CONFIG_PATH=${file%/*}
-  read -ra flags < <(pkg-config --cflags DbmsAPI)
-  read -ra libraries < <(pkg-config --libs DbmsAPI)
-  quietly "${CXX:-g++}" -std=c++20 "${flags[@]}" "$here/main.cpp" -o "$work/by_pkg_config" "${libraries[@]}"
-  uses_the_library pkg_config env LD_LIBRARY_PATH="$folder" "$work/by_pkg_config"
+  read -ra flags < <(pkg-config --cflags "$1")
+  read -ra libraries < <(pkg-config --libs "$1")
+  quietly "${CXX:-g++}" -std=c++20 "${flags[@]}" "$here/$2" -o "$work/by_pkg_config" "${libraries[@]}"
+  runs pkg_config "$3" env LD_LIBRARY_PATH="$folder" "$work/by_pkg_config"
 }
 
 by_cmake "$@"
 if [ -n "${CONSUMER_EMULATOR:-}" ]; then
   # What has to lie beside a program there.
   cp "$prefix"/bin/*.dll "${CONSUMER_LIBPQ:?}"/*.dll "$work/by_cmake"
-  uses_the_library cmake "$CONSUMER_EMULATOR" "$work/by_cmake/consumer.exe"
+  runs cmake "$with_dbmsapi" "$CONSUMER_EMULATOR" "$work/by_cmake/consumer.exe"
+  runs cmake "$with_historian" "$CONSUMER_EMULATOR" "$work/by_cmake/historian_consumer.exe"
 else
-  uses_the_library cmake "$work/by_cmake/consumer"
-  by_pkg_config
+  runs cmake "$with_dbmsapi" "$work/by_cmake/consumer"
+  runs cmake "$with_historian" "$work/by_cmake/historian_consumer"
+  by_pkg_config DbmsAPI main.cpp "$with_dbmsapi"
+  by_pkg_config historian historian.cpp "$with_historian"
 fi

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Makes the pair of Debian packages and uses what is in them as a client's own project does: debian.sh SOURCE_FOLDER
+# Makes the Debian packages, a pair for each of DbmsAPI and historian, and uses what is in them as a client's own project does: debian.sh SOURCE_FOLDER
 set -euo pipefail
 source=$(cd "$1" && pwd)
 work=$(mktemp -d)
@@ -26,7 +26,13 @@ quietly cpack --config build/package.test/CPackConfig.cmake -B "$work/packages"
 cd "$work/packages"
 runtime=(libdbmsapi[0-9]*_*.deb)
 development=(libdbmsapi-dev_*.deb)
-[ -f "${runtime[0]}" ] && [ -f "${development[0]}" ] || fail "made other packages: $(ls)"
+historian=(libhistorian[0-9]*_*.deb)
+historian_development=(libhistorian-dev_*.deb)
+found=(*.deb)
+for package in "${runtime[0]}" "${development[0]}" "${historian[0]}" "${historian_development[0]}"; do
+  [ -f "$package" ] || fail "made other packages: $(ls)"
+done
+[ ${#found[@]} -eq 4 ] || fail "made other packages: ${found[*]}"
 
 # depends PACKAGE NAME...: what a package depends on, versions aside.
 depends() {
@@ -39,13 +45,38 @@ name=$(dpkg-deb --field "${runtime[0]}" Package)
 version=$(dpkg-deb --field "${runtime[0]}" Version)
 depends "${runtime[0]}" libc6 libgcc-s1 libpq5 libstdc++6
 depends "${development[0]}" "$name"
-[[ $(dpkg-deb --field "${development[0]}" Depends) == *"(= $version)"* ]] || fail 'the packages may be of different versions'
+depends "${historian[0]}" libc6 "$name" libgcc-s1 libstdc++6
+depends "${historian_development[0]}" libdbmsapi-dev "$(dpkg-deb --field "${historian[0]}" Package)"
+for package in "${development[0]}" "${historian_development[0]}" "${historian[0]}"; do
+  [[ $(dpkg-deb --field "$package" Depends) == *"(= $version)"* ]] || fail 'the packages may be of different versions'
+done
 
-# Programs are run with the one package, and built with both.
-dpkg-deb --extract "${runtime[0]}" "$work/runtime"
+# extract FOLDER PACKAGE...
+extract() {
+  local package
+  mkdir "$1"
+  for package in "${@:2}"; do dpkg-deb --extract "$package" "$1"; done
+}
+
+# Programs are run with the ones, and built with the others.
+extract "$work/runtime" "${runtime[0]}" "${historian[0]}"
 if find "$work/runtime" -name '*.h' -o -name '*.so' -o -name '*.pc' -o -name '*.cmake' | grep .; then
   fail 'is not for running programs'
 fi
-mkdir "$work/root"
-for package in "${runtime[0]}" "${development[0]}"; do dpkg-deb --extract "$package" "$work/root"; done
+
+# The pair of DbmsAPI works without the other one.
+# finds FOLDER [ARGUMENT]...: whether find_package finds DbmsAPI there.
+finds() {
+  mkdir -p "$work/finds"
+  printf '%s\n' 'cmake_minimum_required(VERSION 3.25)' 'project(finds LANGUAGES CXX)' "find_package(DbmsAPI ${*:2})" \
+    >"$work/finds/CMakeLists.txt"
+  rm -rf "$work/finds/build"
+  cmake -S "$work/finds" -B "$work/finds/build" -DCMAKE_PREFIX_PATH="$1" >"$work/log" 2>&1
+}
+extract "$work/alone" "${runtime[0]}" "${development[0]}"
+finds "$work/alone/usr" REQUIRED || fail "the pair of DbmsAPI is not found alone: $(cat "$work/log")"
+if finds "$work/alone/usr" REQUIRED COMPONENTS historian; then fail 'historian is found without its packages'; fi
+grep -q "component historian is not installed" "$work/log" || fail "the missing component is not named: $(cat "$work/log")"
+
+extract "$work/root" "${found[@]}"
 "$source/tests/consumer/against.sh" "$work/root/usr"

@@ -24,7 +24,7 @@ prefix=$work/${archives[0]%.zip}
 
 # The C++ runtime is in it, libpq is not: every site has its own.
 found=$(cd "$prefix/bin" && printf '%s\n' * | sort | xargs)
-wanted='DbmsAPI.dll libgcc_s_seh-1.dll libstdc++-6.dll libwinpthread-1.dll sqlapi.dll'
+wanted='DbmsAPI.dll historian.dll libgcc_s_seh-1.dll libstdc++-6.dll libwinpthread-1.dll sqlapi.dll'
 [ "$found" = "$wanted" ] || {
   echo "bin/ holds $found, not $wanted"
   exit 1

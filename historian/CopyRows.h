@@ -1,0 +1,35 @@
+#pragma once
+
+// Samples as the rows that tag history holds of them, in the binary format of COPY. Internal: not installed.
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "DbmsAPI/HistoryTypes.h"
+
+namespace historian {
+
+// An instant as the server keeps it: microseconds since 2000-01-01 00:00 UTC. The server makes it of epoch
+// seconds as a double, which has less than microseconds from the year 2106 on; this gives the same one.
+// Throws Error 22008 for times that a timestamp cannot hold.
+std::int64_t StoredTime(std::int64_t timeMs);
+
+// A value with ten significant digits, rounded as std::to_chars does. Throws Error 22003 when these exceed
+// the range of a double. The value must be finite.
+double StoredValue(double value);
+
+// The rows of a batch, sorted by time and tag, each time and tag once: of several samples the first.
+struct CopyRows {
+  std::string bytes;          // all that COPY ... (time, tag_name, value) FROM STDIN (FORMAT binary) takes
+  std::int64_t rows = 0;      // in bytes
+  std::int64_t repeated = 0;  // samples whose time and tag an earlier one of the batch has
+  std::int64_t leftOut =
+      0;  // samples without a time, a tag or a finite value, as InsertLogData leaves them out
+  std::int64_t oldest = 0;  // StoredTime of the first row and
+  std::int64_t newest = 0;  // of the last one, 0 without rows
+};
+
+CopyRows MakeCopyRows(const std::vector<LogSample>& samples);
+
+}  // namespace historian
