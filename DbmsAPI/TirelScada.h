@@ -6,15 +6,13 @@
 
 class SACommand;
 class SAException;
-class TagTexts;
+class TagNameCache;
 
 // PostgreSQL with TimescaleDB: the 69 operations, grouped by the file under DbmsAPI/ that holds them.
 class TirelScada : public Dbms {
  public:
   TirelScada(const wchar_t* host, int port, const wchar_t* database, const wchar_t* user,
              const wchar_t* password);
-  TirelScada(const TirelScada& other);             // learns the order of its tags anew
-  TirelScada& operator=(const TirelScada& other);  // likewise
   ~TirelScada() override;
 
   // See DbmsAPI/Diagnostics.h.
@@ -195,8 +193,8 @@ class TirelScada : public Dbms {
   void SetRetentionPolicy(const wchar_t* table, int days);
 
   bool timescaleEnabled;
-  std::string lastSqlState;                                     // of the failure in lastError
-  std::unordered_map<std::wstring, std::string> utf8NameCache;  // tag name to its COPY text
-  std::string copyBuffer;                                       // outgoing COPY text; keeps its capacity
-  std::shared_ptr<TagTexts> tagTexts;  // points into this object's cache; made by the first batch
+  std::string lastSqlState;  // of the failure in lastError
+  std::shared_ptr<TagNameCache>
+      utf8NameCache;       // made by the first batch; shared by copies, as the connection is
+  std::string copyBuffer;  // outgoing COPY text; keeps its capacity
 };

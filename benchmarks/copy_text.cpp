@@ -5,7 +5,7 @@
 #include <span>
 
 #include "DbmsAPI/history/CopyText.h"
-#include "DbmsAPI/history/TagTexts.h"
+#include "DbmsAPI/history/TagNameCache.h"
 #include "Plant.h"
 
 namespace {
@@ -21,22 +21,17 @@ class TextMaker {
   TextMaker() { text_.reserve(kFlushBytes + kFlushBytes / 16); }
 
   void MakeBatch(std::span<const LogSample> samples) {
-    CopyLines lines(text_);
     for (const LogSample& sample : samples) {
       if (!IsStorable(sample)) continue;
-      lines.Append(sample.timeMs, texts_.Of(sample.tagName), sample.value);
-      if (lines.size() < kFlushBytes) continue;
-      lines.Finish();
-      text_.clear();
+      AppendCopyLine(text_, sample.timeMs, names_.Escaped(sample.tagName), sample.value);
+      if (text_.size() >= kFlushBytes) text_.clear();
     }
-    lines.Finish();
     benchmark::DoNotOptimize(text_.data());
     text_.clear();
   }
 
  private:
-  TagTexts::Cache names_;
-  TagTexts texts_{names_};
+  TagNameCache names_;
   std::string text_;
 };
 

@@ -19,7 +19,7 @@ root=$(dirname "$here")
 # shellcheck source=tools/lib/machine.sh
 . "$here/lib/machine.sh"
 
-programs=(compare_ten_digits copy_text memory_use read_rows insert_history single_statements eight_threads
+programs=(copy_text memory_use read_rows insert_history single_statements eight_threads
   tuning)
 folder=$root/build/bench
 

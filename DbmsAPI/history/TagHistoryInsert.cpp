@@ -6,7 +6,7 @@
 #include "DbmsAPI/frame/Operation.h"
 #include "DbmsAPI/frame/SqlState.h"
 #include "DbmsAPI/history/CopyText.h"
-#include "DbmsAPI/history/TagTexts.h"
+#include "DbmsAPI/history/TagNameCache.h"
 #include "port/Debug.h"
 #include "port/Format.h"
 #include "port/InvalidParameter.h"
@@ -54,7 +54,8 @@ struct Failure {
 // One batch on its way through the native connection of a session. Each step returns whether it succeeded.
 class Batch {
  public:
-  Batch(SAConnection& connection, const std::vector<LogSample>& samples, TagTexts& names, std::string& buffer)
+  Batch(SAConnection& connection, const std::vector<LogSample>& samples, TagNameCache& names,
+        std::string& buffer)
       : connection_(connection),
         api_(static_cast<const pgAPI&>(*connection.NativeAPI())),
         conn_(static_cast<const pgConnectionHandles&>(*connection.NativeHandles()).conn),
@@ -83,7 +84,7 @@ class Batch {
   const pgAPI& api_;
   PGconn* conn_;
   const std::vector<LogSample>& samples_;
-  TagTexts& names_;
+  TagNameCache& names_;
   std::string& buffer_;
   bool copying_ = false;
   bool endless_ = false;  // the server does not end the COPY
@@ -135,15 +136,11 @@ bool Batch::Copy() {
 bool Batch::SendSamples() {
   buffer_.clear();
   buffer_.reserve(std::max(kBytesPerSample * samples_.size(), kFlushBytes));
-  CopyLines lines(buffer_);
   for (const LogSample& sample : samples_) {
     if (!IsStorable(sample)) continue;
-    lines.Append(sample.timeMs, names_.Of(sample.tagName), sample.value);
-    if (lines.size() < kFlushBytes) continue;
-    lines.Finish();
-    if (!Flush()) return false;
+    AppendCopyLine(buffer_, sample.timeMs, names_.Escaped(sample.tagName), sample.value);
+    if (buffer_.size() >= kFlushBytes && !Flush()) return false;
   }
-  lines.Finish();
   return buffer_.empty() || Flush();
 }
 
@@ -195,8 +192,8 @@ void Batch::KeepFailure(const PGresult* result) {
 bool TirelScada::InsertLogData(const std::vector<LogSample>& samples) {
   if (!Connect()) return false;
   return Guard([&] {
-    if (!tagTexts) tagTexts = std::make_shared<TagTexts>(utf8NameCache);
-    Batch batch(*connection, samples, *tagTexts, copyBuffer);
+    if (!utf8NameCache) utf8NameCache = std::make_shared<TagNameCache>();
+    Batch batch(*connection, samples, *utf8NameCache, copyBuffer);
     if (batch.Store()) return true;
     if (const Failure& failure = batch.FirstFailure(); !failure.text.empty()) {
       lastError = failure.text;

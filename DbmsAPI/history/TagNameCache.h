@@ -1,0 +1,31 @@
+#pragma once
+
+#include <string>
+#include <unordered_map>
+
+// Tag names as COPY takes them. Hashing a name costs more than formatting its line, and the tags of a plant
+// come in the same order cycle after cycle: so each tag predicts the next one, and only a wrong prediction is
+// looked up.
+class TagNameCache {
+ public:
+  // The name in UTF-8, escaped. Valid as long as the cache.
+  const std::string& Escaped(const std::wstring& tagName) {
+    Entry* entry = last_ ? last_->second.next : nullptr;
+    if (!entry || entry->first != tagName) entry = LookUp(tagName);
+    last_ = entry;
+    return entry->second.escaped;
+  }
+
+ private:
+  struct Tag;
+  using Entry = std::pair<const std::wstring, Tag>;
+  struct Tag {
+    std::string escaped;
+    Entry* next = nullptr;  // the one that followed the last time
+  };
+
+  Entry* LookUp(const std::wstring& tagName);
+
+  std::unordered_map<std::wstring, Tag> tags_;
+  Entry* last_ = nullptr;
+};
