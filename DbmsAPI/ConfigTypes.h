@@ -1,6 +1,6 @@
 #pragma once
 
-// What the configuration stores take and give.
+// Records of the configuration stores.
 
 #include <cstdint>
 #include <string>

@@ -7,14 +7,14 @@
 
 class Dbms;
 
-// Where the library's debug lines go, process-wide. By default that is the debugger's output on Windows and
-// stderr elsewhere. An empty function restores the default. The sink may be called on any thread that uses
-// the library; it must not throw.
+// Sets where the debug lines of the whole process go. The default, restored by an empty function, is the
+// debugger's output on Windows and stderr elsewhere. The sink is called on any thread that uses the library.
+// It must not throw.
 DBMSAPI_EXPORT void SetDbmsDebugSink(std::function<void(const wchar_t* line)> sink);
 
-// Called when a statement does not fit its fixed buffer because a name is too long; the operation then sends
-// nothing more and answers false, with GetLastError as it was. By default a debug line is written. An empty
-// function restores the default. It must not throw.
+// Sets what is called when a statement does not fit its fixed buffer, because a name is too long. The
+// operation then sends nothing more and returns false; GetLastError stays as it was. The default, restored by
+// an empty function, writes a debug line. The handler must not throw.
 DBMSAPI_EXPORT void SetDbmsInvalidParameterHandler(std::function<void(const wchar_t* reason)> handler);
 
 // The SQLSTATE of the failure whose text GetLastError gives: five characters ("23505"), from the server.

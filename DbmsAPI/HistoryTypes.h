@@ -1,20 +1,20 @@
 #pragma once
 
-// What tag history, user log tables and alarm history take and give.
+// Records of tag history, user log tables and alarm history.
 
 #include <cstdint>
 #include <string>
 #include <variant>
 #include <vector>
 
-// One sample of a tag on its way into tag history.
+// One sample of a tag, to be stored.
 struct LogSample {
   std::int64_t timeMs = 0;  // epoch milliseconds
   std::wstring tagName;     // tag name
   double value = 0;         // DBL_MAX: the sample has no value (stored as NULL)
 };
 
-// One sample of a tag read back from tag history.
+// One sample of a tag, as read from tag history.
 struct LogPoint {
   double time = 0;   // epoch seconds with fraction
   double value = 0;  // DBL_MAX: the stored value is NULL

@@ -2,7 +2,7 @@
 
 #include "TirelScada.h"
 
-// PostgreSQL that may lack TimescaleDB. Operations that create or purge tables first look whether the
+// PostgreSQL that may lack TimescaleDB. Operations that create or purge tables first find out whether the
 // extension is installed, then do what TirelScada does.
 class PostgreSQL : public TirelScada {
  public:
@@ -25,7 +25,6 @@ class PostgreSQL : public TirelScada {
   bool CompressChunk(const wchar_t* chunk) override;
 
  private:
-  // Brings timescaleEnabled up to date; a probe that fails leaves it as it was. True when the extension was
-  // found.
+  // Sets timescaleEnabled; leaves it alone when the probe fails. Returns whether the extension was found.
   bool ProbeTimescaleExtension();
 };

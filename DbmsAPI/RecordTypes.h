@@ -1,6 +1,6 @@
 #pragma once
 
-// What user accounts and the system log take and give.
+// Records of user accounts and the system log.
 
 #include <cstdint>
 #include <string>

@@ -1,6 +1,6 @@
 #pragma once
 
-// What the report stores take and give.
+// Records of the report stores.
 
 #include <cstdint>
 #include <string>

@@ -173,23 +173,23 @@ class TirelScada : public Dbms {
   void ReportFailure(int errorClass, int nativeCode, const std::wstring& text);
   // Connects to the server that the parameters name.
   void ConnectTo(SAConnection& target);
-  // Whether the link is gone although it counts as open; asks the server.
+  // Whether the connection has broken although it counts as open. Asks the server.
   bool ConnectionLost();
   // Lets hostSelector choose another host and drops the connection.
   void AbandonServer();
 
   // frame/Hypertable.cpp
 
-  // Makes a table a hypertable or adopts one, and sees to its retention unless that is not given (0 or less:
-  // no policy). Returns whether compression is set up already.
+  // Makes a table a hypertable unless it is one, and sets its retention if one is given (0 or less: no
+  // policy). Returns whether compression is already set up.
   bool AdoptHypertable(SACommand& command, const wchar_t* table, std::optional<int> retentionDays);
-  // The whole setup of a table: the above, then compression by segment columns and its policy. Does nothing
-  // while the extension's version is unknown.
+  // Adopts the table as above, then sets up compression by segment columns and its policy. Does nothing while
+  // the extension's version is unknown.
   void SetUpHypertable(SACommand& command, const wchar_t* table, const wchar_t* segmentBy,
                        std::optional<int> retentionDays);
-  // Brings the retention of a table to so many days, through the extension's internal catalog.
+  // Sets the retention of a table, read from the extension's internal catalog.
   void SetRetentionPolicyLegacy(const wchar_t* table, int days);
-  // The same through the public jobs view; for the continuous aggregates.
+  // Sets the retention of a continuous aggregate, read from the public view of jobs.
   void SetRetentionPolicy(const wchar_t* table, int days);
 
   bool timescaleEnabled;

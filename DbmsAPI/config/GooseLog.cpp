@@ -32,14 +32,16 @@ constexpr wchar_t kCreateGoose[] =
     L"vlanPrio int NOT NULL,"
     L"primary key (time,GOOSE_ControlBlock_Ref))";
 
-// Followed by the other twenty values, each behind a comma, and the closing parenthesis.
+// {}: the record's fields in the order of the columns; invalidityTime in epoch seconds.
+// Kept: texts are spliced; a quote in one damages the statement.
 constexpr wchar_t kInsertGoose[] =
     L"insert into iec_goose (time, GOOSE_ControlBlock_Ref, DataSet, GOOSE_ID, AllowedToLive, "
     L"Structure_Number,Sequence_Number, simulation, ndsCom, invalidityTime, stateValid, srcMac, dstMac, "
     L"appId, dataSetValues,dataSetValuesSelfAllocated, dstMacSet, isObserver, vlanSet, vlanId, vlanPrio) "
-    L"values(now()";
+    L"values(now(), '{}', '{}', '{}', '{}', '{}', '{}', '{}', '{}', to_timestamp('{}'), "
+    L"'{}', '{}', '{}', '{}', '{}', '{}', '{}', '{}', '{}', '{}', '{}')";
 
-// The text up to its first character that no number can hold.
+// The text up to the first character that cannot be part of a number.
 std::string LeadingAscii(const std::wstring& text) {
   std::string ascii;
   for (const wchar_t character : text) {
@@ -54,8 +56,8 @@ bool IsHexadecimal(std::string_view number) {
          number.find_first_of(".0123456789abcdefABCDEF", 2) == 2;
 }
 
-// The number that a text begins with, read as std::stod reads it, but the same in every locale: blanks, a
-// sign, a decimal or hexadecimal number, infinity or nan; what follows is ignored.
+// The number that a text begins with, as std::stod reads it but independent of the locale: blanks, a sign,
+// then a decimal or hexadecimal number, infinity or nan. The rest of the text is ignored.
 double LeadingNumber(const std::wstring& text) {
   std::string number = LeadingAscii(text);
   number.erase(0, number.find_first_not_of(" \t\n\v\f\r"));
@@ -68,39 +70,30 @@ double LeadingNumber(const std::wstring& text) {
   std::errc error = std::errc::invalid_argument;
   if (IsHexadecimal(number))
     error = std::from_chars(number.data() + 2, end, value, std::chars_format::hex).ec;
-  // "0x" with no digit behind it is the number 0.
+  // "0x" without a digit after it is the number 0.
   if (error == std::errc::invalid_argument) error = std::from_chars(number.data(), end, value).ec;
   if (error == std::errc::invalid_argument) throw std::invalid_argument("invalid stod argument");
   if (error == std::errc::result_out_of_range) throw std::out_of_range("stod argument out of range");
   return negative ? -value : value;
 }
 
-// Kept: values stand between quotes as they are; a quote in one damages the statement.
-template <class... Values>
-std::wstring Quoted(const Values&... values) {
-  return (sys::Format(L", '{}'", values) + ...);
-}
-
-std::wstring InsertStatement(const GooseMessageRecord& message, double invaliditySeconds) {
-  return kInsertGoose +
-         Quoted(message.GOOSE_ControlBlock_Ref, message.DataSet, message.GOOSE_ID, message.AllowedToLive,
-                message.Structure_Number, message.Sequence_Number, message.simulation, message.ndsCom) +
-         L", to_timestamp('" + sys::ShortestText(invaliditySeconds) + L"')" +
-         Quoted(message.stateValid, message.srcMac, message.dstMac, message.appId, message.dataSetValues,
-                message.dataSetValuesSelfAllocated, message.dstMacSet, message.isObserver, message.vlanSet,
-                message.vlanId, message.vlanPrio) +
-         L")";
+std::wstring InsertStatement(const GooseMessageRecord& message) {
+  const double invaliditySeconds = LeadingNumber(message.invalidityTime) / 1000.0;
+  return sys::Format(kInsertGoose, message.GOOSE_ControlBlock_Ref, message.DataSet, message.GOOSE_ID,
+                     message.AllowedToLive, message.Structure_Number, message.Sequence_Number,
+                     message.simulation, message.ndsCom, sys::ShortestText(invaliditySeconds),
+                     message.stateValid, message.srcMac, message.dstMac, message.appId, message.dataSetValues,
+                     message.dataSetValuesSelfAllocated, message.dstMacSet, message.isObserver,
+                     message.vlanSet, message.vlanId, message.vlanPrio);
 }
 
 }  // namespace
 
 bool TirelScada::CreateGooseTable() { return Run(kCreateGoose); }
 
-// Kept: neither connects nor sends anything.
+// Kept: does not connect and sends nothing.
 bool TirelScada::ResetGooseLog() { return true; }
 
 bool TirelScada::InsertGooseMessage(const GooseMessageRecord& message) {
-  return Run([&](SACommand& command) {
-    Execute(command, InsertStatement(message, LeadingNumber(message.invalidityTime) / 1000.0));
-  });
+  return Run([&](SACommand& command) { Execute(command, InsertStatement(message)); });
 }

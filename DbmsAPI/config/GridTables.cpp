@@ -3,23 +3,24 @@
 
 // A grid table holds text cells, col_0 and up, and the number of each row. Clients count columns from 1.
 //
-// Kept: names and cell values stand in the statements as they are; a quote in one damages its statement.
+// Kept: names and cell values are spliced; a quote in one damages its statement.
 
 namespace {
 
 // {}: table.
 constexpr wchar_t kCountColumns[] =
     L"select count(*) from information_schema.columns where table_name = '{}'";
-constexpr wchar_t kCreateGridTable[] = L"create table if not exists {} (";
+// {}: table, columns.
+constexpr wchar_t kCreateGridTable[] = L"create table if not exists {} ({}row_num int not null primary key)";
 // {}: number of the column, from 0.
 constexpr wchar_t kGridColumn[] = L"col_{} text,";
-constexpr wchar_t kRowNumberColumn[] = L"row_num int not null primary key)";
 
 // {}: table.
 constexpr wchar_t kDropGridTable[] = L"drop table {}";
 
-// {}: table; its empty cells and the row's number follow.
-constexpr wchar_t kInsertEmptyRow[] = L"insert into {} values (";
+// {}: table, empty cells, row.
+constexpr wchar_t kInsertEmptyRow[] = L"insert into {} values ({}{})";
+constexpr wchar_t kEmptyCell[] = L"'', ";
 
 // {}: table, number of the column from 0, text, row.
 constexpr wchar_t kUpdateGridCell[] = L"update {} set col_{} = '{}' where row_num = {}";
@@ -35,7 +36,7 @@ constexpr wchar_t kSelectRow[] = L"select * from {} where row_num = {}";
 // {}: table.
 constexpr wchar_t kClearGridTable[] = L"delete from {}";
 
-// What a counting query answers: the last row's number, 0 without a row.
+// The number that a counting query returns; 0 without a row.
 std::int64_t ReadCount(SACommand& command, const std::wstring& query) {
   std::int64_t count = 0;
   Execute(command, query);
@@ -44,15 +45,15 @@ std::int64_t ReadCount(SACommand& command, const std::wstring& query) {
 }
 
 std::wstring CreateStatement(const wchar_t* table, int columnCount) {
-  std::wstring statement = sys::Format(kCreateGridTable, table);
-  for (int i = 0; i < columnCount; ++i) statement += sys::Format(kGridColumn, i);
-  return statement + kRowNumberColumn;
+  std::wstring columns;
+  for (int i = 0; i < columnCount; ++i) columns += sys::Format(kGridColumn, i);
+  return sys::Format(kCreateGridTable, table, columns);
 }
 
 std::wstring EmptyRowStatement(const wchar_t* table, int columnCount, std::int64_t row) {
-  std::wstring statement = sys::Format(kInsertEmptyRow, table);
-  for (int i = 0; i < columnCount; ++i) statement += L"'', ";
-  return statement + sys::Format(L"{})", row);
+  std::wstring cells;
+  for (int i = 0; i < columnCount; ++i) cells += kEmptyCell;
+  return sys::Format(kInsertEmptyRow, table, cells, row);
 }
 
 }  // namespace
@@ -60,12 +61,12 @@ std::wstring EmptyRowStatement(const wchar_t* table, int columnCount, std::int64
 bool TirelScada::CreateGridTable(const wchar_t* table, int columnCount) {
   return Run([&](SACommand& command) {
     Require({{L"table", table}});
-    // Kept: the name is looked up as it is written, though the server folds unquoted names to lower case: a
-    // table whose name has capitals is never found, and so is made anew and empty every time. Same-named
-    // tables of every schema count together.
+    // Kept: the name is looked up as it is written, but the server folds unquoted names to lower case. A
+    // table whose name has capitals is never found, so each call drops it and makes an empty one. The columns
+    // of same-named tables in all schemas are counted together.
     const std::int64_t columns = ReadCount(command, sys::Format(kCountColumns, table));
-    // Kept: a table that does not exist is dropped too; the failure leaves its text in lastError and creation
-    // goes on.
+    // Kept: the drop is tried even when the table does not exist. The failure leaves its text in lastError,
+    // and creation goes on.
     if (columns - 1 != columnCount) DropGridTable(table);
     Execute(command, CreateStatement(table, columnCount));
   });
@@ -78,7 +79,7 @@ bool TirelScada::DropGridTable(const wchar_t* table) {
   });
 }
 
-// Kept: rows are numbered from 1 on every call, so that a table which holds rows already refuses the first.
+// Kept: rows are numbered from 1 on every call, so a table that already has rows refuses the first one.
 bool TirelScada::InsertEmptyGridRows(const wchar_t* table, int columnCount, int rowCount) {
   return Run([&](SACommand&) {
     Require({{L"table", table}});
@@ -96,7 +97,7 @@ bool TirelScada::UpdateGridCell(const wchar_t* table, int column, int row, const
   });
 }
 
-// Kept: the row's number is the count of rows plus one; rows must be numbered without gaps for it to be free.
+// Kept: the row's number is the count of rows plus one. It is free only while rows are numbered without gaps.
 bool TirelScada::AppendGridRow(const wchar_t* table, const wchar_t* values) {
   return Run([&](SACommand& command) {
     Require({{L"table", table}, {L"values", values}});

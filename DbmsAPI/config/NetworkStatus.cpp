@@ -17,9 +17,9 @@ constexpr wchar_t kCreateNetworkTable[] =
     L"writePerct int not null,"
     L"primary key (station,address))";
 
-// Followed by one group of markers for each record.
+// A group of markers for each record follows.
 constexpr wchar_t kInsertNetworkStatus[] = L"insert into network_table values ";
-// {}: numbers of the parameters station, address, description, status and the six counters.
+// {}: numbers of the parameters for station, address, description, status and the six counters.
 constexpr wchar_t kRecordMarkers[] = L"(:{},:{},:{},:{},:{},:{},:{},:{},:{},:{}),";
 constexpr std::size_t kParametersPerRecord = 10;
 
@@ -27,11 +27,12 @@ constexpr std::size_t kParametersPerRecord = 10;
 constexpr wchar_t kUpdateNetworkStatus[] =
     L"update network_table set status = '{}', address = '{}', "
     L"read = {}, readerr = {}, readperct = {}, "
-    L"write = {}, writeerr = {}, writeperct = {}  where station = '{}';";
+    L"write = {}, writeerr = {}, writeperct = {}  "
+    L"where station = '{}';";
 
 constexpr wchar_t kDeleteAllNetworkStatus[] = L"delete from network_table";
 
-// Kept: without records the blank is removed in place of a comma, and the server refuses the statement.
+// Kept: without records the blank is removed instead of a comma, and the server refuses the statement.
 std::wstring InsertStatement(std::size_t recordCount) {
   std::wstring statement = kInsertNetworkStatus;
   for (std::size_t k = 0; k < recordCount; ++k) {
@@ -60,8 +61,8 @@ bool TirelScada::InsertNetworkStatus(const std::vector<NetworkStatusRecord>& rec
   });
 }
 
-// Kept: texts stand in the statement as they are, and a station's rows are found by its name alone, so that
-// all of them get the one address.
+// Kept: texts are spliced. Rows are found by the station's name alone, so all rows of a station get the same
+// address.
 bool TirelScada::UpdateNetworkStatus(const wchar_t* station, const wchar_t* status, const wchar_t* address,
                                      int read, int readErr, int readPerct, int write, int writeErr,
                                      int writePerct) {

@@ -18,9 +18,11 @@ constexpr wchar_t kUpdateRecipe[] =
     L"update recipe set fields = :3, description = :4 where model_name = :1 and name = :2";
 constexpr wchar_t kInsertRecipe[] = L"insert into recipe values(:1,:2,:3,:4)";
 
-// :1 model; with the second piece :2 name.
+// :1 model.
 constexpr wchar_t kSelectRecipes[] = L"select name,fields,description from recipe where model_name = :1";
-constexpr wchar_t kOfThatName[] = L" and name = :2";
+// :1 model, :2 name.
+constexpr wchar_t kSelectRecipe[] =
+    L"select name,fields,description from recipe where model_name = :1 and name = :2";
 
 // :1 model, :2 name.
 constexpr wchar_t kDeleteRecipe[] = L"delete from recipe where model_name = :1 and name = :2";
@@ -36,8 +38,8 @@ bool Exists(SACommand& command, const wchar_t* model, const wchar_t* name) {
 
 bool TirelScada::CreateRecipeTable() { return Run(kCreateRecipe); }
 
-// Kept: the count and the write are two statements without a transaction. Of two writers that save the same
-// new recipe at once, the second is refused by the primary key.
+// Kept: the count and the write are two statements without a transaction. When two writers save the same new
+// recipe at once, the primary key refuses the second.
 bool TirelScada::SaveRecipe(const wchar_t* model, const wchar_t* name, const wchar_t* fields,
                             const wchar_t* description) {
   return Run([&](SACommand& command) {
@@ -55,7 +57,7 @@ bool TirelScada::GetRecipes(const wchar_t* model, const wchar_t* name, std::vect
   return Run([&](SACommand& command) {
     Require({{L"model", model}});
     const bool named = !OptionalText(name).empty();
-    command.setCommandText(ToSAString(std::wstring(kSelectRecipes) + (named ? kOfThatName : L"")));
+    command.setCommandText(named ? kSelectRecipe : kSelectRecipes);
     command << model;
     if (named) command << name;
     command.Execute();

@@ -11,6 +11,10 @@ constexpr wchar_t kGetUncompressedChunks[] =
     L"(select table_name from _timescaledb_catalog.hypertable where compression_state = 1) "
     L"order by hypertable_name";
 
+// {}: chunk.
+constexpr wchar_t kConvertToColumnstore[] = L"CALL convert_to_columnstore('{}')";
+constexpr wchar_t kCompressChunk[] = L"SELECT compress_chunk('{}')";
+
 }  // namespace
 
 bool TirelScada::GetUncompressedChunkMap(
@@ -30,8 +34,7 @@ bool TirelScada::GetUncompressedChunkMap(
 bool TirelScada::CompressChunk(const wchar_t* chunk) {
   return Run([&](SACommand& command) {
     Require({{L"chunk", chunk}});
-    Execute(command, TimescaleVersion >= kColumnstoreVersion
-                         ? sys::Format(L"CALL convert_to_columnstore('{}')", chunk)
-                         : sys::Format(L"SELECT compress_chunk('{}')", chunk));
+    Execute(command, TimescaleVersion >= kColumnstoreVersion ? sys::Format(kConvertToColumnstore, chunk)
+                                                             : sys::Format(kCompressChunk, chunk));
   });
 }

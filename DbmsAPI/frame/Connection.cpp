@@ -6,7 +6,7 @@
 
 namespace {
 
-// What the client library says of a refused connection holds this socket error code.
+// The socket error code that the client library puts into the message of a refused connection.
 constexpr wchar_t kRefused[] = L"10061";
 
 constexpr int kCouldNotConnect = 1;

@@ -7,10 +7,10 @@ namespace {
 
 constexpr wchar_t kDatabaseName[] = L"select current_database()";
 
-// What separates the parts of a connection text.
+// Characters that separate the parts of a connection text.
 constexpr wchar_t kSeparators[] = L"=;@ \t\r\n";
 
-constexpr std::size_t kLongestName = 63;  // bytes, as the server is built by default
+constexpr std::size_t kLongestName = 63;  // bytes, in a server built with its defaults
 
 }  // namespace
 

@@ -8,37 +8,36 @@ constexpr std::size_t kStatementBuffer = 256;  // of the retention statements
 constexpr std::size_t kJobQueryBuffer = 1024;
 constexpr std::size_t kDaysBuffer = 64;
 
-// The stored age of a retention policy by the extension's internal catalog, as JSON text. {}: table.
+// The age in a table's retention policy, as JSON text, from the extension's internal catalog. {}: table.
 constexpr wchar_t kLegacyRetention[] =
-    L"with hypertable as (\tselect id\tfrom _timescaledb_catalog.hypertable\twhere table_name = "
-    L"lower('{}')), "
-    L"retention as (\tselect config->'hypertable_id' a, config->'drop_after' b\tfrom "
-    L"_timescaledb_config.bgw_job\twhere application_name like 'Retention Policy%') select b from "
-    L"hypertable, "
-    L"retention where a::integer = id";
+    L"with hypertable as (\tselect id\tfrom _timescaledb_catalog.hypertable\twhere table_name = lower('{}')), "
+    L"retention as (\tselect config->'hypertable_id' a, config->'drop_after' b\t"
+    L"from _timescaledb_config.bgw_job\twhere application_name like 'Retention Policy%') "
+    L"select b from hypertable, retention where a::integer = id";
 
-// The same by the public view of jobs, as plain text. {}: table.
+// {}: table.
+constexpr wchar_t kRemoveLegacyRetention[] = L"select remove_retention_policy('{}')";
+
+// The same age, as plain text, from the public view of jobs. {}: table.
 constexpr wchar_t kRetention[] =
-    L"SELECT config->>'drop_after' FROM timescaledb_information.jobs WHERE hypertable_name = lower('{}') AND "
-    L"proc_name = 'policy_retention'";
+    L"SELECT config->>'drop_after' FROM timescaledb_information.jobs "
+    L"WHERE hypertable_name = lower('{}') AND proc_name = 'policy_retention'";
+
+// {}: table.
+constexpr wchar_t kRemoveRetention[] = L"SELECT remove_retention_policy('{}', if_exists => true)";
+
+// {}: table, days.
+constexpr wchar_t kAddRetention[] = L"SELECT add_retention_policy('{}', INTERVAL '{} days')";
 
 }  // namespace
 
 bool TirelScada::AdoptHypertable(SACommand& command, const wchar_t* table, std::optional<int> retentionDays) {
-  const bool adopted = FetchFirst(
-      command,
-      sys::Format(L"select compression_state from _timescaledb_catalog.hypertable where table_name = '{}'",
-                  table));
-  if (adopted) {
-    const bool compressed = command.Field(1).asShort() == 1;
+  if (const std::optional<short> state = CompressionState(command, table)) {
     if (retentionDays) SetRetentionPolicyLegacy(table, *retentionDays);
-    return compressed;
+    return state == 1;
   }
   CreateHypertable(command, table);
-  if (retentionDays.value_or(0) > 0) {
-    Execute(command,
-            sys::Format(L"select add_retention_policy('{}', interval '{} days')", table, *retentionDays));
-  }
+  if (retentionDays.value_or(0) > 0) Execute(command, AddRetentionStatement(table, *retentionDays));
   return false;
 }
 
@@ -50,20 +49,17 @@ void TirelScada::SetUpHypertable(SACommand& command, const wchar_t* table, const
   AddCompressionPolicy(command, table);
 }
 
-// Kept: this one compares for equality with the quoted text and removes plainly, the one below tests for
-// containment and removes if_exists.
+// Kept: this function compares for equality with the quoted text and removes without if_exists. The next one
+// tests for containment and removes with it.
 void TirelScada::SetRetentionPolicyLegacy(const wchar_t* table, int days) {
   SACommand command(connection.get());
   if (FetchFirst(command, sys::Format(kLegacyRetention, table))) {
     const std::wstring wanted = Bounded(kStatementBuffer, sys::Format(L"\"{} days\"", days));
     if (command.Field(1).asString() == wanted.c_str()) return;
-    Execute(command, Bounded(kStatementBuffer, sys::Format(L"select remove_retention_policy('{}')", table)));
-    if (days < 1) return;
-    Execute(command,
-            Bounded(kStatementBuffer,
-                    sys::Format(L"select add_retention_policy('{}', interval '{} days')", table, days)));
+    Execute(command, Bounded(kStatementBuffer, sys::Format(kRemoveLegacyRetention, table)));
+    if (days >= 1) Execute(command, Bounded(kStatementBuffer, AddRetentionStatement(table, days)));
   } else if (days >= 1) {
-    Execute(command, sys::Format(L"select add_retention_policy('{}', interval '{} days')", table, days));
+    Execute(command, AddRetentionStatement(table, days));
   }
 }
 
@@ -73,12 +69,7 @@ void TirelScada::SetRetentionPolicy(const wchar_t* table, int days) {
     const std::wstring stored = command.Field(1).asString().operator const SAChar*();
     const std::wstring wanted = Bounded(kDaysBuffer, sys::Format(L"{} days", days));
     if (stored.find(wanted) != std::wstring::npos) return;
-    Execute(command, Bounded(kJobQueryBuffer,
-                             sys::Format(L"SELECT remove_retention_policy('{}', if_exists => true)", table)));
+    Execute(command, Bounded(kJobQueryBuffer, sys::Format(kRemoveRetention, table)));
   }
-  if (days > 0) {
-    Execute(command,
-            Bounded(kJobQueryBuffer,
-                    sys::Format(L"SELECT add_retention_policy('{}', INTERVAL '{} days')", table, days)));
-  }
+  if (days > 0) Execute(command, Bounded(kJobQueryBuffer, sys::Format(kAddRetention, table, days)));
 }

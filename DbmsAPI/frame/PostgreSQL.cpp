@@ -21,8 +21,8 @@ bool PostgreSQL::ProbeTimescaleExtension() {
   return Run([&](SACommand& command) { return timescaleEnabled = FetchFirst(command, kFindExtension); });
 }
 
-// Kept: an operation goes on whatever the probe says, even when the server could not be reached: Connect is
-// then tried a second time. With a null name nothing is sent, the probe included.
+// Kept: an operation goes on whatever the probe finds. When the server cannot be reached, Connect is tried
+// twice. A null name sends nothing, so there is no probe.
 
 bool PostgreSQL::CreateLogTable(int retentionDays) {
   ProbeTimescaleExtension();
@@ -70,8 +70,8 @@ bool PostgreSQL::CreateSystemLogTable(int retentionDays) {
   return TirelScada::CreateSystemLogTable(retentionDays);
 }
 
-// Kept: chunks are maintained only while the extension's version is unknown. Without the extension the server
-// then refuses the statement; with a known version nothing is sent.
+// Kept: chunks are maintained only while the extension's version is unknown. With a known version nothing is
+// sent; without the extension the server refuses the statement.
 
 bool PostgreSQL::GetUncompressedChunkMap(
     std::unordered_map<std::wstring, std::vector<std::wstring>>& chunks) {

@@ -6,8 +6,8 @@
 
 #include "DbmsAPI/Dbms.h"
 
-// Every object that the factory handed out, in the order of their making. Entries of objects that are gone
-// stay until the next broadcast.
+// All objects that the factory has made, in that order. Entries of destroyed objects stay until the next
+// broadcast.
 extern std::vector<std::weak_ptr<Dbms>> InstanceRegistry;
 
 // Guards InstanceRegistry, nothing else.

@@ -1,5 +1,23 @@
 #include "DbmsAPI/frame/Sql.h"
 
+#include <algorithm>
+
+#include "port/Format.h"
+
+namespace {
+
+// {}: table.
+constexpr wchar_t kCountTables[] =
+    L"select count(*) from information_schema.tables "
+    L"where table_schema = 'public' and table_name = '{}'";
+
+// {}: table, column.
+constexpr wchar_t kFindColumn[] =
+    L"select column_name from information_schema.columns "
+    L"where table_name = '{}' and column_name = '{}'";
+
+}  // namespace
+
 SAString ToSAString(const std::wstring& text) { return SAString(text.c_str(), text.size()); }
 
 void BindOrNull(SAParam& parameter, const std::wstring& text) {
@@ -10,6 +28,13 @@ void BindOrNull(SAParam& parameter, const std::wstring& text) {
   }
 }
 
+std::wstring LowerAscii(std::wstring name) {
+  std::transform(name.begin(), name.end(), name.begin(), [](wchar_t letter) {
+    return letter >= L'A' && letter <= L'Z' ? static_cast<wchar_t>(letter - L'A' + L'a') : letter;
+  });
+  return name;
+}
+
 void Execute(SACommand& command, const std::wstring& statement) {
   command.setCommandText(ToSAString(statement));
   command.Execute();
@@ -18,4 +43,12 @@ void Execute(SACommand& command, const std::wstring& statement) {
 bool FetchFirst(SACommand& command, const std::wstring& query) {
   Execute(command, query);
   return command.FetchNext();
+}
+
+std::int32_t CountTables(SACommand& command, const wchar_t* table) {
+  return FetchFirst(command, sys::Format(kCountTables, table)) ? command.Field(1).asLong() : 0;
+}
+
+bool HasColumn(SACommand& command, const wchar_t* table, const wchar_t* column) {
+  return FetchFirst(command, sys::Format(kFindColumn, table, column));
 }

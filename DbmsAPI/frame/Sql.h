@@ -4,7 +4,9 @@
 
 #include <SQLAPI.h>
 
+#include <cstdint>
 #include <string>
+#include <unordered_map>
 
 // The whole text: a NUL character in it is refused by the client layer, where a C string would end unnoticed.
 SAString ToSAString(const std::wstring& text);
@@ -12,8 +14,25 @@ SAString ToSAString(const std::wstring& text);
 // Binds a text, or NULL for the empty one.
 void BindOrNull(SAParam& parameter, const std::wstring& text);
 
+// Lowers A to Z, as the server does with a name without quotes; other letters stay.
+std::wstring LowerAscii(std::wstring name);
+
+// Ends a list of names with the keys of a map: after "in (" it appends "'a','b')".
+// Kept: keys are spliced, and without any the opening parenthesis is overwritten, which the server refuses.
+template <class Value>
+void AppendKeys(std::wstring& statement, const std::unordered_map<std::wstring, Value>& map) {
+  for (const auto& [key, value] : map) statement.append(L"'").append(key).append(L"',");
+  statement.back() = L')';
+}
+
 // Runs a statement, leaving its rows to be fetched.
 void Execute(SACommand& command, const std::wstring& statement);
 
 // Runs a query and fetches its first row; false when there is none.
 bool FetchFirst(SACommand& command, const std::wstring& query);
+
+// How many tables of that name the schema public has.
+std::int32_t CountTables(SACommand& command, const wchar_t* table);
+
+// Whether a table of that name, of any schema, has the column.
+bool HasColumn(SACommand& command, const wchar_t* table, const wchar_t* column);

@@ -1,18 +1,55 @@
 #include "DbmsAPI/frame/Timescale.h"
 
-#include <string>
-
-#include "DbmsAPI/frame/Operation.h"
+#include "DbmsAPI/frame/Sql.h"
 #include "port/Format.h"
 #include "port/Number.h"
+
+namespace {
+
+constexpr wchar_t kExtensionVersion[] = L"select extversion from pg_extension where extname = 'timescaledb'";
+
+// {}: table.
+constexpr wchar_t kCompressionState[] =
+    L"select compression_state from _timescaledb_catalog.hypertable where table_name = '{}'";
+
+// {}: table.
+constexpr wchar_t kCreateByRange[] = L"SELECT create_hypertable('{}', by_range('time', INTERVAL '1 day'))";
+constexpr wchar_t kCreateByInterval[] =
+    L"SELECT create_hypertable('{}', 'time', chunk_time_interval => INTERVAL '1 day')";
+
+// {}: table, columns to segment by.
+constexpr wchar_t kEnableColumnstore[] =
+    L"ALTER TABLE {} SET (timescaledb.enable_columnstore,"
+    L"timescaledb.orderby = 'time',"
+    L"timescaledb.segmentby = '{}')";
+constexpr wchar_t kEnableCompression[] =
+    L"ALTER TABLE {} SET (timescaledb.compress, "
+    L"timescaledb.compress_orderby = 'time', "
+    L"timescaledb.compress_segmentby = '{}')";
+
+// {}: table.
+constexpr wchar_t kFindCompressionPolicy[] =
+    L"SELECT * FROM timescaledb_information.jobs "
+    L"WHERE proc_name = 'policy_compression' AND hypertable_name = '{}'";
+
+// {}: table.
+constexpr wchar_t kAddColumnstorePolicy[] = L"CALL add_columnstore_policy('{}', INTERVAL '1 day')";
+constexpr wchar_t kAddCompressionPolicy[] = L"SELECT add_compression_policy('{}', INTERVAL '1 day')";
+
+// {}: table, days.
+constexpr wchar_t kAddRetention[] = L"select add_retention_policy('{}', interval '{} days')";
+
+bool HasColumnstore() { return TimescaleVersion >= kColumnstoreVersion; }
+
+}  // namespace
 
 std::atomic<int> TimescaleVersion{0};
 
 void DetectTimescaleVersion(SAConnection* connection) {
   SACommand command(connection);
-  if (!FetchFirst(command, L"select extversion from pg_extension where extname = 'timescaledb'")) return;
+  if (!FetchFirst(command, kExtensionVersion)) return;
   const std::wstring version = command.Field(1).asString().operator const SAChar*();
-  // Without a point the same number serves as major and minor.
+  // Kept: without a point the same number is read as major and minor.
   const std::size_t point = version.find(L'.');
   const std::wstring rest = version.substr(point + 1);
   const int major = sys::LeadingInteger(version.substr(0, point));
@@ -20,34 +57,27 @@ void DetectTimescaleVersion(SAConnection* connection) {
   TimescaleVersion = major * 100 + minor;
 }
 
+std::optional<short> CompressionState(SACommand& command, const wchar_t* table) {
+  if (!FetchFirst(command, sys::Format(kCompressionState, table))) return std::nullopt;
+  return command.Field(1).asShort();
+}
+
 void CreateHypertable(SACommand& command, const wchar_t* table) {
-  const std::wstring head =
-      TimescaleVersion >= kByRangeVersion
-          ? sys::Format(L"SELECT create_hypertable('{}', by_range('{}', INTERVAL '{}')", table, L"time",
-                        L"1 day")
-          : sys::Format(L"SELECT create_hypertable('{}', '{}', chunk_time_interval => INTERVAL '{}'", table,
-                        L"time", L"1 day");
-  Execute(command, head + L")");
+  Execute(command, TimescaleVersion >= kByRangeVersion ? sys::Format(kCreateByRange, table)
+                                                       : sys::Format(kCreateByInterval, table));
 }
 
 void SetCompression(SACommand& command, const wchar_t* table, const wchar_t* segmentBy) {
-  Execute(command,
-          TimescaleVersion >= kColumnstoreVersion
-              ? sys::Format(L"ALTER TABLE {} SET (timescaledb.enable_columnstore,"
-                            L"timescaledb.orderby = '{}',timescaledb.segmentby = '{}')",
-                            table, L"time", segmentBy)
-              : sys::Format(L"ALTER TABLE {} SET (timescaledb.compress, "
-                            L"timescaledb.compress_orderby = '{}', timescaledb.compress_segmentby = '{}')",
-                            table, L"time", segmentBy));
+  Execute(command, HasColumnstore() ? sys::Format(kEnableColumnstore, table, segmentBy)
+                                    : sys::Format(kEnableCompression, table, segmentBy));
 }
 
 void AddCompressionPolicy(SACommand& command, const wchar_t* table) {
-  const bool present =
-      FetchFirst(command, sys::Format(L"SELECT * FROM timescaledb_information.jobs WHERE "
-                                      L"proc_name = 'policy_compression' AND hypertable_name = '{}'",
-                                      table));
-  if (present) return;
-  Execute(command, TimescaleVersion >= kColumnstoreVersion
-                       ? sys::Format(L"CALL add_columnstore_policy('{}', INTERVAL '1 day')", table)
-                       : sys::Format(L"SELECT add_compression_policy('{}', INTERVAL '1 day')", table));
+  if (FetchFirst(command, sys::Format(kFindCompressionPolicy, table))) return;
+  Execute(command, HasColumnstore() ? sys::Format(kAddColumnstorePolicy, table)
+                                    : sys::Format(kAddCompressionPolicy, table));
+}
+
+std::wstring AddRetentionStatement(const wchar_t* table, int days) {
+  return sys::Format(kAddRetention, table, days);
 }

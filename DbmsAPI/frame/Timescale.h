@@ -3,9 +3,11 @@
 #include <SQLAPI.h>
 
 #include <atomic>
+#include <optional>
+#include <string>
 
 // Version of the TimescaleDB extension, major x 100 + minor (2.13.1 is 213); 0 while unknown. One number for
-// the whole process. Only CreateSystemLogTable has it detected; until then every step below is left out.
+// the whole process. Only CreateSystemLogTable detects it; until then the steps below are left out.
 extern std::atomic<int> TimescaleVersion;
 
 // The first version that makes hypertables with by_range.
@@ -16,6 +18,9 @@ constexpr int kColumnstoreVersion = 218;
 // Reads the extension's version; leaves TimescaleVersion alone when the extension is not installed.
 void DetectTimescaleVersion(SAConnection* connection);
 
+// How far compression is set up for a hypertable: 1 when it is. Nothing when the table is not a hypertable.
+std::optional<short> CompressionState(SACommand& command, const wchar_t* table);
+
 // Makes a table a hypertable over its column time, in chunks of one day.
 void CreateHypertable(SACommand& command, const wchar_t* table);
 
@@ -24,3 +29,6 @@ void SetCompression(SACommand& command, const wchar_t* table, const wchar_t* seg
 
 // Has chunks compressed when they are a day old, unless the table has such a policy already.
 void AddCompressionPolicy(SACommand& command, const wchar_t* table);
+
+// The statement that has rows dropped when they are older than so many days.
+std::wstring AddRetentionStatement(const wchar_t* table, int days);

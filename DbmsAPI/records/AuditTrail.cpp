@@ -1,4 +1,5 @@
 #include "DbmsAPI/frame/Operation.h"
+#include "port/Format.h"
 
 namespace {
 
@@ -17,20 +18,20 @@ constexpr wchar_t kCreateAuditTable[] =
     L"comment text,"
     L"primary key (time, ip_addr, message))";
 
-// Finds a column of the table; a condition on the column follows.
+// {}: condition on the column.
 constexpr wchar_t kFindAuditColumn[] =
-    L"select * from information_schema.columns where table_schema = 'public' and table_name = 'audit_table' "
-    L"and ";
+    L"select * from information_schema.columns "
+    L"where table_schema = 'public' and table_name = 'audit_table' and {}";
 
 // One step from an older layout to the current one.
 struct Migration {
   const wchar_t* condition;
-  bool whenFound;  // else when no column meets the condition
+  bool whenFound;  // false: when no column meets the condition
   const wchar_t* statement;
 };
 
-// In the order of their running: renames come before the columns are relaxed, and type is gone before name
-// becomes message.
+// In the order in which they run: columns are renamed before they lose "not null", and type is dropped before
+// name becomes message.
 constexpr Migration kMigrations[] = {
     {L"column_name = 'time' and data_type = 'timestamp with time zone'", false,
      L"alter table audit_table alter column time type timestamptz"},
@@ -49,7 +50,7 @@ constexpr Migration kMigrations[] = {
 
 void Migrate(SACommand& command) {
   for (const Migration& migration : kMigrations) {
-    const bool found = FetchFirst(command, std::wstring(kFindAuditColumn) + migration.condition);
+    const bool found = FetchFirst(command, sys::Format(kFindAuditColumn, migration.condition));
     if (found == migration.whenFound) Execute(command, migration.statement);
   }
 }
@@ -63,8 +64,8 @@ bool TirelScada::CreateAuditTable() {
     } else {
       Execute(command, kCreateAuditTable);
     }
-    // Kept: the extension's version is not looked up here. Before CreateSystemLogTable has run in this
-    // process the table stays a plain one.
+    // Kept: the extension's version is not looked up here. Until CreateSystemLogTable has run in this
+    // process, the table stays a plain one.
     SetUpHypertable(command, L"audit_table", L"ip_addr, user_id, group_name, tag_name, message",
                     std::nullopt);
   });

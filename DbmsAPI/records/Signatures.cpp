@@ -2,14 +2,6 @@
 
 namespace {
 
-constexpr wchar_t kCountSignatureTables[] =
-    L"select count(*) from information_schema.tables where table_schema = 'public' and table_name = "
-    L"'signinfo_table'";
-
-constexpr wchar_t kFindSigningUser[] =
-    L"select column_name from information_schema.columns where table_name = 'signinfo_table' and column_name = "
-    L"'user_id'";
-
 constexpr wchar_t kDropSignatureTable[] = L"drop table signinfo_table";
 
 constexpr wchar_t kCreateSignatureTable[] =
@@ -24,8 +16,7 @@ constexpr wchar_t kCreateSignatureTable[] =
 
 // Kept: the column is looked for only when the count is exactly 1, and then in every schema.
 bool IsOutdated(SACommand& command) {
-  if (!FetchFirst(command, kCountSignatureTables) || command.Field(1).asLong() != 1) return false;
-  return !FetchFirst(command, kFindSigningUser);
+  return CountTables(command, L"signinfo_table") == 1 && !HasColumn(command, L"signinfo_table", L"user_id");
 }
 
 }  // namespace

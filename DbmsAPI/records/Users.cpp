@@ -6,7 +6,7 @@ namespace {
 
 constexpr int kAccountColumns = 17;
 
-// Kept: same-named tables of every schema count together.
+// Kept: the columns of same-named tables in all schemas are counted together.
 constexpr wchar_t kCountAccountColumns[] =
     L"select count(*) from information_schema.columns where table_name = 'userinfo_table'";
 
@@ -44,13 +44,14 @@ constexpr wchar_t kDeleteAllAccounts[] = L"delete from userinfo_table ";
 // :10 operator_node, :11 use_expire, :12 login_device, :13 login_count, :14 description.
 constexpr wchar_t kInsertAccount[] =
     L"insert into userinfo_table values "
-    L"(:1,:2,:3,:4,:5,:6,:7,:8,:9,to_timestamp({}),:10,:11,to_timestamp({}),:12,:13,to_timestamp({}),:14)";
+    L"(:1,:2,:3,:4,:5,:6,:7,:8,:9,"
+    L"to_timestamp({}),:10,:11,to_timestamp({}),:12,:13,to_timestamp({}),:14)";
 
 constexpr wchar_t kGetAccounts[] = L"select * from userinfo_table";
 
 constexpr wchar_t kGetLoggedInIds[] = L"select id from userinfo_table where is_now_login = 1";
 
-// Kept: without an answer the table passes for a current one.
+// Kept: without a row the table counts as up to date.
 int CountAccountColumns(SACommand& command) {
   int count = kAccountColumns;
   Execute(command, kCountAccountColumns);
@@ -69,8 +70,8 @@ void Insert(SACommand& command, const UserRecord& account) {
   command.Execute();
 }
 
-// Kept: what the server delivers in the session's time zone is taken for the process's local time, and the
-// seconds are cut to 32 bits. NULL is 0 in every time zone.
+// Kept: calendar fields of the session's time zone are read as local time of the process, and the seconds are
+// cut to 32 bits. NULL is 0 in every time zone.
 std::int32_t LocalSeconds(const SAField& time) {
   if (time.isNull()) return 0;
   return static_cast<std::int32_t>(sys::LocalEpochSeconds(time.asDateTime()));
@@ -101,7 +102,7 @@ void Read(SACommand& command, UserRecord& account) {
 
 bool TirelScada::CreateUserTables() {
   return Run([&](SACommand& command) {
-    // Kept: accounts of a longer layout are dropped; a shorter one is left as it is.
+    // Kept: a table with more columns is dropped with its accounts; one with fewer is left as it is.
     if (CountAccountColumns(command) > kAccountColumns) Execute(command, kDropAccounts);
     Execute(command, kCreateAccounts);
     Execute(command, kCreateLockList);

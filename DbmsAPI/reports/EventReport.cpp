@@ -3,21 +3,13 @@
 
 namespace {
 
-constexpr wchar_t kCountEventReport[] =
-    L"select count(*) from information_schema.tables where table_schema = 'public' and table_name = "
-    L"'event_report_data'";
-
-constexpr wchar_t kSheetColumn[] =
-    L"select column_name from information_schema.columns where table_name = 'event_report_data' and "
-    L"column_name = 'sheet'";
-
 constexpr wchar_t kAddSheet[] = L"alter table event_report_data add column sheet text";
 
 constexpr wchar_t kDropKey[] = L"alter table event_report_data drop constraint event_report_data_pkey";
 
 constexpr wchar_t kAddKey[] =
-    L"alter table event_report_data add constraint event_report_data_pkey primary "
-    L"key(time,model_name,sheet,cell)";
+    L"alter table event_report_data add constraint event_report_data_pkey "
+    L"primary key(time,model_name,sheet,cell)";
 
 constexpr wchar_t kCreateEventReport[] =
     L"create table if not exists event_report_data ("
@@ -35,24 +27,24 @@ constexpr wchar_t kDeleteEventReport[] = L"delete from event_report_data where m
 constexpr wchar_t kInsertEventReport[] =
     L"insert into event_report_data (time,model_name,sheet,cell,value) values";
 
-// {}: parameter of the epoch seconds, model, sheet, parameters of the cell and its value.
+// {}: number of the parameter for the epoch seconds, model, sheet, numbers of those for cell and value.
 constexpr wchar_t kEventReportRow[] = L"(to_timestamp(:{}),'{}','{}',:{},:{}),";
 
 // {}: model, sheet.
 constexpr wchar_t kSelectEventReport[] =
     L"select cell, value from event_report_data where model_name = '{}' and sheet = '{}' order by time";
 
-// Kept: rows of the old layout get no sheet, over which the new key cannot be made. The table is left without
-// a key, and as the column then exists, later calls leave it so.
+// Kept: rows of the old layout get no sheet, so the new key cannot be added. The table is left without a key,
+// and as the column exists then, later calls do not add one.
 void MigrateEventReport(SACommand& command) {
-  if (FetchFirst(command, kSheetColumn)) return;
+  if (HasColumn(command, L"event_report_data", L"sheet")) return;
   Execute(command, kAddSheet);
   Execute(command, kDropKey);
   Execute(command, kAddKey);
 }
 
-// Kept: without a cell the last letter of "values" is cut off, which the server refuses; quotes within model
-// and sheet stand as they are.
+// Kept: without a cell the last letter of "values" is cut off, which the server refuses. Model and sheet are
+// spliced without escaping.
 std::wstring InsertStatement(const wchar_t* model, const wchar_t* sheet, std::size_t cells) {
   std::wstring statement = kInsertEventReport;
   for (std::size_t i = 0; i < cells; ++i) {
@@ -66,8 +58,7 @@ std::wstring InsertStatement(const wchar_t* model, const wchar_t* sheet, std::si
 
 bool TirelScada::CreateEventReportTable() {
   return Run([&](SACommand& command) {
-    const bool exists = FetchFirst(command, kCountEventReport) && command.Field(1).asLong() != 0;
-    if (exists) {
+    if (CountTables(command, L"event_report_data") != 0) {
       MigrateEventReport(command);
     } else {
       Execute(command, kCreateEventReport);

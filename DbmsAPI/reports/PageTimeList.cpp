@@ -3,23 +3,16 @@
 
 namespace {
 
-constexpr wchar_t kCountPageTimeList[] =
-    L"select count(*) from information_schema.tables where table_schema = 'public' and table_name = "
-    L"'pr_timelist'";
-
-constexpr wchar_t kUserListColumn[] =
-    L"select column_name from information_schema.columns where table_name = 'pr_timelist' and column_name = "
-    L"'user_list'";
-
 constexpr wchar_t kAddUserList[] = L"ALTER TABLE pr_timelist ADD COLUMN user_list TEXT[]";
 
 constexpr wchar_t kStartTimeType[] =
-    L"select data_type from information_schema.columns where table_schema = 'public' and table_name = "
-    L"'pr_timelist' and column_name = 'start_time'";
+    L"select data_type from information_schema.columns "
+    L"where table_schema = 'public' and table_name = 'pr_timelist' and column_name = 'start_time'";
 
 constexpr wchar_t kConvertTimes[] =
-    L"alter table pr_timelist alter column start_time type timestamptz,alter column end_time type "
-    L"timestamptz";
+    L"alter table pr_timelist "
+    L"alter column start_time type timestamptz,"
+    L"alter column end_time type timestamptz";
 
 constexpr wchar_t kCreatePageTimeList[] =
     L"create table if not exists pr_timelist ("
@@ -44,15 +37,15 @@ constexpr wchar_t kCreatePageTimestamp[] =
     L"comment text,"
     L"primary key (page_name,time,progresstime))";
 
-// Older tables know no users and keep their times without a zone.
+// Older tables have no list of users, and times without a zone.
 void MigratePageTimeList(SACommand& command) {
-  if (!FetchFirst(command, kUserListColumn)) Execute(command, kAddUserList);
+  if (!HasColumn(command, L"pr_timelist", L"user_list")) Execute(command, kAddUserList);
   const bool zoned =
       FetchFirst(command, kStartTimeType) && command.Field(1).asString() == L"timestamp with time zone";
   if (!zoned) Execute(command, kConvertTimes);
 }
 
-// Kept: quotes within the names stand as they are.
+// Kept: names are not escaped.
 std::wstring UserList(const std::vector<std::wstring>& users) {
   if (users.empty()) return L"null";
   std::wstring list = L"array[";
@@ -65,8 +58,7 @@ std::wstring UserList(const std::vector<std::wstring>& users) {
 
 bool TirelScada::CreatePageTimeListTable() {
   return Run([&](SACommand& command) {
-    const bool exists = FetchFirst(command, kCountPageTimeList) && command.Field(1).asLong() != 0;
-    if (exists) {
+    if (CountTables(command, L"pr_timelist") != 0) {
       MigratePageTimeList(command);
     } else {
       Execute(command, kCreatePageTimeList);

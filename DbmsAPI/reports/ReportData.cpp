@@ -15,7 +15,7 @@ namespace {
 constexpr wchar_t kInsertRows[] = L"insert into report_data_{}_{} values";
 constexpr wchar_t kUnlessStored[] = L" ON CONFLICT (time, tag_name) DO NOTHING";
 
-constexpr std::size_t kMarkersOfRow = 300;  // about how many characters they take
+constexpr std::size_t kMarkersOfRow = 300;  // characters, about
 
 // {}: kind, period. A list of tag names follows.
 constexpr wchar_t kGetRows[] = L"select * from report_data_{}_{} where tag_name in (";
@@ -25,7 +25,7 @@ constexpr wchar_t kInRange[] =
 // {}: epoch seconds.
 constexpr wchar_t kAtInstant[] = L" and time = to_timestamp({}) order by tag_name, time";
 
-// What tells one kind from the other: the name in its tables' names and the statistics of its rows, in the
+// The differences between the kinds: the name in the names of the tables, and the statistics of a row in the
 // order of the columns that follow time and tag_name. The minute table lacks the further ones.
 struct Analog {
   using Row = ReportAnalogData;
@@ -51,7 +51,7 @@ using Rows = std::vector<typename Kind::Row>;
 template <class Kind>
 using RowsByTag = std::unordered_map<std::wstring, Rows<Kind>>;
 
-// Kept: whatever is not exactly "minute" counts as a longer period.
+// Kept: any text but exactly "minute" counts as a longer period.
 bool IsMinute(const wchar_t* period) { return std::wstring_view(period) == L"minute"; }
 
 // Calls `visit` with each statistic of a row that its table has, in the order of the columns.
@@ -72,7 +72,8 @@ void VisitColumns(Row& row, bool isMinute, Visit visit) {
 
 // ---- Insert ----
 
-// Writes a parameter's marker and a comma; times, the 64-bit fields, travel as epoch seconds.
+// Appends the marker of a parameter and a comma. Times, which are the 64-bit fields, are sent as epoch
+// seconds.
 template <class Field>
 void AppendMarker(std::wstring& text, std::size_t number, const Field&) {
   constexpr bool isTime = std::is_same_v<Field, std::int64_t>;
@@ -85,7 +86,7 @@ void AppendMarker(std::wstring& text, std::size_t number, const Field&) {
   text += isTime ? L")," : L",";
 }
 
-// All rows in one statement, however many; markers are counted across the rows.
+// One statement for all rows. Markers are numbered across the rows.
 template <class Kind>
 std::wstring InsertStatement(const wchar_t* period, const Rows<Kind>& rows) {
   const bool isMinute = IsMinute(period);
@@ -122,20 +123,18 @@ void InsertRows(SACommand& command, const wchar_t* period, const Rows<Kind>& row
 
 // ---- Query ----
 
-// Kept: tag names stand as they are, and with no tag at all the opening parenthesis is overwritten, which the
-// server refuses. An end of 0 asks for the one period that begins at the start.
+// An end of 0 asks for the period that begins at the start.
 template <class Kind>
 std::wstring RowsQuery(const wchar_t* period, std::int64_t startTime, std::int64_t endTime,
                        const RowsByTag<Kind>& data) {
   std::wstring query = sys::Format(kGetRows, Kind::kName, period);
-  for (const auto& [tag, rows] : data) query.append(L"'").append(tag).append(L"',");
-  query.back() = L')';
+  AppendKeys(query, data);
   return query +
          (endTime != 0 ? sys::Format(kInRange, startTime, endTime) : sys::Format(kAtInstant, startTime));
 }
 
-// The instant of calendar fields in the session's zone, which are taken for local time of the process.
-// Kept: the seconds are a 32-bit count; instants from 19 January 2038 on come out wrapped around.
+// The calendar fields are those of the session's zone and are read as local time of the process.
+// Kept: seconds have 32 bits; instants from 19 January 2038 on wrap around.
 void Read(const SAField& field, std::int64_t& time) {
   time = static_cast<std::int32_t>(sys::LocalEpochSeconds(field.asDateTime()));
 }

@@ -14,9 +14,10 @@ constexpr wchar_t kCreateWatermarks[] =
 
 constexpr wchar_t kCountWatermarks[] = L"select count(*) from report_data_time";
 
-// Kept: four nulls for five periods; the server fills the last column, year, by itself.
+// Kept: four nulls for five periods; the server fills the last column, year, with its default.
 constexpr wchar_t kInsertFirstRows[] =
-    L"insert into report_data_time values('analog',null,null,null,null),('digital',null,null,null,null)";
+    L"insert into report_data_time "
+    L"values('analog',null,null,null,null),('digital',null,null,null,null)";
 
 // {}: period, kind.
 constexpr wchar_t kGetWatermark[] = L"select extract(epoch from {}) from report_data_time where type = '{}'";
@@ -79,7 +80,7 @@ constexpr Kind kDigital = {L"report_data_digital_",
 struct Period {
   const wchar_t* name;
   bool hasFurtherColumns;
-  bool isHypertable;  // the others have too few rows to be worth it
+  bool isHypertable;  // the tables of the longer periods have few rows
 };
 
 constexpr Period kPeriods[] = {{L"minute", false, true},

@@ -24,15 +24,7 @@ constexpr wchar_t kInsertTagValues[] = L"insert into {} values ";
 
 constexpr std::size_t kBatchRows = 1000;
 
-// Lowers A to Z, as the server does with a name that is not quoted; other letters stay.
-std::wstring Lowered(std::wstring name) {
-  for (wchar_t& letter : name) {
-    if (letter >= L'A' && letter <= L'Z') letter = static_cast<wchar_t>(letter - L'A' + L'a');
-  }
-  return name;
-}
-
-// Kept: quotes within the texts stand as they are and end the literal early.
+// Kept: texts are not escaped; a quote in one ends the literal early.
 void AppendRow(std::wstring& statement, const TagValueRecord& record) {
   statement.append(L"(to_timestamp(")
       .append(EpochSecondsText(record.time))
@@ -43,9 +35,9 @@ void AppendRow(std::wstring& statement, const TagValueRecord& record) {
       .append(L"')");
 }
 
-// Takes every vector off the queue into one statement.
-// Kept: a record without a tag name still gets its separator, so that one behind the first row leaves two in
-// a row, and a queue of such records leaves the head alone; the server refuses either.
+// Takes every vector off the queue and makes one statement of them.
+// Kept: a record without a tag name still gets its separator. After the first row that leaves two separators
+// in a row, and a queue of only such records leaves no row at all. The server refuses both.
 std::wstring TakeQueue(const wchar_t* table, std::deque<std::vector<TagValueRecord>>& queue) {
   std::wstring statement = sys::Format(kInsertTagValues, table);
   const std::size_t head = statement.size();
@@ -58,8 +50,8 @@ std::wstring TakeQueue(const wchar_t* table, std::deque<std::vector<TagValueReco
   return statement;
 }
 
-// Kept: rows are sent when a batch is full or with a last record that has a tag name. When the last one has
-// none, the rows collected by then are lost.
+// Kept: a batch is sent when it is full, or with the last record if that has a tag name. If it has none, the
+// rows collected by then are lost.
 void StoreInBatches(SAConnection& connection, SACommand& command, const wchar_t* table,
                     const std::vector<TagValueRecord>& records) {
   std::wstring statement = sys::Format(kInsertTagValues, table);
@@ -82,7 +74,7 @@ void StoreInBatches(SAConnection& connection, SACommand& command, const wchar_t*
 bool TirelScada::CreateTagValueTable(const wchar_t* tableName) {
   return Run([&](SACommand& command) {
     Require({{L"tableName", tableName}});
-    const std::wstring table = Lowered(tableName);  // Kept: the name is lowered here and nowhere else.
+    const std::wstring table = LowerAscii(tableName);  // Kept: only this operation lowers the name.
     Execute(command, sys::Format(kCreateTagValues, table));
     SetUpHypertable(command, table.c_str(), L"tag_name", std::nullopt);
   });
