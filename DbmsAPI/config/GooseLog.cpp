@@ -2,6 +2,7 @@
 #include <stdexcept>
 
 #include "DbmsAPI/frame/Operation.h"
+#include "DbmsAPI/frame/Sql.h"
 #include "port/Format.h"
 #include "port/Number.h"
 

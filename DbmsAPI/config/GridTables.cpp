@@ -1,4 +1,5 @@
 #include "DbmsAPI/frame/Operation.h"
+#include "DbmsAPI/frame/Sql.h"
 #include "port/Format.h"
 
 // A grid table holds text cells, col_0 and up, and the number of each row. Clients count columns from 1.

@@ -1,4 +1,5 @@
 #include "DbmsAPI/frame/Operation.h"
+#include "DbmsAPI/frame/Sql.h"
 #include "port/Format.h"
 
 namespace {

@@ -1,6 +1,7 @@
 #include "DbmsAPI/frame/DatabaseName.h"
 
 #include "DbmsAPI/frame/Operation.h"
+#include "DbmsAPI/frame/Sql.h"
 #include "port/Utf8.h"
 
 namespace {

@@ -1,4 +1,5 @@
 #include "DbmsAPI/frame/Operation.h"
+#include "DbmsAPI/frame/Sql.h"
 #include "DbmsAPI/frame/Timescale.h"
 #include "port/Format.h"
 

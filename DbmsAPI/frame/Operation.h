@@ -23,8 +23,6 @@
 #include <type_traits>
 
 #include "DbmsAPI/TirelScada.h"
-#include "DbmsAPI/frame/EpochText.h"
-#include "DbmsAPI/frame/Sql.h"
 
 // Thrown by Require. Guard keeps the text for GetLastError.
 struct NullArgument {

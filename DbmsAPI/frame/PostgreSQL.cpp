@@ -1,5 +1,6 @@
 #include "DbmsAPI/PostgreSQL.h"
 #include "DbmsAPI/frame/Operation.h"
+#include "DbmsAPI/frame/Sql.h"
 #include "DbmsAPI/frame/Timescale.h"
 
 namespace {

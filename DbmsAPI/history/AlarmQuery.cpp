@@ -1,6 +1,7 @@
 #include <limits>
 
 #include "DbmsAPI/frame/Operation.h"
+#include "DbmsAPI/frame/Sql.h"
 #include "port/Format.h"
 
 namespace {

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "DbmsAPI/frame/Operation.h"
+#include "DbmsAPI/frame/Sql.h"
 #include "DbmsAPI/frame/SqlState.h"
 #include "DbmsAPI/history/CopyText.h"
 #include "DbmsAPI/history/TagNameCache.h"

@@ -2,6 +2,7 @@
 #include <limits>
 
 #include "DbmsAPI/frame/Operation.h"
+#include "DbmsAPI/frame/Sql.h"
 #include "DbmsAPI/frame/Timescale.h"
 
 namespace {

@@ -1,7 +1,9 @@
 #include <algorithm>
 
 #include "DbmsAPI/frame/DatabaseName.h"
+#include "DbmsAPI/frame/EpochText.h"
 #include "DbmsAPI/frame/Operation.h"
+#include "DbmsAPI/frame/Sql.h"
 #include "DbmsAPI/frame/Timescale.h"
 #include "port/Format.h"
 #include "port/LocalTime.h"
@@ -16,12 +18,13 @@ constexpr wchar_t kUserLogColumns[] =
     L"select column_name, udt_name, character_maximum_length from information_schema.columns "
     L"where table_catalog = '{}' and table_name = lower('{}') order by ordinal_position";
 
-// {}: table, days.
-constexpr wchar_t kAddUserLogRetention[] = L"select add_retention_policy('{}', interval '{} days')";
-
 // {}: table.
-constexpr wchar_t kUserLogState[] =
-    L"select compression_state from _timescaledb_catalog.hypertable where table_name = '{}'";
+constexpr wchar_t kDropUserLog[] = L"drop table {}";
+// {}: table; the columns follow.
+constexpr wchar_t kCreateUserLog[] = L"create table {}(time timestamptz not null primary key,";
+
+// {}: name, epoch seconds; the values follow.
+constexpr wchar_t kInsertUserLogRow[] = L"insert into user_{} values(to_timestamp({}),";
 
 // {}: name, bounds in epoch seconds.
 constexpr wchar_t kUserLogRows[] =
@@ -39,19 +42,11 @@ constexpr std::int32_t kInteger = 0;
 constexpr std::int32_t kDouble = 1;
 constexpr std::int32_t kText = 2;
 
-// Letters fold as the server folds names that stand without quotes: A to Z and no others.
-wchar_t Folded(wchar_t letter) {
-  return letter >= L'A' && letter <= L'Z' ? static_cast<wchar_t>(letter - L'A' + L'a') : letter;
+bool SameName(const wchar_t* stored, const wchar_t* wanted) {
+  return LowerAscii(stored) == LowerAscii(wanted);
 }
 
-std::wstring LowerCase(std::wstring text) {
-  std::transform(text.begin(), text.end(), text.begin(), Folded);
-  return text;
-}
-
-bool SameName(const wchar_t* stored, const wchar_t* wanted) { return LowerCase(stored) == LowerCase(wanted); }
-
-std::wstring TableName(const wchar_t* name) { return Bounded(kTableNameBuffer, L"user_" + LowerCase(name)); }
+std::wstring TableName(const wchar_t* name) { return Bounded(kTableNameBuffer, L"user_" + LowerAscii(name)); }
 
 // Kept: a column of another type code has no type in the statement and loses its comma or last letter.
 std::wstring Declaration(const UserLogColumn& column) {
@@ -64,7 +59,7 @@ std::wstring Declaration(const UserLogColumn& column) {
 }
 
 std::wstring CreateStatement(const std::wstring& table, const std::vector<UserLogColumn>& columns) {
-  std::wstring statement = L"create table " + table + L"(time timestamptz not null primary key,";
+  std::wstring statement = sys::Format(kCreateUserLog, table);
   for (const UserLogColumn& column : columns) statement.append(column.name).append(Declaration(column));
   statement.back() = L')';
   return statement;
@@ -87,12 +82,12 @@ bool Exists(SACommand& command, const std::wstring& table) {
   return FetchFirst(command, sys::Format(kCountUserLogs, table)) && command.Field(1).asShort() >= 1;
 }
 
-// Whether a stored table has exactly these columns behind its time.
+// Whether a stored table has exactly these columns after its time.
 bool HasColumns(SACommand& command, const std::wstring& database, const std::wstring& table,
                 const std::vector<UserLogColumn>& columns) {
   if (!FetchFirst(command, sys::Format(kUserLogColumns, database, table))) {
-    // A stored table has columns: the database bears another name at the server than in the connection, as
-    // behind a pooler. Its rows must not be lost for that.
+    // A stored table has columns, so the server knows the database by another name than the connection does,
+    // as with a pooler. The rows must not be lost for that.
     FetchFirst(command, sys::Format(kUserLogColumns, CurrentDatabase(command), table));
   }
   for (const UserLogColumn& column : columns) {
@@ -103,12 +98,11 @@ bool HasColumns(SACommand& command, const std::wstring& database, const std::wst
 
 void MakeHypertable(SACommand& command, const std::wstring& table, int retentionDays) {
   CreateHypertable(command, table.c_str());
-  if (retentionDays >= 1) Execute(command, sys::Format(kAddUserLogRetention, table, retentionDays));
+  if (retentionDays >= 1) Execute(command, AddRetentionStatement(table.c_str(), retentionDays));
 }
 
 void Compress(SACommand& command, const std::wstring& table, const std::vector<UserLogColumn>& columns) {
-  const bool enabled =
-      FetchFirst(command, sys::Format(kUserLogState, table)) && command.Field(1).asShort() != 0;
+  const bool enabled = CompressionState(command, table.c_str()).value_or(0) != 0;
   if (!enabled) {
     std::wstring segmentBy;
     for (const UserLogColumn& column : columns) {
@@ -148,7 +142,7 @@ bool TirelScada::CreateUserLogTable(const wchar_t* name, const std::vector<UserL
     const std::wstring table = TableName(name);
     const bool exists = Exists(command, table);
     const bool kept = exists && HasColumns(command, DatabaseName(command, database), table, columns);
-    if (exists && !kept) Execute(command, L"drop table " + table);
+    if (exists && !kept) Execute(command, sys::Format(kDropUserLog, table));
     if (!kept) Execute(command, CreateStatement(table, columns));
     if (TimescaleVersion <= 0) return;
 
@@ -161,12 +155,11 @@ bool TirelScada::CreateUserLogTable(const wchar_t* name, const std::vector<UserL
   });
 }
 
-// Kept: values stand as they are; without any the comma behind the time becomes the closing parenthesis.
+// Kept: values are spliced; without any, the comma after the time becomes the closing parenthesis.
 bool TirelScada::InsertUserLogData(const wchar_t* name, const UserLogRow& row) {
   return Run([&](SACommand& command) {
     Require({{L"name", name}});
-    std::wstring statement =
-        sys::Format(L"insert into user_{} values(to_timestamp({}),", name, EpochSecondsText(row.time));
+    std::wstring statement = sys::Format(kInsertUserLogRow, name, EpochSecondsText(row.time));
     for (const std::wstring& value : row.values) statement.append(value).append(L",");
     statement.back() = L')';
     Execute(command, statement);

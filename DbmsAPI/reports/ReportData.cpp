@@ -6,6 +6,7 @@
 #include <type_traits>
 
 #include "DbmsAPI/frame/Operation.h"
+#include "DbmsAPI/frame/Sql.h"
 #include "port/Format.h"
 #include "port/LocalTime.h"
 

@@ -1,4 +1,6 @@
+#include "DbmsAPI/frame/EpochText.h"
 #include "DbmsAPI/frame/Operation.h"
+#include "DbmsAPI/frame/Sql.h"
 #include "port/Format.h"
 
 namespace {

@@ -38,6 +38,16 @@ class UserLogs : public ScriptedTest {
   }
 };
 
+TEST_F(UserLogs, KeepsAQuoteInTheNameOfTheDatabase) {
+  server.Answer(kCount, {{L"1"}});
+  server.FailStatement(2, {3, 7, L"ERROR:  syntax error"});
+  const auto object = Dbms::GetDbms(DbmsType::TirelScada, L"h", 1, L"o'brien", L"u", L"p");
+  EXPECT_FALSE(object->CreateUserLogTable(L"batch", kDefinition, 0));
+  EXPECT_EQ(
+      server.sent.back().statement,
+      L"select column_name, udt_name, character_maximum_length from information_schema.columns where table_catalog = 'o'brien' and table_name = lower('user_batch') order by ordinal_position");
+}
+
 TEST_F(UserLogs, WithoutTheExtensionOnlyTheTableIsMade) {
   EXPECT_EQ(Create(0, 30), (Texts{kCount, kCreate}));
 }
