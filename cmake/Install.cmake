@@ -68,3 +68,14 @@ if(DBMSAPI_BUILD_HISTORIAN)
   configure_file(cmake/historian.pc.in ${PROJECT_BINARY_DIR}/historian.pc @ONLY)
   install(FILES ${PROJECT_BINARY_DIR}/historian.pc DESTINATION ${pkgconfig_dir} COMPONENT historian_development)
 endif()
+
+if(TARGET historian_program)
+  if(UNIX)
+    set_target_properties(historian_program PROPERTIES INSTALL_RPATH $ORIGIN/../${CMAKE_INSTALL_LIBDIR})
+  endif()
+  install(TARGETS historian_program RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT program)
+  install(DIRECTORY ${PROJECT_BINARY_DIR}/historian/command/manual/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man1
+          COMPONENT program FILES_MATCHING PATTERN "*.1")
+  install(FILES ${PROJECT_BINARY_DIR}/historian/command/manual/historian.bash
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME historian COMPONENT program)
+endif()

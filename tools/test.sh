@@ -74,6 +74,10 @@ run_timescale() {
     cat "$log" >&2
     die "the TimescaleDB tests failed"
   }
+  run_to_the_end "$root/tests/timescale/program.sh" "$root/build/dev/historian/command/historian" >>"$log" 2>&1 || {
+    cat "$log" >&2
+    die "the TimescaleDB tests of the program failed"
+  }
   note timescale "$since" "$(grep -v '^$' "$log" | tail -n 1)"
 }
 

@@ -1,4 +1,5 @@
 // historian import: loads files of samples. Every file is understood whole before anything is stored.
+#include <algorithm>
 #include <nlohmann/json.hpp>
 
 #include "Failure.h"
@@ -24,6 +25,14 @@ void CheckRetention(Server& server, const ImportOptions& options, Time oldest) {
                 Count(static_cast<std::uint64_t>(*days), "day") + "; keep them (historian init --retention " +
                 std::to_string(static_cast<int>(age) + 2) +
                 ", or 0 for good), or load them all the same (--allow-drop)");
+}
+
+std::string SourceOf(const SampleFile& file, const Zone& zone) {
+  const Layout& layout = file.layout();
+  std::string how = std::string(NameOf(layout.shape)) + ' ' + NameOf(layout.time_format) + ' ' + zone.name();
+  for (const std::string& name : layout.names) how += '\n' + name;
+  return file.name() + " (content " + std::to_string(file.content_hash()) + ", read as " +
+         std::to_string(HashOf(how)) + ')';
 }
 
 nlohmann::json Describe(const Plan& plan, const Zone& zone) {
@@ -100,7 +109,10 @@ class Import {
     }
     if (!options_.dry_run) Store();
     if (options_.common.json) PrintJson();
-    return kDone;
+    const auto differs = [](const Plan& plan) {
+      return plan.outcome && plan.outcome->differing.value_or(0) != 0;
+    };
+    return std::any_of(plans_.begin(), plans_.end(), differs) ? kFailed : kDone;
   }
 
  private:
@@ -131,6 +143,7 @@ class Import {
       }
     }
     Judge(plan);
+    plan.source = SourceOf(*plan.file, *zone_);
     return plan;
   }
 
@@ -152,6 +165,7 @@ class Import {
     CheckRetention(server, options_, oldest);
     for (Plan& plan : plans_) {
       plan.outcome = Load(server, plan, options_, terminal_);
+      if (options_.verify) plan.outcome->differing = CountDiffering(server, plan, terminal_);
       if (!options_.common.json) PrintOutcome(plan);
     }
   }
@@ -165,6 +179,11 @@ class Import {
       stored += ", " + FormatCount(outcome.loaded_before) + " by the import that this one goes on from";
     terminal_.Fact("stored", stored + ", in " + FormatDuration(outcome.seconds) + " (" +
                                  FormatCount(static_cast<std::uint64_t>(rate)) + "/s)");
+    if (!outcome.differing) return;
+    terminal_.Fact("verified",
+                   *outcome.differing == 0
+                       ? "every sample is in the database as in the file, to ten significant digits"
+                       : Count(*outcome.differing, "sample") + " of the file differ from the database");
   }
 
   void PrintJson() {
@@ -176,6 +195,7 @@ class Import {
         file["duplicates"] = plan.outcome->duplicates;
         file["loaded_before"] = plan.outcome->loaded_before;
         file["seconds"] = plan.outcome->seconds;
+        if (plan.outcome->differing) file["differing"] = *plan.outcome->differing;
       }
       files.push_back(std::move(file));
     }

@@ -20,6 +20,8 @@ struct ImportOptions {
   bool dry_run = false;
   bool skip_bad = false;
   bool allow_drop = false;
+  bool verify = false;
+  int connections = 1;
 };
 
 // What was done with the samples of a file.
@@ -28,12 +30,15 @@ struct Outcome {
   std::uint64_t duplicates = 0;     // in the store before, or twice in the file
   std::uint64_t loaded_before = 0;  // by an import of the same file that did not come to its end
   double seconds = 0;
+  std::optional<std::uint64_t>
+      differing;  // samples that are not in the store as in the file, where that was compared
 };
 
 // A file as it was understood.
 struct Plan {
   std::unique_ptr<SpooledInput> input;
   std::unique_ptr<SampleFile> file;
+  std::string source;  // the file's content and how it was read: what an interrupted import goes on by
   std::uint64_t rows = 0, samples = 0, without_value = 0, out_of_order = 0, bad_count = 0;
   Time first = Time::max(), last = Time::min();
   std::set<std::string> tags;
@@ -50,6 +55,9 @@ struct Plan {
 
 // Stores the samples of a file; progress goes to the terminal.
 Outcome Load(Server& server, Plan& plan, const ImportOptions& options, Terminal& terminal);
+
+// Compares the samples of a file with what is stored: how many are missing or have another value.
+std::uint64_t CountDiffering(Server& server, Plan& plan, Terminal& terminal);
 
 int RunImport(const ImportOptions& options, Terminal& terminal);
 

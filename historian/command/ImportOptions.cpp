@@ -69,6 +69,11 @@ Subcommand AddImport(CLI::App& program) {
   app->add_flag("--dry-run", options->dry_run, "Say what the files hold, store nothing; needs no server");
   app->add_flag("--skip-bad", options->skip_bad, "Leave rows out that cannot be read, and list them");
   app->add_flag("--allow-drop", options->allow_drop, "Load what the server's retention drops");
+  app->add_flag("--verify", options->verify,
+                "Compare every sample with the store afterwards, to ten significant digits");
+  app->add_option("--connections", options->connections, "Connections to load over [1]")
+      ->option_text("N")
+      ->check(CLI::Range(1, 16));
   AddFileOptions(*app, options->file, *words);
   AddCommonOptions(*app, options->common, true);
   SetExamples(*app,

@@ -28,11 +28,12 @@ runtime=(libdbmsapi[0-9]*_*.deb)
 development=(libdbmsapi-dev_*.deb)
 historian=(libhistorian[0-9]*_*.deb)
 historian_development=(libhistorian-dev_*.deb)
+program=(historian_*.deb)
 found=(*.deb)
-for package in "${runtime[0]}" "${development[0]}" "${historian[0]}" "${historian_development[0]}"; do
+for package in "${program[0]}" "${runtime[0]}" "${development[0]}" "${historian[0]}" "${historian_development[0]}"; do
   [ -f "$package" ] || fail "made other packages: $(ls)"
 done
-[ ${#found[@]} -eq 4 ] || fail "made other packages: ${found[*]}"
+[ ${#found[@]} -eq 5 ] || fail "made other packages: ${found[*]}"
 
 # depends PACKAGE NAME...: what a package depends on, versions aside.
 depends() {
@@ -47,7 +48,8 @@ depends "${runtime[0]}" libc6 libgcc-s1 libpq5 libstdc++6
 depends "${development[0]}" "$name"
 depends "${historian[0]}" libc6 "$name" libgcc-s1 libstdc++6
 depends "${historian_development[0]}" libdbmsapi-dev "$(dpkg-deb --field "${historian[0]}" Package)"
-for package in "${development[0]}" "${historian_development[0]}" "${historian[0]}"; do
+depends "${program[0]}" libc6 libdate-tz3 "$name" libgcc-s1 "$(dpkg-deb --field "${historian[0]}" Package)" libstdc++6 zlib1g
+for package in "${development[0]}" "${historian_development[0]}" "${historian[0]}" "${program[0]}"; do
   [[ $(dpkg-deb --field "$package" Depends) == *"(= $version)"* ]] || fail 'the packages may be of different versions'
 done
 
@@ -63,6 +65,13 @@ extract "$work/runtime" "${runtime[0]}" "${historian[0]}"
 if find "$work/runtime" -name '*.h' -o -name '*.so' -o -name '*.pc' -o -name '*.cmake' | grep .; then
   fail 'is not for running programs'
 fi
+
+# The program runs with the packages of the libraries, and brings its manual and its completion.
+extract "$work/installed" "${runtime[0]}" "${historian[0]}" "${program[0]}"
+"$work/installed/usr/bin/historian" import "$source/examples/data/machine.csv" --dry-run --json >/dev/null
+for file in man/man1/historian.1 man/man1/historian-import.1 bash-completion/completions/historian; do
+  [ -s "$work/installed/usr/share/$file" ] || fail "the program's package has no $file"
+done
 
 # The pair of DbmsAPI works without the other one.
 # finds FOLDER [ARGUMENT]...: whether find_package finds DbmsAPI there.

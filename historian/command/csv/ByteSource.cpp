@@ -51,6 +51,7 @@ void ByteSource::Rewind() {
   in_.clear();
   in_.seekg(0);
   position_ = 0;
+  hash_ = HashOf({});
   gunzip_ = zipped ? std::make_unique<Gunzip>(
                          path_, [this](char* to, std::size_t most) { return ReadFile(to, most); })
                    : nullptr;
@@ -65,6 +66,7 @@ std::size_t ByteSource::ReadFile(char* to, std::size_t most) {
   if (in_.bad()) throw Failure(OneLine(path_) + ": cannot be read: " + SystemsWords());
   const auto count = static_cast<std::size_t>(in_.gcount());
   position_ += count;
+  hash_ = HashOf({to, count}, hash_);
   return count;
 }
 

@@ -54,7 +54,7 @@ bool CsvReader::Fill() {
                   ": a quote is opened here and not closed within 16 MiB");
   }
   buffer_.erase(0, begin_);
-  begin_ = 0;
+  begin_ = next_ = 0;
   return text_.Read(buffer_);
 }
 

@@ -40,6 +40,8 @@ class SampleFile {
   const Layout& layout() const { return layout_; }
   double share() const;  // of the file that is read, 0 to 1
   std::uint64_t size() const { return bytes_.size(); }
+  // Of the bytes read since the beginning; once the end is reached, of the whole content.
+  std::uint64_t content_hash() const { return bytes_.hash(); }
 
  private:
   Result ReadJsonLine(std::vector<LogSample>& samples, BadRow& bad);

@@ -78,6 +78,17 @@ TEST(CsvReader, RefusesAQuoteThatTakesInTheRestOfALargeFile) {
   EXPECT_THROW(Read("a,b\n1,\"2\n" + std::string(20 << 20, 'x')), Refusal);
 }
 
+TEST(CsvReader, StaysAtTheEnd) {
+  const TemporaryFile file("a,b\n1,2\n");
+  ByteSource bytes(file.path());
+  TextSource text(bytes, Encoding::Utf8);
+  CsvReader reader(text, ',');
+  std::vector<std::string_view> cells;
+  EXPECT_TRUE(reader.ReadRow(cells));
+  EXPECT_TRUE(reader.ReadRow(cells));
+  for (int i = 0; i < 3; ++i) EXPECT_FALSE(reader.ReadRow(cells));
+}
+
 TEST(CsvReader, ReadsRowsThatSpanTheBlocksOfTheFile) {
   std::string content;
   Rows rows;

@@ -36,6 +36,7 @@ first=$(stored)
 case='the file again'
 run import "$original" --json
 expect_status 0
+expect_equal "$(json '.files[0] | [.stored, .duplicates] | @csv')" '0,140' 'the outcome'
 expect_equal "$(stored)" "$first" 'what is stored'
 
 case='ten significant digits'
@@ -87,6 +88,54 @@ fi
 printf 'time,A\n2026-03-29 02:00,2\n' >"$work/clock.csv"
 run import "$work/clock.csv" --zone +01:00
 expect_equal "$(sql "select time at time zone 'UTC' from datalog")" '2026-03-29 01:00:00' 'the time'
+
+case='verified'
+sql 'truncate datalog'
+run import "$original" --verify --json
+expect_status 0
+expect_equal "$(json '.files[0] | [.stored, .duplicates, .loaded_before, .differing] | @csv')" '140,0,0,0' 'the outcome'
+sql "update datalog set value = value + 1e-6 where tag_name = 'BOILER.TEMP' and time = '2026-03-02 06:00Z'"
+sql "delete from datalog where tag_name = 'PUMP.FLOW' and time = '2026-03-02 06:00Z'"
+sql "update datalog set value = null where tag_name = 'PUMP.FLOW' and time = '2026-03-02 06:30Z'"
+awk 'NR > 1 && NR < 4' "$original" | cat <(head -n 1 "$original") - >"$work/two.csv"
+run import "$work/two.csv" --verify
+expect_status 1
+expect_out '1 samples, 5 were stored already'
+expect_out '2 samples of the file differ from the database'
+
+case='interrupted and continued'
+sql 'truncate datalog'
+awk 'BEGIN { print "time,A,B,C"; for (i = 0; i < 120000; ++i) print 1772431200 + i "," i "," i / 8 "," (-i) }' >"$work/large.csv"
+mkfifo "$work/locker"
+psql --no-psqlrc --quiet <"$work/locker" &
+locker=$!
+exec 4>"$work/locker"
+echo 'begin; lock table datalog in share row exclusive mode;' >&4
+until [ "$(sql "select count(*) from pg_locks where relation = 'datalog'::regclass and mode = 'ShareRowExclusiveLock' and granted")" = 1 ]; do sleep 0.05; done
+"${program[@]}" import "$work/large.csv" >"$work/out" 2>"$work/err" 4>&- &
+import=$!
+until [ "$(sql "select count(*) from pg_locks where relation = 'datalog'::regclass and not granted")" = 1 ]; do sleep 0.05; done
+kill -INT $import
+echo 'commit;' >&4
+exec 4>&-
+status=0
+wait $import || status=$?
+wait $locker
+err=$(cat "$work/err")
+expect_status 130
+expect_equal "$err" 'historian: interrupted: 100,002 samples of 360,000 were loaded; the same command goes on from there' 'what it said'
+expect_equal "$(sql 'select count(*) from datalog')" 100002 'the number of samples'
+run import "$work/large.csv" --verify --json
+expect_status 0
+expect_equal "$(json '.files[0] | [.stored, .duplicates, .loaded_before, .differing] | @csv')" '259998,0,100002,0' 'the outcome'
+expect_equal "$(sql 'select count(*) from historian_backfill')" 0 'what is left to be continued'
+
+case='several connections'
+sql 'truncate datalog'
+run import "$work/large.csv" --connections 3 --verify
+expect_status 0
+expect_out '360,000 samples, in '
+expect_out 'every sample is in the database as in the file, to ten significant digits'
 
 case='misuse'
 run import
