@@ -1,3 +1,5 @@
+#include <string>
+
 #include "ConnectionImpl.h"
 #include "pq/Errors.h"
 #include "pq/NativeApi.h"
@@ -24,6 +26,10 @@ const char* SetIsolationLevelStatement(SAIsolationLevel_t level) {
   throw pq::UsageError(L"There is no such isolation level");
 }
 
+void RefuseNul(const SAString& text, const wchar_t* name) {
+  if (pq::HoldsNul(text)) throw pq::UsageError(std::wstring(L"The ") + name + L" holds a NUL character");
+}
+
 }  // namespace
 
 SAConnection::SAConnection() : impl_(std::make_unique<Impl>()) {}
@@ -35,6 +41,9 @@ SAConnection::~SAConnection() {
 void SAConnection::Connect(const SAString& dbString, const SAString& user, const SAString& password,
                            SAClient_t, saConnectionHandler_t handler) {
   if (isConnected()) throw pq::UsageError(L"The connection is connected already");
+  RefuseNul(dbString, L"database text");
+  RefuseNul(user, L"user");
+  RefuseNul(password, L"password");
   const auto keywords = pq::ReadConnectionString(pq::View(dbString), pq::View(user), pq::View(password));
   if (handler) handler(*this, kBeforeConnect);
   impl_->connection().Open(keywords);

@@ -21,7 +21,7 @@ class SQLAPI_EXPORT saConnectionHandles {
 
 using saConnectionHandler_t = void (*)(class SAConnection& connection, int stage);
 
-// A link to a server. One thread at a time may use it and the commands on it.
+// A connection to a server. One thread at a time may use it and the commands on it.
 class SQLAPI_EXPORT SAConnection {
  public:
   SAConnection();
@@ -30,24 +30,36 @@ class SQLAPI_EXPORT SAConnection {
   SAConnection& operator=(const SAConnection&) = delete;
 
   // Connects to `[server@][database][;options]`: server is `host[,port]` or the path of a Unix
-  // socket's folder, options go to the server process, and the database part may hold connection
-  // keywords (`dbname=scada connect_timeout=3`). The server ends at the first '@', the options begin
-  // at the first ';' behind it. What is not said is left to libpq's environment, but the client
-  // encoding is always UTF-8. A handler is called before (stage 0) and after (stage 1).
-  // Throws class 3, native code 1, when no connection can be made; class 2 when already connected.
+  // socket's directory, options go to the server process, and the database part may hold connection
+  // keywords (`dbname=scada connect_timeout=3`; a hostaddr counts only where no server is named). The
+  // server ends at the first '@', the options begin at the first ';' after it that is not in a quoted
+  // value (`password='a;b'`). libpq's environment applies to the rest, but the client encoding is
+  // always UTF-8. A handler is called before (stage 0) and after (stage 1).
+  //
+  // Waiting for a silent network is limited: connect_timeout=10 (seconds), keepalives_idle=10,
+  // keepalives_interval=5, keepalives_count=3 and tcp_user_timeout=30000 (milliseconds, where the
+  // system has it; Windows has not), unless the database part, libpq's environment or a service says
+  // otherwise; 0 removes a limit. A statement may take any time while the network answers.
+  //
+  // The session reads dates in ISO style, also after a client has set another, numbers with all their
+  // digits (extra_float_digits=1, unless the options say otherwise) and backslashes in strings as they
+  // are (standard_conforming_strings=on). Notices and notifications of the server are discarded.
+  //
+  // Throws class 3, native code 1, when no connection can be made; class 2 when already connected and
+  // for a text that holds a NUL.
   void Connect(const SAString& dbString, const SAString& user, const SAString& password,
                SAClient_t client = SA_Client_NotSpecified, saConnectionHandler_t handler = nullptr);
 
   // Whether Connect has succeeded and neither Disconnect nor Destroy has run since. No traffic.
   bool isConnected() const;
-  // Whether the server answers: one round trip, none when the link is known to be bad. Unread rows
-  // of a command are discarded.
+  // Whether the server answers: one round trip, none when the connection is known to be lost. Unread
+  // rows of a command are discarded.
   bool isAlive() const;
 
-  // Both end a connection, which may then be made anew. Commands on it lose their unread rows; they
+  // Both end a connection, which may then be made again. Commands on it lose their unread rows; they
   // may be executed again on the new one.
-  void Disconnect();  // says goodbye to the server; class 2 when not connected
-  void Destroy();     // drops the link without talking to the server; never blocks, never throws
+  void Disconnect();  // in an orderly way; class 2 when not connected
+  void Destroy();     // without sending anything; never blocks, never throws
 
   SAString ServerVersionString();  // what `select version()` returns
 
@@ -63,7 +75,7 @@ class SQLAPI_EXPORT SAConnection {
   SAIsolationLevel_t IsolationLevel() const;  // last set on this connection, SA_LevelUnknown before
 
   // Native access: cast to pgAPI and pgConnectionHandles. NativeHandles discards unread rows of a
-  // command; the link in the handles is null while there is none.
+  // command; the connection in the handles is null while there is none.
   saAPI* NativeAPI() const;
   saConnectionHandles* NativeHandles();
 
@@ -75,7 +87,7 @@ class SQLAPI_EXPORT SAConnection {
 
 // A statement on a connection, with its parameters and its result.
 //
-// Markers are `:1`, `:2`, ... or `:name`; one may stand in several places. Colons inside strings,
+// Markers are `:1`, `:2`, ... or `:name`; one may occur in several places. Colons inside strings,
 // quoted identifiers, dollar quotes, comments and casts (`::type`) are no markers.
 class SQLAPI_EXPORT SACommand {
  public:

@@ -23,7 +23,7 @@ enum SAErrorClass_t {
   SA_No_Error = 0,
   SA_UserGenerated_Error = 1,
   SA_Library_Error = 2,  // this layer used wrongly: an unbound parameter, a text read as a number
-  SA_DBMS_API_Error = 3  // the server or the link to it: native code 1 could not connect, 7 statement failed
+  SA_DBMS_API_Error = 3  // the server or the connection: native code 1 could not connect, 7 statement failed
 };
 
 enum SAIsolationLevel_t {
@@ -103,7 +103,7 @@ class SQLAPI_EXPORT SAException : public std::exception {
   int ErrNativeCode() const;
   SAString ErrText() const;
   // An extra of this layer: the five characters of the server's SQLSTATE ("42P01"). Empty when the failure
-  // is not the server's own: a class 2 error, a failed connect, a link lost without a message.
+  // is not the server's own: a class 2 error, a failed connect, a connection lost without a message.
   std::string SqlState() const;
   const char* what() const noexcept override;  // the text in UTF-8
 

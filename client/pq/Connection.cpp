@@ -68,11 +68,17 @@ PGconn* Connection::NativeHandle() {
 void Connection::MakeReady() {
   if (!handle_) throw UsageError(L"The connection is not connected");
   DiscardUnread();
+  // A client may have set another style.
+  if (!ReportsIsoDates(handle_.get()) && PQtransactionStatus(handle_.get()) != PQTRANS_INERROR) {
+    SetIsoDates(handle_.get());
+  }
 }
 
 // libpq counts a connection as active until its answer is read to the end.
 void Connection::DiscardUnread() {
   reading_ = 0;
+  // Of a LISTEN; libpq keeps them until they are fetched.
+  while (PGnotify* const notification = PQnotifies(handle_.get())) PQfreemem(notification);
   if (PQtransactionStatus(handle_.get()) != PQTRANS_ACTIVE) return;
   while (const Result piece{PQgetResult(handle_.get())}) EndCopy(handle_.get(), PQresultStatus(piece.get()));
 }

@@ -3,10 +3,13 @@
 #include <libpq-fe.h>
 
 #include <algorithm>
-#include <memory>
+#include <charconv>
+#include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
+#include "ConnectionDefaults.h"
 #include "Errors.h"
 #include "port/ConnectionRefused.h"
 #include "port/Socket.h"
@@ -15,12 +18,23 @@ namespace pq {
 namespace {
 
 constexpr char kSetIsoDates[] = "SET DateStyle TO ISO";
-constexpr std::string_view kTimeLimit = "connect_timeout";
+constexpr char kSetStandardStrings[] = "SET standard_conforming_strings TO on";
+constexpr char kSetFloatDigits[] = "SET extra_float_digits TO 1";
+constexpr char kTimeoutExpired[] = "timeout expired";
+constexpr std::string_view kOptionRefused = "unsupported startup parameter";  // PgBouncer's words
 constexpr int kLeaveDatabaseName = 0;
-constexpr char kUnreadable[] = "The database text holds keywords that cannot be read";
+constexpr int kMinTimeLimit = 2;  // seconds; libpq's, too
+
+using Deadline = sys::SocketDeadline;
 
 [[noreturn]] void ThrowConnectFailure(const PGconn* connection) {
   throw ConnectFailure(PQerrorMessage(connection), sys::ConnectionRefusedText());
+}
+
+[[noreturn]] void ThrowTimeoutExpired(const PGconn* connection) {
+  throw ConnectFailure(std::string("connection to server at \"") + PQhost(connection) + "\", port " +
+                           PQport(connection) + " failed: " + kTimeoutExpired,
+                       {});
 }
 
 void IgnoreNotice(void*, const char*) {}
@@ -28,39 +42,6 @@ void IgnoreNotice(void*, const char*) {}
 // The first message that libpq makes looks for its translations; on Windows two threads that do so at the
 // same time may end the process.
 void PrepareMessages() { [[maybe_unused]] static const char* const first = PQerrorMessage(nullptr); }
-
-bool HoldsKeywords(std::string_view database) {
-  return database.find('=') != std::string_view::npos || database.starts_with("postgresql://") ||
-         database.starts_with("postgres://");
-}
-
-struct FreeOptions {
-  void operator()(PQconninfoOption* options) const { PQconninfoFree(options); }
-};
-using Options = std::unique_ptr<PQconninfoOption, FreeOptions>;
-
-// Puts the keywords that a database text holds in its place. libpq would do so, but quotes the text, with a
-// password in it, when it cannot read it; and a `hostaddr` in it would count over the server's name.
-ConnectionKeywords Expand(const ConnectionKeywords& keywords) {
-  const bool namesHost = std::any_of(keywords.begin(), keywords.end(),
-                                     [](const auto& keyword) { return keyword.first == "host"; });
-  ConnectionKeywords expanded;
-  for (const auto& [name, value] : keywords) {
-    if (name != "dbname" || !HoldsKeywords(value)) {
-      expanded.emplace_back(name, value);
-      continue;
-    }
-    char* quoting = nullptr;
-    const Options options(PQconninfoParse(value.c_str(), &quoting));
-    PQfreemem(quoting);
-    if (!options) throw ConnectFailure(kUnreadable, {});
-    for (const PQconninfoOption* option = options.get(); option->keyword; ++option) {
-      const bool overruled = namesHost && option->keyword == std::string_view("hostaddr");
-      if (option->val && !overruled) expanded.emplace_back(option->keyword, option->val);
-    }
-  }
-  return expanded;
-}
 
 PGconn* Start(const ConnectionKeywords& keywords) {
   PrepareMessages();
@@ -74,32 +55,92 @@ PGconn* Start(const ConnectionKeywords& keywords) {
   return PQconnectStartParams(names.data(), values.data(), kLeaveDatabaseName);
 }
 
-bool IsTimeLimited(PGconn* connection) {
-  const Options options(PQconninfo(connection));
-  for (const PQconninfoOption* option = options.get(); option && option->keyword; ++option) {
-    if (option->keyword == kTimeLimit) return option->val && *option->val;
+// The value of a keyword that the connection goes by; empty when it has none.
+std::string Value(PGconn* connection, std::string_view keyword) {
+  PQconninfoOption* const options = PQconninfo(connection);
+  std::string value;
+  for (const PQconninfoOption* option = options; option && option->keyword; ++option) {
+    if (option->keyword == keyword && option->val) value = option->val;
   }
-  return false;
+  PQconninfoFree(options);
+  return value;
+}
+
+// When the time is over that connecting may take from now on. Nothing for a limit that is no number.
+std::optional<Deadline> DeadlineOf(PGconn* connection) {
+  const std::string text = Value(connection, "connect_timeout");
+  int seconds = 0;
+  const char* const end = text.data() + text.size();
+  const auto read = std::from_chars(text.data(), end, seconds);
+  if (!text.empty() && (read.ec != std::errc() || read.ptr != end)) return std::nullopt;
+  if (seconds <= 0) return Deadline::max();
+  return std::chrono::steady_clock::now() + std::chrono::seconds(std::max(seconds, kMinTimeLimit));
+}
+
+bool HasSeveralHosts(PGconn* connection) {
+  return Value(connection, "host").find(',') != std::string::npos ||
+         Value(connection, "hostaddr").find(',') != std::string::npos;
 }
 
 // Waits until the connection is made or has failed.
 void Await(PGconn* connection) {
   if (PQstatus(connection) == CONNECTION_BAD) return;
-  // After a time limit only libpq's own waiting goes on to the next host.
-  if (IsTimeLimited(connection)) return PQreset(connection);
+  const auto deadline = DeadlineOf(connection);
+  // Only libpq's own waiting goes on to the next host after a time limit, and reports a limit it cannot read.
+  if (!deadline || (*deadline != Deadline::max() && HasSeveralHosts(connection))) return PQreset(connection);
   PostgresPollingStatusType wanted = PGRES_POLLING_WRITING;
   while (wanted == PGRES_POLLING_READING || wanted == PGRES_POLLING_WRITING) {
-    sys::WaitForSocket(PQsocket(connection), wanted == PGRES_POLLING_READING ? sys::SocketEvent::Readable
-                                                                             : sys::SocketEvent::Writable);
+    const auto event =
+        wanted == PGRES_POLLING_READING ? sys::SocketEvent::Readable : sys::SocketEvent::Writable;
+    if (!sys::WaitForSocket(PQsocket(connection), event, *deadline)) ThrowTimeoutExpired(connection);
     wanted = PQconnectPoll(connection);
   }
 }
 
-void ReadIsoDates(PGconn* connection) {
-  const char* style = PQparameterStatus(connection, "DateStyle");
-  if (style && std::string_view(style).starts_with("ISO")) return;
-  const Result result(PQexec(connection, kSetIsoDates));
-  if (PQresultStatus(result.get()) != PGRES_COMMAND_OK) ThrowConnectFailure(connection);
+// In steps, because the server may send notices while the connection is made.
+ConnectionHandle Open(const ConnectionKeywords& keywords) {
+  ConnectionHandle connection(Start(keywords));
+  PQsetNoticeProcessor(connection.get(), IgnoreNotice, nullptr);
+  // The context of an error in a COPY quotes the row.
+  PQsetErrorContextVisibility(connection.get(), PQSHOW_CONTEXT_NEVER);
+  Await(connection.get());
+  return connection;
+}
+
+// Runs statements of the layer's own while the time limit for connecting lasts.
+void RunInTime(PGconn* connection, const std::string& statements) {
+  const Deadline deadline = DeadlineOf(connection).value_or(Deadline::max());
+  if (!PQsendQuery(connection, statements.c_str())) ThrowConnectFailure(connection);
+  for (;;) {
+    while (PQisBusy(connection)) {
+      if (!sys::WaitForSocket(PQsocket(connection), sys::SocketEvent::Readable, deadline))
+        ThrowTimeoutExpired(connection);
+      if (!PQconsumeInput(connection)) ThrowConnectFailure(connection);
+    }
+    const Result result(PQgetResult(connection));
+    if (!result) return;
+    if (PQresultStatus(result.get()) != PGRES_COMMAND_OK) ThrowConnectFailure(connection);
+  }
+}
+
+bool Reports(const PGconn* connection, const char* setting, std::string_view start) {
+  const char* const value = PQparameterStatus(connection, setting);
+  return value && std::string_view(value).starts_with(start);
+}
+
+// What the layer and the library read and write by, where the server or the role has set something else.
+void SetSettings(PGconn* connection) {
+  std::string statements;
+  const auto add = [&](const char* statement) {
+    if (!statements.empty()) statements += "; ";
+    statements += statement;
+  };
+  if (!ReportsIsoDates(connection)) add(kSetIsoDates);
+  if (Reports(connection, "standard_conforming_strings", "off")) add(kSetStandardStrings);
+  if (std::string_view(PQoptions(connection)).find("extra_float_digits") == std::string_view::npos) {
+    add(kSetFloatDigits);
+  }
+  if (!statements.empty()) RunInTime(connection, statements);
 }
 
 }  // namespace
@@ -107,16 +148,19 @@ void ReadIsoDates(PGconn* connection) {
 void FinishConnection::operator()(PGconn* connection) const { PQfinish(connection); }
 
 ConnectionHandle Connect(const ConnectionKeywords& keywords) {
-  // In steps, because the server may send notices while the connection is made.
-  ConnectionHandle connection(Start(Expand(keywords)));
-  PQsetNoticeProcessor(connection.get(), IgnoreNotice, nullptr);
-  // The context of an error in a COPY quotes the row.
-  PQsetErrorContextVisibility(connection.get(), PQSHOW_CONTEXT_NEVER);
-  Await(connection.get());
+  const ConnectionKeywords complete = Complete(keywords);
+  ConnectionHandle connection = Open(WithSessionOptions(complete));
+  if (std::string_view(PQerrorMessage(connection.get())).find(kOptionRefused) != std::string_view::npos) {
+    connection = Open(complete);
+  }
   if (PQstatus(connection.get()) != CONNECTION_OK) ThrowConnectFailure(connection.get());
-  ReadIsoDates(connection.get());
+  SetSettings(connection.get());
   return connection;
 }
+
+bool ReportsIsoDates(const PGconn* connection) { return Reports(connection, "DateStyle", "ISO"); }
+
+void SetIsoDates(PGconn* connection) { const Result ignored(PQexec(connection, kSetIsoDates)); }
 
 void ShutDown(const PGconn* connection) { sys::ShutDownSocket(PQsocket(connection)); }
 

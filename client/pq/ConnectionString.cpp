@@ -31,6 +31,25 @@ void SplitServer(std::wstring_view server, Parts& parts) {
   if (server.substr(comma + 1) != L"0") parts.port = server.substr(comma + 1);
 }
 
+// The first semicolon that is not part of a quoted value: `keyword='...'`, with a backslash before quotes in
+// it.
+std::size_t FindOptions(std::wstring_view text) {
+  bool quoted = false;
+  wchar_t last = 0;  // that is no blank
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const wchar_t c = text[i];
+    if (quoted && c == L'\\') {
+      ++i;
+    } else if (c == L'\'' && (quoted || last == L'=')) {
+      quoted = !quoted;
+    } else if (c == L';' && !quoted) {
+      return i;
+    }
+    if (c != L' ') last = c;
+  }
+  return std::wstring_view::npos;
+}
+
 Parts Split(std::wstring_view text) {
   Parts parts;
   const std::size_t at = text.find(L'@');
@@ -38,7 +57,7 @@ Parts Split(std::wstring_view text) {
     SplitServer(text.substr(0, at), parts);
     text.remove_prefix(at + 1);
   }
-  const std::size_t semicolon = text.find(L';');
+  const std::size_t semicolon = FindOptions(text);
   parts.database = text.substr(0, semicolon);
   if (semicolon != std::wstring_view::npos) parts.options = text.substr(semicolon + 1);
   return parts;

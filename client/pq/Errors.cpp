@@ -13,12 +13,20 @@ constexpr int kConnectionBad = 1;  // libpq's CONNECTION_BAD
 constexpr std::string_view kRefused = "Connection refused";
 constexpr std::string_view kRefusedNumber = " (0x0000274D/10061)";
 
+// Whether the text between two places is the reason that libpq gives at the end of a line: "...: reason".
+bool IsReason(std::string_view text, std::size_t start, std::size_t end) {
+  const std::string_view before = text.substr(0, start);
+  const std::string_view after = text.substr(end);
+  return (before.empty() || before.ends_with('\n') || before.ends_with(": ")) &&
+         (after.empty() || after.starts_with('\n') || after.starts_with('\r'));
+}
+
 // Puts the number after each refusal that does not have it yet.
 void NumberRefusals(std::string& text, std::string_view refused) {
   if (refused.empty()) return;
   for (std::size_t at = text.find(refused); at != std::string::npos; at = text.find(refused, at)) {
-    at += refused.size();
-    if (text.compare(at, kRefusedNumber.size(), kRefusedNumber) != 0) text.insert(at, kRefusedNumber);
+    const std::size_t start = std::exchange(at, at + refused.size());
+    if (IsReason(text, start, at)) text.insert(at, kRefusedNumber);
   }
 }
 

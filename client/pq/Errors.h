@@ -15,11 +15,11 @@ SAException UsageError(std::wstring text);
 
 // No connection could be made: class 3, native code 1. `text` is libpq's, `refused` what the process's
 // language calls a refused connection. Clients look for the number 10061 in the text, which libpq writes on
-// Windows only; here it stands after every refusal.
+// Windows only; here it follows every refusal.
 SAException ConnectFailure(std::string_view text, std::string_view refused);
 
-// A statement failed: class 3. `status` is libpq's status of the result (7 also when the link died under the
-// statement), the text is the result's or, when that has none, the connection's.
+// A statement failed: class 3. `status` is libpq's status of the result (7 also when the connection was lost
+// during the statement), the text is the result's or, when that has none, the connection's.
 SAException StatementFailure(int status, std::string_view resultText, std::string_view connectionText,
                              std::string sqlState = {});
 

@@ -68,7 +68,8 @@ class Scanner {
       ++at_;
     } else if (at_ < text_.size() && ContinuesName(text_[at_])) {
       at_ = IsDigit(text_[at_]) ? EndOf(IsDigit, at_) : EndOf(ContinuesName, at_);
-      return Marker{colon, at_ - colon};
+      const bool glued = colon > 0 && (ContinuesName(text_[colon - 1]) || text_[colon - 1] == '$');
+      return Marker{colon, at_ - colon, glued};
     }
     return std::nullopt;
   }
@@ -91,10 +92,31 @@ class Scanner {
     const std::size_t start = at_;
     while (at_ < text_.size() && (ContinuesName(text_[at_]) || text_[at_] == '$')) ++at_;
     const bool escapes = at_ == start + 1 && (text_[start] == 'e' || text_[start] == 'E');
-    if (escapes && LooksAt("'")) SkipQuoted('\'', true);
+    while (escapes && LooksAt("'")) {
+      SkipQuoted('\'', true);
+      SkipToContinuation();
+    }
   }
 
-  // $$...$$ or $tag$...$tag$; else the dollar sign stands for itself.
+  // After a string: goes to the quote that continues it on a later line, with nothing but blanks and comments
+  // between; stays where there is none.
+  void SkipToContinuation() {
+    std::size_t next = at_;
+    bool newLine = false;
+    while (next < text_.size() && text_[next] != '\'') {
+      if (text_.substr(next).starts_with("--")) {
+        next = std::min(text_.find_first_of("\r\n", next), text_.size());
+      } else if (std::string_view(" \t\f\v\r\n").find(text_[next]) != std::string_view::npos) {
+        newLine = newLine || text_[next] == '\r' || text_[next] == '\n';
+        ++next;
+      } else {
+        return;
+      }
+    }
+    if (newLine && next < text_.size()) at_ = next;
+  }
+
+  // $$...$$ or $tag$...$tag$; else the dollar sign is an ordinary character.
   void SkipDollarQuoted() {
     const std::size_t tagged = at_ + 1;
     const bool named = tagged < text_.size() && StartsName(text_[tagged]);

@@ -6,10 +6,11 @@
 
 namespace pq {
 
-// Where a marker stands in a statement.
+// The place of a marker in a statement.
 struct Marker {
   std::size_t at;      // of the colon
   std::size_t length;  // with the colon
+  bool glued;          // follows a character that `$` would continue a name with
 };
 
 // The markers of a statement in UTF-8, in the order of their appearance; see Markers.h for what is none.

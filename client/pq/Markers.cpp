@@ -83,7 +83,7 @@ std::string WithPlaces(const std::string& statement, const std::vector<Marker>& 
   text.reserve(statement.size() + markers.size());
   std::size_t copied = 0;
   for (std::size_t i = 0; i < markers.size(); ++i) {
-    text.append(statement, copied, markers[i].at - copied).append("$");
+    text.append(statement, copied, markers[i].at - copied).append(markers[i].glued ? " $" : "$");
     AppendNumber(text, places.Of(keys[i]) + 1);
     copied = markers[i].at + markers[i].length;
   }
@@ -104,10 +104,10 @@ MarkedStatement ReplaceMarkers(std::wstring_view wide) {
   Places places;
   std::vector<int> keys;
   keys.reserve(markers.size());
-  bool isPlain = true;  // without leading zeros
+  bool isPlain = true;  // without leading zeros, and a blank to be put before them
   for (const Marker& marker : markers) {
     keys.push_back(places.Add(std::string_view(statement).substr(marker.at + 1, marker.length - 1)));
-    if (statement[marker.at + 1] == '0') isPlain = false;
+    if (statement[marker.at + 1] == '0' || marker.glued) isPlain = false;
   }
   places.Arrange();
   auto named = places.Named();

@@ -34,11 +34,15 @@ SAException ParameterError(const SAParam& parameter, const wchar_t* what) {
   return UsageError(L"The parameter :" + std::wstring(parameter.Name()) + what);
 }
 
+SAException TooLong(const SAParam& parameter) {
+  return ParameterError(parameter, L" is longer than the server takes");
+}
+
 }  // namespace
 
 void Parameters::Bind(const std::vector<SAParam>& values) {
   const std::size_t count = values.size();
-  if (count < kMaxKeptValues && types_.capacity() > kMaxKeptValues) *this = Parameters();
+  if (count < kMaxKeptValues && types_.capacity() > kMaxKeptValues) *this = Parameters(maxTextSize_);
   types_.assign(count, kUntyped);
   values_.assign(count, nullptr);
   lengths_.assign(count, 0);
@@ -81,7 +85,9 @@ void Parameters::AppendText(std::size_t index, const SAParam& value) {
   const SAString& text = value.boundString();
   if (HoldsNul(text)) throw ParameterError(value, L" holds a NUL character");
   const std::size_t start = texts_.size();
+  if (text.GetLength() > maxTextSize_) throw TooLong(value);
   sys::AppendUtf8(texts_, View(text));
+  if (texts_.size() - start > maxTextSize_) throw TooLong(value);
   lengths_[index] = static_cast<int>(texts_.size() - start);
   texts_.push_back('\0');
   textIndexes_.push_back(index);

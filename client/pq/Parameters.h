@@ -12,8 +12,12 @@ namespace pq {
 // in UTF-8 with the type left to the server, NULL without a type.
 class Parameters {
  public:
+  static constexpr std::size_t kMaxTextSize = std::size_t{1} << 30;  // the server takes no more
+
+  explicit Parameters(std::size_t maxTextSize = kMaxTextSize) : maxTextSize_(maxTextSize) {}
+
   // Takes the values over, in the place of former ones. Class 2 error for one never bound and for a text with
-  // a NUL character in it.
+  // a NUL character in it or of more than 1 GiB.
   void Bind(const std::vector<SAParam>& values);
 
   int Count() const { return static_cast<int>(types_.size()); }
@@ -36,12 +40,13 @@ class Parameters {
   void AppendText(std::size_t index, const SAParam& value);
   void PointAtTexts();
 
+  std::size_t maxTextSize_;
   std::vector<unsigned> types_;
   std::vector<const char*> values_;
   std::vector<int> lengths_;
   std::vector<int> formats_;
   std::vector<Scalar> scalars_;
-  std::string texts_;  // one behind the other, each with a NUL
+  std::string texts_;  // one after the other, each with a NUL
   std::vector<std::size_t> textIndexes_;
 };
 

@@ -3,19 +3,35 @@
 #include <poll.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <climits>
+#include <cstdint>
 
 namespace sys {
+namespace {
+
+// As poll takes it: -1 without a deadline.
+int MillisecondsUntil(SocketDeadline deadline) {
+  if (deadline == SocketDeadline::max()) return -1;
+  const auto left =
+      std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now()).count();
+  return static_cast<int>(std::clamp<std::int64_t>(left, 0, INT_MAX));
+}
+
+}  // namespace
 
 void ShutDownSocket(int socket) {
   if (socket >= 0) ::shutdown(socket, SHUT_RDWR);
 }
 
-void WaitForSocket(int socket, SocketEvent event) {
-  constexpr int kForever = -1;
+bool WaitForSocket(int socket, SocketEvent event, SocketDeadline deadline) {
   pollfd entry = {socket, static_cast<short>(event == SocketEvent::Readable ? POLLIN : POLLOUT), 0};
-  while (::poll(&entry, 1, kForever) < 0 && errno == EINTR) {
-  }
+  int ready = 0;
+  do {
+    ready = ::poll(&entry, 1, MillisecondsUntil(deadline));
+  } while (ready < 0 && errno == EINTR);
+  return ready != 0;
 }
 
 }  // namespace sys

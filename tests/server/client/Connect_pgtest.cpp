@@ -107,6 +107,13 @@ TEST_F(Connecting, QuotesNothingOfADatabaseTextItCannotRead) {
   }
 }
 
+TEST_F(Connecting, RefusesTextsThatWouldBeCutOff) {
+  const SAString cut(L"a\0b", 3);
+  EXPECT_SA_ERROR(SA_Library_Error, 0, connection.Connect(cut, L"user", L"password"));
+  EXPECT_SA_ERROR(SA_Library_Error, 0, connection.Connect(L"db", cut, L"password"));
+  EXPECT_SA_ERROR(SA_Library_Error, 0, connection.Connect(L"db", L"user", cut));
+}
+
 TEST_F(Connecting, GoesToTheServerNamedWhateverAddressTheDatabaseTextHolds) {
   ConnectTo(connection, Server() + L"@dbname=" + Database() + L" hostaddr=127.0.0.255");
   EXPECT_EQ(Ask(L"select current_database()"), Database());

@@ -1,5 +1,7 @@
 // What is set once for a session: dates in ISO style, notices that go nowhere; transactions.
 
+#include <libpq-fe.h>
+
 #include "ClientTest.h"
 
 namespace {
@@ -28,6 +30,46 @@ TEST_F(Session, LeavesIsoStyleAlone) {
   Alter("datestyle = 'ISO, YMD'");
   Connect();
   EXPECT_EQ(Ask(L"show datestyle"), L"ISO, YMD");
+}
+
+TEST_F(Session, ReadsDatesWhateverStyleTheClientSets) {
+  Connect();
+  for (const wchar_t* style : {L"set datestyle = 'German'", L"begin; set datestyle = 'SQL'"}) {
+    Ask(style);
+    SACommand command(&connection, L"select date '2024-03-01'");
+    command.Execute();
+    ASSERT_TRUE(command.FetchNext());
+    EXPECT_EQ(command.Field(1).asDateTime().GetYear(), 2024);
+  }
+  EXPECT_SA_ERROR(SA_DBMS_API_Error, 7, Ask(L"set datestyle = 'German'; select 1 / 0"));
+  connection.Rollback();
+  EXPECT_EQ(Ask(L"select date '2024-03-01'"), L"2024-03-01");
+}
+
+TEST_F(Session, ReadsNumbersWithAllTheirDigits) {
+  Alter("extra_float_digits = -3");
+  Connect();
+  EXPECT_EQ(Ask(L"select 0.1::float8 + 0.2::float8"), L"0.30000000000000004");
+  SAConnection rounding;
+  ConnectTo(rounding, Server() + L"@" + Database() + L";-c extra_float_digits=0");
+  EXPECT_EQ(Ask(rounding, L"select 0.1::float8 + 0.2::float8"), L"0.3");
+}
+
+TEST_F(Session, TakesABackslashInAStringAsItIs) {
+  Alter("standard_conforming_strings = off");
+  Alter("datestyle = 'German'");
+  Connect();
+  EXPECT_EQ(Ask(L"select 'a\\b'"), L"a\\b");
+  EXPECT_EQ(Ask(L"select date '2024-03-01'"), L"2024-03-01");
+}
+
+TEST_F(Session, KeepsNoNotifications) {
+  Connect();
+  Ask(L"listen news");
+  Ask(L"notify news");
+  Ask(L"select 1");
+  PGconn* const handle = static_cast<pgConnectionHandles&>(*connection.NativeHandles()).conn;
+  EXPECT_EQ(PQnotifies(handle), nullptr);
 }
 
 TEST_F(Session, KeepsNoticesOffStderr) {

@@ -41,6 +41,8 @@ const Refusal kRefusals[] = {
      L"a: Connection refused (0x0000274D/10061)\nb: Connection refused (0x0000274D/10061)"},
     {"OtherFailure", "FATAL:  password authentication failed for user \"x\"\n", "Connection refused",
      L"FATAL:  password authentication failed for user \"x\""},
+    {"NameLikeARefusal", "FATAL:  role \"x: Connection refused\" does not exist\n", "Connection refused",
+     L"FATAL:  role \"x: Connection refused\" does not exist"},
     {"NoLocalText", "timeout expired\r\n", "", L"timeout expired"},
     {"Empty", "", "Connection refused", L""},
 };

@@ -47,9 +47,10 @@ const Case kMarkers[] = {
     {"NamesBeyondAscii", L":gr\u00f6\u00dfe", "$1", {L"gr\u00f6\u00dfe"}},
     {"NumberBeforeLetters", L":1a", "$1a", {L"1"}},
     {"VeryLongNumber", L":12345678901 :1", "$2 $1", {L"1", L"12345678901"}},
-    {"TextBeyondAscii", L"\u00e4:1\u20ac", "\xC3\xA4$1\xE2\x82\xAC", {L"1"}},
-    {"BehindAString", L"'a':1", "'a'$1", {L"1"}},
-    {"BehindAWord", L"limit:1", "limit$1", {L"1"}},
+    {"TextBeyondAscii", L"\u00e4:1\u20ac", "\xC3\xA4 $1\xE2\x82\xAC", {L"1"}},
+    {"AfterAString", L"'a':1", "'a'$1", {L"1"}},
+    {"AfterAWord", L"limit:1 offset:2", "limit $1 offset $2", {L"1", L"2"}},
+    {"AfterADollarSign", L"a$:1", "a$ $1", {L"1"}},
 };
 
 const Case kNoMarkers[] = {
@@ -62,6 +63,10 @@ const Case kNoMarkers[] = {
     {"EscapedString", L"E'a\\' :1 ' :2", "E'a\\' :1 ' $1", {L"2"}},
     {"SmallE", L"e'\\\\' :1", "e'\\\\' $1", {L"1"}},
     {"QuoteInAnEscapedString", L"E'a'' :1' :2", "E'a'' :1' $1", {L"2"}},
+    {"ContinuedEscapedString", L"E'a'\n'\\':1' :2", "E'a'\n'\\':1' $1", {L"2"}},
+    {"ContinuedAfterAComment", L"E'a' -- it's\n\t'\\':1' :2", "E'a' -- it's\n\t'\\':1' $1", {L"2"}},
+    {"AnotherStringOnTheLine", L"E'a' '\\' :1", "E'a' '\\' $1", {L"1"}},
+    {"NothingAfterAnEscapedString", L"E'a'\n:1", "E'a'\n$1", {L"1"}},
     {"WordThatEndsWithE", L"date'a\\' :1 '", "date'a\\' $1 '", {L"1"}},
     {"UnicodeString", L"U&':1' :1", "U&':1' $1", {L"1"}},
     {"Identifier", L"\":1\" :1", "\":1\" $1", {L"1"}},

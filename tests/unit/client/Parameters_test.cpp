@@ -128,6 +128,19 @@ TEST_F(ParametersTest, MustNotHoldANulCharacter) {
   EXPECT_EQ(UsageErrorText([&] { parameters.Bind(values); }), L"The parameter :1 holds a NUL character");
 }
 
+TEST_F(ParametersTest, MustNotBeLongerThanTheServerTakes) {
+  EXPECT_EQ(pq::Parameters::kMaxTextSize, 1073741824u);
+  pq::Parameters small(6);
+  Add().setAsString() = L"\u20ac\u20ac";
+  small.Bind(values);
+  EXPECT_EQ(Sent(small, 0), "0 text \xE2\x82\xAC\xE2\x82\xAC");
+  for (const wchar_t* text : {L"\u20ac\u20aca", L"1234567"}) {
+    values[0].setAsString() = text;
+    EXPECT_EQ(UsageErrorText([&] { small.Bind(values); }),
+              L"The parameter :1 is longer than the server takes");
+  }
+}
+
 TEST_F(ParametersTest, FitTheTypesTheyWereParsedFor) {
   Add().setAsLong() = 1;
   Add().setAsString() = L"two";
