@@ -33,8 +33,13 @@ void RaceSystemLog(bench::BenchServer& server, Dbms& dbms, PGconn* link) {
                 [&] { bench::Require(dbms.InsertSystemLog(records) == kCalls, "InsertSystemLog"); }}});
 }
 
-// A statement that finds nothing to do, so that what it costs is its way.
+// A statement that finds nothing to do, so that only the way to the server and back is measured. Both
+// sessions store history between the turns, as those of recorders do.
 void RaceDeleteRecipe(Dbms& dbms, PGconn* link) {
+  const auto samples = bench::PlantSamples(1000, 1000, bench::Values::TenDigits, bench::Order::ByCycle);
+  const auto pieces = hand::CopyPieces(samples);
+  const auto store = [&] { bench::Require(dbms.InsertLogData(samples), "InsertLogData"); };
+  const auto storeByHand = [&] { hand::InsertHistory(link, pieces); };
   bench::Require(dbms.CreateRecipeTable(), "recipe");
   constexpr char kDelete[] = "delete from recipe where model_name = $1 and name = $2";
   hand::Parameters parameters;
@@ -51,9 +56,9 @@ void RaceDeleteRecipe(Dbms& dbms, PGconn* link) {
   const auto library = [&] { bench::Require(dbms.DeleteRecipe(L"mixer", L"light"), "DeleteRecipe"); };
   const auto parsed = [&] { hand::RunWith(link, kDelete, parameters); };
   const auto nothing = [&] { PQclear(PQexec(link, "")); };
-  bench::Race({"DeleteRecipe", 1, kCalls}, {{"by hand", nullptr, tenThousand(prepared)},
-                                            {"library", nullptr, tenThousand(library)},
-                                            {"by hand, parsed each time", nullptr, tenThousand(parsed)},
+  bench::Race({"DeleteRecipe", 1, kCalls}, {{"by hand", storeByHand, tenThousand(prepared)},
+                                            {"library", store, tenThousand(library)},
+                                            {"by hand, parsed each time", storeByHand, tenThousand(parsed)},
                                             {"nothing asked", nullptr, tenThousand(nothing)}});
 }
 
@@ -83,7 +88,8 @@ int main() {
   bench::BenchServer server("bench_single_statements");
   const auto dbms = server.Library();
   const bench::Link link = server.Connect();
-  bench::Require(dbms->CreateSystemLogTable(0) && dbms->CreateReportDataTables(0), "creating the tables");
+  bench::Require(dbms->CreateSystemLogTable(0) && dbms->CreateLogTable(0) && dbms->CreateReportDataTables(0),
+                 "creating the tables");
   RaceDeleteRecipe(*dbms, link.get());
   RaceSystemLog(server, *dbms, link.get());
   for (const std::size_t rows : {375u, 750u, 1500u, 3000u}) RaceReportRows(server, *dbms, link.get(), rows);
