@@ -39,3 +39,12 @@ if(DBMSAPI_BUILD_BENCHMARKS)
   find_package(benchmark REQUIRED)
 endif()
 find_package(Threads REQUIRED)
+
+# The recorder's spool.
+if(DBMSAPI_BUILD_HISTORIAN)
+  if(CMAKE_CROSSCOMPILING)
+    find_package(SQLite3)
+  else()
+    find_package(SQLite3 REQUIRED)
+  endif()
+endif()

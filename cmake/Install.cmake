@@ -64,6 +64,10 @@ if(DBMSAPI_BUILD_HISTORIAN)
   install(FILES historian/Backfill.h historian/Error.h historian/Export.h historian/Health.h
                 historian/Time.h historian/Trend.h
           DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/historian COMPONENT historian_development)
+  if(SQLite3_FOUND)
+    install(FILES historian/Recorder.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/historian
+            COMPONENT historian_development)
+  endif()
   install(EXPORT historianTargets NAMESPACE DbmsAPI:: DESTINATION ${package_dir} COMPONENT historian_development)
   configure_file(cmake/historian.pc.in ${PROJECT_BINARY_DIR}/historian.pc @ONLY)
   install(FILES ${PROJECT_BINARY_DIR}/historian.pc DESTINATION ${pkgconfig_dir} COMPONENT historian_development)

@@ -12,6 +12,7 @@
 #include "historian/CopyRows.h"
 #include "historian/Error.h"
 #include "historian/Link.h"
+#include "historian/StoreRows.h"
 
 namespace historian {
 namespace {
@@ -21,14 +22,6 @@ constexpr char kOperation[] = "backfill";
 // Checking samples against a compressed chunk may decompress more than the extension allows by default.
 // Without the extension the setting means nothing.
 constexpr char kBegin[] = "BEGIN; SET LOCAL timescaledb.max_tuples_decompressed_per_dml_transaction TO 0";
-constexpr char kCopyToHistory[] = "COPY datalog (time, tag_name, value) FROM STDIN (FORMAT binary)";
-constexpr char kCreateStaging[] =
-    "CREATE TEMP TABLE historian_batch (time timestamptz NOT NULL, tag_name text NOT NULL, value float8)"
-    " ON COMMIT DROP";
-constexpr char kCopyToStaging[] = "COPY historian_batch (time, tag_name, value) FROM STDIN (FORMAT binary)";
-constexpr char kMoveToHistory[] =
-    "INSERT INTO datalog (time, tag_name, value) SELECT time, tag_name, value FROM historian_batch"
-    " ON CONFLICT (time, tag_name) DO NOTHING";
 
 // The chunks that hold samples of a source's unfinished batches: name, its range in hours since 2000, whether
 // it has been compressed. $1 source.
@@ -40,7 +33,6 @@ constexpr char kChunks[] =
     " and hypertable_name = 'datalog' and exists (select from historian_backfill b where b.source = $1"
     " and not b.finished and b.oldest < c.range_end and b.newest >= c.range_start) order by range_start";
 
-constexpr char kUniqueViolation[] = "23505";
 constexpr char kDeadlock[] = "40P01";
 constexpr int kMostAttempts = 10;
 
@@ -138,27 +130,6 @@ bool Run::Take(Batch& batch) {
   if (*end <= batch.begins) throw std::invalid_argument("a batch does not end after its beginning");
   batch.ends = progress_.position = *end;
   return true;
-}
-
-std::int64_t CopyIn(Link& link, const char* statement, const std::string& bytes) {
-  link.StartCopy(statement);
-  link.SendCopy(bytes);
-  return link.FinishCopy();
-}
-
-// Gives the number of rows that were new.
-std::int64_t StoreRows(Link& link, const CopyRows& copy) {
-  if (copy.rows == 0) return 0;
-  link.Run("SAVEPOINT historian_copy");
-  try {
-    return CopyIn(link, kCopyToHistory, copy.bytes);
-  } catch (const Error& error) {
-    if (error.SqlState() != kUniqueViolation) throw;
-  }
-  link.Run("ROLLBACK TO SAVEPOINT historian_copy");
-  link.Run(kCreateStaging);
-  CopyIn(link, kCopyToStaging, copy.bytes);
-  return link.Run(kMoveToHistory).Affected();
 }
 
 // Stores the rows and enters the batch in the ledger; false when another run has done so meanwhile.

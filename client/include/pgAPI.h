@@ -36,6 +36,7 @@ class SQLAPI_EXPORT pgAPI : public saAPI {
   int (*PQgetisnull)(const PGresult* result, int row, int column) = nullptr;
   char* (*PQcmdTuples)(PGresult* result) = nullptr;
   int (*PQstatus)(const PGconn* connection) = nullptr;
+  int (*PQsocket)(const PGconn* connection) = nullptr;
 };
 
 // An extra of this layer: the text of a failed result (empty for a null one), in UTF-8 and without line feeds

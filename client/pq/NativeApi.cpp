@@ -23,6 +23,7 @@ pgAPI EntryPoints() {
   api.PQgetisnull = ::PQgetisnull;
   api.PQcmdTuples = ::PQcmdTuples;
   api.PQstatus = [](const PGconn* connection) { return static_cast<int>(::PQstatus(connection)); };
+  api.PQsocket = ::PQsocket;
   return api;
 }
 

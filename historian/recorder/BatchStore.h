@@ -1,0 +1,43 @@
+#pragma once
+
+// Brings the records of a batch to the server, inside a transaction that others begin and end.
+
+#include <functional>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "historian/Link.h"
+#include "historian/Spool.h"
+
+namespace historian::recorder {
+
+class BatchStore {
+ public:
+  // `step` is called before each call to the server.
+  BatchStore(Dbms& dbms, Link& link, Kind kind, std::function<void()> step)
+      : dbms_(dbms), link_(link), kind_(kind), step_(std::move(step)) {}
+
+  // Stores what the server takes; gives the number of records that were new to it. Throws an Error for every
+  // failure that is not about the records themselves.
+  std::int64_t Store(const std::vector<std::string_view>& records);
+
+  // What it does not take.
+  const std::vector<Refused>& refused() const { return refused_; }
+
+ private:
+  using Range = std::vector<std::string_view>::const_iterator;
+
+  std::int64_t StoreRange(Range first, Range last);
+  std::int64_t Attempt(Range first, Range last);
+  std::int64_t CopySamples(Range first, Range last);
+  std::int64_t InsertEvents(Range first, Range last);
+
+  Dbms& dbms_;
+  Link& link_;
+  Kind kind_;
+  std::function<void()> step_;
+  std::vector<Refused> refused_;
+};
+
+}  // namespace historian::recorder

@@ -1,0 +1,38 @@
+#pragma once
+
+// The table historian_ledger: for each spool the number of the last batch that the server has stored, written
+// in the transaction that stores the batch.
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "historian/Link.h"
+
+namespace historian::recorder {
+
+class Ledger {
+ public:
+  struct Entry {
+    std::int64_t batch = 0;   // number of the last one
+    std::int64_t stored = 0;  // records of it that were new
+  };
+
+  explicit Ledger(const std::string& spoolId) : spool_(spoolId) {}
+
+  // Makes the table when it is not there.
+  static void Create(Link& link);
+
+  // Of the spool; nothing when it has stored no batch yet.
+  std::optional<Entry> Read(Link& link) const;
+
+  // Begins the transaction of a batch. False: that batch is stored already, by a transaction whose end had
+  // not been seen; it then waits for the end of that one.
+  bool Begin(Link& link, std::int64_t batch) const;
+  void Commit(Link& link, std::int64_t stored) const;
+
+ private:
+  std::string spool_;  // hexadecimal digits
+};
+
+}  // namespace historian::recorder

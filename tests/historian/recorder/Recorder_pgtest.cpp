@@ -1,0 +1,123 @@
+#include <cfloat>
+
+#include "historian/recorder/RecorderTest.h"
+
+namespace historian {
+namespace {
+
+TEST_F(RecorderTest, StoresWhatItAccepts) {
+  Recorder recorder(NewDbms(), Options());
+  const auto samples = Samples(0, 1000);
+  EXPECT_TRUE(recorder.Record(samples));
+  EXPECT_TRUE(recorder.Record(std::vector<AlarmRecord>{AnAlarm(1), AnAlarm(2)}));
+  EXPECT_TRUE(recorder.Record(std::vector<SystemLogRecord>{ALogRecord(1)}));
+  ExpectAllSettled(recorder);
+
+  EXPECT_EQ(History(), Lines(samples));
+  EXPECT_EQ(Value("select count(*) from alarm"), "2");
+  EXPECT_EQ(Value("select count(*) from system_log"), "1");
+  const RecorderReport report = recorder.Report();
+  EXPECT_EQ(report.state, RecorderState::Storing);
+  EXPECT_EQ(report.accepted, 1003);
+  EXPECT_EQ(report.stored, 1003);
+  EXPECT_EQ(report.lastError, "");
+}
+
+// Values, times and names of every sort: the rows are those that InsertLogData makes of the same samples.
+TEST_F(RecorderTest, StoresTheRowsThatInsertLogDataStores) {
+  const std::vector<LogSample> samples = {
+      {1, L"FIRST", 0},
+      {999, L"FIRST", -0.0},
+      {1700000000123, L"TAB\tLINE\nRETURN\rBACK\\SLASH", 1.0 / 3},
+      {1700000000124, L"\\N", DBL_MAX},
+      {1700000000125, L"\\.", 1e300},
+      {1700000000126, L"\U0001F525 'quoted' \"twice\"", 5e-324},
+      {1700000000127, L" blank ", 123456789012345678.0},
+      {253402300799999, L"LATE", 0.1 + 0.2},
+      {1700000000123, L"TAB\tLINE\nRETURN\rBACK\\SLASH", 7},
+      {1700000000128, kEveryPlane, -1e-7},
+  };
+  ASSERT_TRUE(dbms->InsertLogData(samples)) << dbms->GetLastError();
+  const char* const rows =
+      "select time, tag_name, value::text from datalog where tag_name <> 'x' order by 1, 2";
+  auto wanted = Rows(rows);
+  // Of two samples of one key either may be the one that is stored.
+  ASSERT_EQ(wanted.size(), 9u);
+  Run("truncate datalog");
+
+  Recorder recorder(NewDbms(), Options());
+  EXPECT_TRUE(recorder.Record(samples));
+  ExpectAllSettled(recorder);
+  EXPECT_EQ(Rows(rows), wanted);
+  EXPECT_EQ(recorder.Report().stored, 9);
+  EXPECT_EQ(recorder.Report().duplicates, 1);
+}
+
+TEST_F(RecorderTest, StoresTheAlarmsAndLogRecordsThatTheOperationsStore) {
+  AlarmRecord alarm{1700000000123, kEveryPlane,  1e-300, L"'; drop table alarm; --", -1, 32767, -32768, 5,
+                    1700000000001, 1700000000999};
+  AlarmRecord open = AnAlarm(5, L"");
+  open.freeTimeMs = -3;
+  const SystemLogRecord log{1700000000123, -1, 32767, -32768, 2147483647, L"", kEveryPlane};
+  for (const AlarmRecord& a : {alarm, open}) {
+    ASSERT_TRUE(dbms->InsertAlarm(a.timeMs, a.tagName.c_str(), a.value, a.label.c_str(), a.status, a.type,
+                                  a.level, a.zone, a.occTimeMs, a.freeTimeMs));
+  }
+  ASSERT_EQ(dbms->InsertSystemLog({log, ALogRecord(1)}), 2u);
+  const auto alarms = Rows("select * from alarm order by time, tag_name");
+  const auto logs = Rows("select * from system_log order by time, message");
+  ASSERT_EQ(alarms.size(), 2u);
+  ASSERT_EQ(logs.size(), 2u);
+  Run("truncate alarm, system_log");
+
+  Recorder recorder(NewDbms(), Options());
+  EXPECT_TRUE(recorder.Record(std::vector<AlarmRecord>{alarm, open}));
+  EXPECT_TRUE(recorder.Record(std::vector<SystemLogRecord>{log, ALogRecord(1)}));
+  ExpectAllSettled(recorder);
+  EXPECT_EQ(Rows("select * from alarm order by time, tag_name"), alarms);
+  EXPECT_EQ(Rows("select * from system_log order by time, message"), logs);
+}
+
+TEST_F(RecorderTest, CountsDuplicatesWithinABatchAndAcrossBatches) {
+  Recorder recorder(NewDbms(), Options());
+  auto samples = Samples(0, 100);
+  samples.insert(samples.end(), samples.begin(), samples.begin() + 10);
+  EXPECT_TRUE(recorder.Record(samples));
+  EXPECT_TRUE(recorder.Record(std::vector<AlarmRecord>{AnAlarm(1), AnAlarm(1), AnAlarm(2)}));
+  ExpectAllSettled(recorder);
+  EXPECT_TRUE(recorder.Record(Samples(50, 100)));
+  EXPECT_TRUE(recorder.Record(std::vector<AlarmRecord>{AnAlarm(2), AnAlarm(3)}));
+  EXPECT_TRUE(recorder.Record(std::vector<SystemLogRecord>{ALogRecord(1), ALogRecord(1)}));
+  ExpectAllSettled(recorder);
+
+  EXPECT_EQ(History(), Lines(Samples(0, 150)));
+  EXPECT_EQ(Value("select count(*) from alarm"), "3");
+  EXPECT_EQ(Value("select count(*) from system_log"), "1");
+  EXPECT_EQ(recorder.Report().stored, 150 + 3 + 1);
+  EXPECT_EQ(recorder.Report().duplicates, 10 + 50 + 2 + 1);
+  EXPECT_EQ(recorder.Report().setAside, 0);
+}
+
+TEST_F(RecorderTest, GoesOnWithWhatWaitsInTheSpool) {
+  std::vector<LogSample> all;
+  for (int run = 0; run < 3; ++run) {
+    Recorder recorder(Dbms::GetDbms(DbmsType::TirelScada, Host().c_str(), 1, Database().c_str(),
+                                    User().c_str(), Password().c_str()),
+                      Options());
+    const auto samples = Samples(run * 500, 500);
+    EXPECT_TRUE(recorder.Record(samples));
+    all.insert(all.end(), samples.begin(), samples.end());
+    EXPECT_TRUE(events.WaitFor(RecorderState::Waiting));
+    events.Clear();
+    EXPECT_EQ(recorder.Report().waiting, (run + 1) * 500);
+    ExpectTrueCounts(recorder.Report());
+  }
+  Recorder recorder(NewDbms(), Options());
+  ExpectAllSettled(recorder);
+  EXPECT_EQ(History(), Lines(all));
+  EXPECT_EQ(recorder.Report().accepted, 1500);
+  EXPECT_EQ(recorder.Report().stored, 1500);
+}
+
+}  // namespace
+}  // namespace historian

@@ -1,0 +1,148 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+#include <set>
+
+#include "historian/Spool.h"
+#include "historian/recorder/SpoolDirectory.h"
+
+namespace historian::recorder {
+namespace {
+
+constexpr std::array<bool, kKinds> kAll = {true, true, true};
+constexpr int kBlocks = 200;
+constexpr int kPerBlock = 100;
+
+// A closed spool with samples of the times 0 to 19,999, a hundred to a block.
+class SpoolDamage : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    Spool spool = Open();
+    for (int block = 0; block < kBlocks; ++block) {
+      Piece piece;
+      for (int i = 0; i < kPerBlock; ++i) {
+        AppendRecord(piece.bytes, LogSample{block * kPerBlock + i, L"PUMP.SPEED", block + 0.5});
+      }
+      piece.records = kPerBlock;
+      ASSERT_EQ(spool.Append(Kind::Sample, {piece}).admission, Spool::Admission::Accepted);
+    }
+  }
+
+  Spool Open() { return Spool(directory.File(), Syncing::AtCheckpoints, {1 << 30, false}); }
+  std::uintmax_t Size() const { return std::filesystem::file_size(directory.File()); }
+
+  void Flip(std::uintmax_t bit) {
+    std::fstream file(directory.File(), std::ios::in | std::ios::out | std::ios::binary);
+    file.seekg(static_cast<std::streamoff>(bit / 8));
+    const int byte = file.get();
+    file.seekp(static_cast<std::streamoff>(bit / 8));
+    file.put(static_cast<char>(byte ^ (1 << bit % 8)));
+  }
+
+  // Empties the spool; every sample that comes out must be one that went in, and come out once. Gives the
+  // number.
+  static std::int64_t DrainGenuine(Spool& spool) {
+    std::set<std::int64_t> times;
+    std::optional<Outcome> done;
+    for (;;) {
+      const auto batch = spool.Next(done, kAll, 1000);
+      if (!batch) break;
+      std::int64_t count = 0;
+      for (const Piece& piece : spool.Load(*batch)) {
+        std::string_view bytes = piece.bytes;
+        while (const auto sample = TakeSample(bytes)) {
+          EXPECT_TRUE(sample->timeMs >= 0 && sample->timeMs < kBlocks * kPerBlock);
+          EXPECT_EQ(sample->tagName, "PUMP.SPEED");
+          EXPECT_EQ(sample->value, static_cast<double>(sample->timeMs / kPerBlock) + 0.5);
+          EXPECT_TRUE(times.insert(sample->timeMs).second) << sample->timeMs;
+          ++count;
+        }
+      }
+      done = Outcome{count, {}};
+    }
+    return static_cast<std::int64_t>(times.size());
+  }
+
+  static void ExpectTrueCounts(Spool& spool) {
+    const auto [totals, waiting] = spool.Count();
+    EXPECT_EQ(totals.accepted, totals.Done() + waiting.records);
+    EXPECT_GE(totals.dropped, 0);
+  }
+
+  SpoolDirectory directory;
+};
+
+TEST_F(SpoolDamage, IsNotFoundInASoundOne) {
+  Spool spool = Open();
+  EXPECT_FALSE(spool.DamageFound());
+  EXPECT_EQ(DrainGenuine(spool), kBlocks * kPerBlock);
+}
+
+TEST_F(SpoolDamage, OfATruncatedFileLeavesWhatIsBeforeTheCut) {
+  std::filesystem::resize_file(directory.File(), Size() / 2);
+  Spool spool = Open();
+  ASSERT_TRUE(spool.DamageFound());
+  EXPECT_GT(spool.DamageFound()->lost, 0);
+  EXPECT_GT(spool.DamageFound()->recovered, kBlocks * kPerBlock / 4);
+  EXPECT_EQ(spool.DamageFound()->recovered + spool.DamageFound()->lost, kBlocks * kPerBlock);
+  EXPECT_TRUE(std::filesystem::exists(directory.File("plant.spool.damaged-1")));
+  ExpectTrueCounts(spool);
+  EXPECT_EQ(DrainGenuine(spool), spool.DamageFound()->recovered);
+  EXPECT_EQ(spool.Count().first.dropped, spool.DamageFound()->lost);
+}
+
+TEST_F(SpoolDamage, OfFlippedBitsAnywhereLeavesTheRestAndInventsNothing) {
+  const std::filesystem::path sound = directory.File("sound");
+  std::filesystem::copy_file(directory.File(), sound);
+  const std::uintmax_t bits = Size() * 8;
+  std::int64_t least = kBlocks * kPerBlock;
+  for (std::uintmax_t i = 0; i < 60; ++i) {
+    std::filesystem::copy_file(sound, directory.File(), std::filesystem::copy_options::overwrite_existing);
+    // The first ones in the header and the page after it, the others all over the file.
+    Flip(i < 20 ? i * 997 % (2 * 4096 * 8) : i * 2654435761 % bits);
+    try {
+      Spool spool = Open();
+      const std::int64_t drained = DrainGenuine(spool);
+      ExpectTrueCounts(spool);
+      if (i >= 20) least = std::min(least, drained);
+    } catch (const Error& error) {
+      // Its own numbers no longer say what it is.
+      const std::string what = error.what();
+      EXPECT_TRUE(what.find("no spool of a recorder") != std::string::npos ||
+                  what.find("has the layout of version") != std::string::npos)
+          << what;
+    }
+  }
+  EXPECT_GT(least, kBlocks * kPerBlock * 9 / 10);
+}
+
+TEST_F(SpoolDamage, OfABlockSetsItAside) {
+  {
+    SqliteDatabase file(directory.File(), SqliteDatabase::Access::ReadWrite);
+    file.Run("update sample_block set data = zeroblob(length(data)) where id = 7");
+    file.Run("update sample_block set records = 99 where id = 8");
+  }
+  Spool spool = Open();
+  EXPECT_EQ(DrainGenuine(spool), (kBlocks - 2) * kPerBlock);
+  const Totals totals = spool.Count().first;
+  EXPECT_EQ(totals.setAside, kPerBlock + kPerBlock - 1);
+  ExpectTrueCounts(spool);
+  SqliteDatabase file(directory.File(), SqliteDatabase::Access::ReadOnly);
+  EXPECT_EQ(file.Value("select count(*) from set_aside where record = 'damaged'"), 2);
+}
+
+TEST_F(SpoolDamage, OfTheWholeFileLeavesANewSpool) {
+  std::filesystem::resize_file(directory.File(), 4096 * 3);
+  std::fstream file(directory.File(), std::ios::in | std::ios::out | std::ios::binary);
+  for (int i = 0; i < 4096 * 3; ++i) file.put('x');
+  file.close();
+  Spool spool = Open();
+  ASSERT_TRUE(spool.DamageFound());
+  EXPECT_EQ(spool.DamageFound()->recovered, 0);
+  EXPECT_EQ(DrainGenuine(spool), 0);
+  EXPECT_TRUE(std::filesystem::exists(directory.File("plant.spool.damaged-1")));
+}
+
+}  // namespace
+}  // namespace historian::recorder
