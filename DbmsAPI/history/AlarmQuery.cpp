@@ -9,14 +9,18 @@ namespace {
 // {}: bounds in epoch seconds, filter.
 constexpr wchar_t kFilteredAlarms[] =
     L"select extract(epoch from time),tag_name,value,label,status,type,level,zone,"
-    L"extract(epoch from occ_time),extract(epoch from free_time) from alarm "
-    L"where time >= to_timestamp({}) and time <= to_timestamp({}) and {} order by time desc";
+    L"extract(epoch from occ_time),extract(epoch from free_time)"
+    L" from alarm"
+    L" where time >= to_timestamp({}) and time <= to_timestamp({}) and {}"
+    L" order by time desc";
 
 // {}: bounds in epoch seconds.
 constexpr wchar_t kAllAlarms[] =
     L"select extract(epoch from time),tag_name,value,label,status,type,level,zone,"
-    L"extract(epoch from occ_time),extract(epoch from free_time) from alarm "
-    L"where time >= to_timestamp({}) and time <= to_timestamp({}) order by time desc";
+    L"extract(epoch from occ_time),extract(epoch from free_time)"
+    L" from alarm"
+    L" where time >= to_timestamp({}) and time <= to_timestamp({})"
+    L" order by time desc";
 
 // A column that a mask filters by bit position, and the codes that exist.
 struct CodeColumn {
@@ -41,7 +45,7 @@ void AppendCodes(std::wstring& filter, const CodeColumn& column, std::int16_t ma
   filter.back() = L')';
 }
 
-// Kept: behind another clause the opening parenthesis is missing, which the server refuses. Kept: several
+// Kept: after another clause the opening parenthesis is missing, which the server refuses. Kept: several
 // ranges are joined by "or", so that only what lies in all of them is left out.
 void AppendExcludedRanges(std::wstring& filter,
                           const std::vector<std::pair<std::int64_t, std::int64_t>>& ranges) {
@@ -55,7 +59,7 @@ void AppendExcludedRanges(std::wstring& filter,
   filter += L")";
 }
 
-// Kept: prefixes stand as they are, so that % and _ match anything and a quote ends the text.
+// Kept: prefixes are not escaped, so that % and _ match anything and a quote ends the text.
 void AppendTagPrefixes(std::wstring& filter, const std::vector<const wchar_t*>& prefixes) {
   if (prefixes.empty()) return;
   filter += filter.empty() ? L"(" : L" and (";

@@ -21,8 +21,8 @@ constexpr wchar_t kCreateAlarms[] =
 // :1 epoch seconds, :2 tag, :3 value, :4 label, :5 status, :6 type, :7 level, :8 zone, :9 epoch seconds of
 // the occurrence, :10 epoch seconds of the clearing or NULL.
 constexpr wchar_t kInsertAlarm[] =
-    L"insert into alarm values(to_timestamp(:1), :2, :3, :4, :5, :6, :7, :8, to_timestamp(:9), "
-    L"to_timestamp(:10))";
+    L"insert into alarm values("
+    L"to_timestamp(:1), :2, :3, :4, :5, :6, :7, :8, to_timestamp(:9), to_timestamp(:10))";
 
 }  // namespace
 

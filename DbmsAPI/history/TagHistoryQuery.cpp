@@ -8,12 +8,15 @@ namespace {
 
 // A list of tag names follows.
 constexpr wchar_t kGetSamples[] =
-    L"select tag_name, extract(epoch from time), value from datalog where tag_name in (";
+    L"select tag_name, extract(epoch from time), value"
+    L" from datalog"
+    L" where tag_name in (";
 // {}: first and last epoch second.
 constexpr wchar_t kInRange[] =
-    L" and time between to_timestamp({}) and to_timestamp({}) order by tag_name, time";
+    L" and time between to_timestamp({}) and to_timestamp({})"
+    L" order by tag_name, time";
 
-constexpr std::size_t kRangeBuffer = 128;
+constexpr std::size_t kMaxRangeSize = 128;
 
 }  // namespace
 
@@ -22,7 +25,7 @@ bool TirelScada::GetLogData(std::int64_t startTime, std::int64_t endTime,
   return Run([&](SACommand& command) {
     std::wstring query = kGetSamples;
     AppendKeys(query, data);
-    Execute(command, query + Bounded(kRangeBuffer, sys::Format(kInRange, startTime, endTime)));
+    Execute(command, query + Bounded(kMaxRangeSize, sys::Format(kInRange, startTime, endTime)));
     // Rows are ordered by tag, so the points of a tag are looked up once for all its rows.
     std::pair<const std::wstring, std::vector<LogPoint>>* tag = nullptr;
     while (command.FetchNext()) {

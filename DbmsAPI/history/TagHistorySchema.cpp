@@ -8,8 +8,11 @@
 namespace {
 
 constexpr wchar_t kTagHistoryExists[] =
-    L"SELECT EXISTS (  SELECT 1   FROM information_schema.tables   WHERE table_schema = 'public'   AND "
-    L"table_name = 'datalog')";
+    L"SELECT EXISTS ("
+    L"  SELECT 1"
+    L"   FROM information_schema.tables"
+    L"   WHERE table_schema = 'public'"
+    L"   AND table_name = 'datalog')";
 
 constexpr wchar_t kCreateTagHistory[] =
     L"create table if not exists datalog ("
@@ -32,24 +35,29 @@ struct Aggregate {
 constexpr Aggregate kMinutes = {
     L"datalog_1m",
     L"SELECT 1 FROM timescaledb_information.continuous_aggregates WHERE view_name = 'datalog_1m'",
-    L"CREATE MATERIALIZED VIEW datalog_1m WITH (timescaledb.continuous) AS SELECT time_bucket('1 minute', "
-    L"time) "
-    L"AS bucket, tag_name, avg(value) as avg_val, max(value) as max_val, min(value) as min_val FROM datalog "
-    L"GROUP BY bucket, tag_name",
-    L"SELECT add_continuous_aggregate_policy('datalog_1m', start_offset => INTERVAL '5 minutes', end_offset "
-    L"=> "
-    L"INTERVAL '1 minute', schedule_interval => INTERVAL '2 minutes')",
+    L"CREATE MATERIALIZED VIEW datalog_1m WITH (timescaledb.continuous) AS"
+    L" SELECT time_bucket('1 minute', time) AS bucket, tag_name,"
+    L" avg(value) as avg_val, max(value) as max_val, min(value) as min_val"
+    L" FROM datalog"
+    L" GROUP BY bucket, tag_name",
+    L"SELECT add_continuous_aggregate_policy('datalog_1m',"
+    L" start_offset => INTERVAL '5 minutes',"
+    L" end_offset => INTERVAL '1 minute',"
+    L" schedule_interval => INTERVAL '2 minutes')",
     30};
 
 constexpr Aggregate kHours = {
     L"datalog_1h",
     L"SELECT 1 FROM timescaledb_information.continuous_aggregates WHERE view_name = 'datalog_1h'",
-    L"CREATE MATERIALIZED VIEW datalog_1h WITH (timescaledb.continuous) AS SELECT time_bucket('1 hour', "
-    L"time) "
-    L"AS bucket, tag_name, avg(value) as avg_val, max(value) as max_val, min(value) as min_val FROM datalog "
-    L"GROUP BY bucket, tag_name",
-    L"SELECT add_continuous_aggregate_policy('datalog_1h', start_offset => INTERVAL '3 hours', end_offset => "
-    L"INTERVAL '1 hour', schedule_interval => INTERVAL '1 hour')",
+    L"CREATE MATERIALIZED VIEW datalog_1h WITH (timescaledb.continuous) AS"
+    L" SELECT time_bucket('1 hour', time) AS bucket, tag_name,"
+    L" avg(value) as avg_val, max(value) as max_val, min(value) as min_val"
+    L" FROM datalog"
+    L" GROUP BY bucket, tag_name",
+    L"SELECT add_continuous_aggregate_policy('datalog_1h',"
+    L" start_offset => INTERVAL '3 hours',"
+    L" end_offset => INTERVAL '1 hour',"
+    L" schedule_interval => INTERVAL '1 hour')",
     365};
 
 void CreateAggregate(SACommand& command, const Aggregate& aggregate) {

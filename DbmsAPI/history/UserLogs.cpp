@@ -15,8 +15,10 @@ constexpr wchar_t kCountUserLogs[] = L"select count(*) from pg_stat_user_tables 
 
 // {}: database, table.
 constexpr wchar_t kUserLogColumns[] =
-    L"select column_name, udt_name, character_maximum_length from information_schema.columns "
-    L"where table_catalog = '{}' and table_name = lower('{}') order by ordinal_position";
+    L"select column_name, udt_name, character_maximum_length"
+    L" from information_schema.columns"
+    L" where table_catalog = '{}' and table_name = lower('{}')"
+    L" order by ordinal_position";
 
 // {}: table.
 constexpr wchar_t kDropUserLog[] = L"drop table {}";
@@ -28,14 +30,18 @@ constexpr wchar_t kInsertUserLogRow[] = L"insert into user_{} values(to_timestam
 
 // {}: name, bounds in epoch seconds.
 constexpr wchar_t kUserLogRows[] =
-    L"select * from user_{} where time >= to_timestamp({}) and time <= to_timestamp({}) order by time";
+    L"select * from user_{}"
+    L" where time >= to_timestamp({}) and time <= to_timestamp({})"
+    L" order by time";
 
 // {}: name, bounds in epoch seconds, condition.
 constexpr wchar_t kUserLogRowsWhere[] =
-    L"select * from user_{} where time >= to_timestamp({}) and time <= to_timestamp({}) and ({}) order by time";
+    L"select * from user_{}"
+    L" where time >= to_timestamp({}) and time <= to_timestamp({}) and ({})"
+    L" order by time";
 
-constexpr std::size_t kTableNameBuffer = 64;
-constexpr std::size_t kRowsBuffer = 1024;  // wide enough for any name that a server has
+constexpr std::size_t kMaxTableNameSize = 64;
+constexpr std::size_t kMaxRowsQuerySize = 1024;  // enough for any name that a server has
 
 // Type codes of columns.
 constexpr std::int32_t kInteger = 0;
@@ -46,7 +52,9 @@ bool SameName(const wchar_t* stored, const wchar_t* wanted) {
   return LowerAscii(stored) == LowerAscii(wanted);
 }
 
-std::wstring TableName(const wchar_t* name) { return Bounded(kTableNameBuffer, L"user_" + LowerAscii(name)); }
+std::wstring TableName(const wchar_t* name) {
+  return Bounded(kMaxTableNameSize, L"user_" + LowerAscii(name));
+}
 
 // Kept: a column of another type code has no type in the statement and loses its comma or last letter.
 std::wstring Declaration(const UserLogColumn& column) {
@@ -175,7 +183,7 @@ bool TirelScada::GetUserLogData(const wchar_t* name, std::int64_t startTime, std
     if (startTime < 1 || endTime < 1 || startTime == endTime) return;
     const auto [from, to] = std::minmax(startTime, endTime);
     if (!condition || *condition == L'\0') {
-      Execute(command, Bounded(kRowsBuffer, sys::Format(kUserLogRows, name, from, to)));
+      Execute(command, Bounded(kMaxRowsQuerySize, sys::Format(kUserLogRows, name, from, to)));
     } else {
       command.setCommandText(ToSAString(sys::Format(kUserLogRowsWhere, name, from, to, condition)));
       for (const UserLogBind& bind : binds) Bind(command, bind);

@@ -1,4 +1,4 @@
-// Batches that cannot be stored leave nothing behind, and the object goes on to work.
+// A batch that cannot be stored leaves nothing in the database, and the object goes on working.
 
 #include <DbmsAPI/Diagnostics.h>
 

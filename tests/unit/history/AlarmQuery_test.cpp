@@ -66,7 +66,7 @@ TEST_F(AlarmQuery, FullMasksSendTheUnfilteredStatement) {
   EXPECT_EQ(Sent({.status = 0x7FFF, .type = 0x7FFF}), Texts{kAll});
 }
 
-TEST_F(AlarmQuery, TheClausesStandInTheirOrder) {
+TEST_F(AlarmQuery, TheClausesKeepTheirOrder) {
   EXPECT_EQ(
       Sent({.status = 5, .zone = 3, .prefixes = {L"PUMP", L"TANK"}}),
       Texts{
@@ -124,7 +124,7 @@ TEST_F(AlarmQuery, KeepsSeveralExcludedRangesJoinedByOr) {
           L"(time < to_timestamp(10) or time > to_timestamp(20) or time < to_timestamp(-5) or time > to_timestamp(9223372036854775807))")});
 }
 
-TEST_F(AlarmQuery, KeepsPrefixesAsTheyStand) {
+TEST_F(AlarmQuery, KeepsPrefixesUnescaped) {
   EXPECT_EQ(
       Sent({.prefixes = {L"it's", L"100%", L"a_b", L""}}),
       Texts{Filtered(

@@ -33,7 +33,7 @@ class AlarmTable : public ScriptedTest {
 
 TEST_F(AlarmTable, WithoutTheExtensionOnlyTheTableIsMade) { EXPECT_EQ(Create(0, 90), Texts{kCreate}); }
 
-TEST_F(AlarmTable, AFreshTableGetsTheWholeSetupInEveryDialect) {
+TEST_F(AlarmTable, ANewTableGetsTheWholeSetupInEveryDialect) {
   for (const int version : hypertable::kVersions) {
     EXPECT_EQ(
         Create(version, 90),
@@ -43,7 +43,7 @@ TEST_F(AlarmTable, AFreshTableGetsTheWholeSetupInEveryDialect) {
   }
 }
 
-TEST_F(AlarmTable, AFreshTableWithoutDaysGetsNoRetention) {
+TEST_F(AlarmTable, ANewTableWithoutDaysGetsNoRetention) {
   for (const int days : {0, -1}) {
     EXPECT_EQ(Create(217, days),
               (Texts{kCreate, kState, hypertable::Create(217, L"alarm"),

@@ -76,7 +76,7 @@ TEST_F(TagHistoryQuery, KeepsTheDamagedStatementOfAnEmptyMap) {
   EXPECT_STREQ(dbms->GetLastError(), L"ERROR:  syntax error");
 }
 
-TEST_F(TagHistoryQuery, KeepsQuotesInTagNamesAsTheyStand) {
+TEST_F(TagHistoryQuery, KeepsQuotesInTagNamesUnescaped) {
   Data data = {{L"it's", {}}};
   EXPECT_TRUE(Get(data));
   EXPECT_EQ(

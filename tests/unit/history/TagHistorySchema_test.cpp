@@ -53,7 +53,7 @@ TEST_F(TagHistorySchema, KeepsCreatingATableThatExists) {
   EXPECT_EQ(Create(0, 10), (Texts{kExists, kCreate}));
 }
 
-TEST_F(TagHistorySchema, AFreshTableGetsAllInEveryDialect) {
+TEST_F(TagHistorySchema, ANewTableGetsAllInEveryDialect) {
   for (const int version : hypertable::kVersions) {
     EXPECT_EQ(Create(version, 10), (Texts{kExists, kCreate, kState, hypertable::Create(version, L"datalog"),
                                           L"select add_retention_policy('datalog', interval '10 days')",
@@ -67,7 +67,7 @@ TEST_F(TagHistorySchema, AFreshTableGetsAllInEveryDialect) {
   }
 }
 
-TEST_F(TagHistorySchema, AFreshTableWithoutDaysGetsNoRetention) {
+TEST_F(TagHistorySchema, ANewTableWithoutDaysGetsNoRetention) {
   EXPECT_EQ(Create(217, 0),
             (Texts{kExists, kCreate, kState, hypertable::Create(217, L"datalog"), kMinutesExist,
                    kCreateMinutes, kRefreshMinutes, kMinutesRetention, kHoursExist, kCreateHours,

@@ -51,7 +51,7 @@ TEST_F(UserLogRows, KeepsTheStatementOfNoValues) {
   EXPECT_EQ(Insert(1700000000123, {}), L"insert into user_Batch values(to_timestamp(1700000000.123))");
 }
 
-TEST_F(UserLogRows, KeepsValuesAndNamesAsTheyStand) {
+TEST_F(UserLogRows, KeepsValuesAndNamesUnescaped) {
   EXPECT_EQ(Insert(1000, {L"'it's'", L"", L"now()", L"'{}'"}),
             L"insert into user_Batch values(to_timestamp(1),'it's',,now(),'{}')");
   EXPECT_TRUE(dbms->InsertUserLogData(L"a b", {1000, {L"1"}}));
@@ -132,7 +132,7 @@ TEST_F(UserLogRows, KeepsReadingTheServersCalendarFieldsAsLocalTime) {
   EXPECT_EQ(rows[1].time, LocalTime(2023, 7, 1, 3, 43, 20));
 }
 
-TEST_F(UserLogRows, RowsBeforeAFailureStayBehindThoseThatWereThere) {
+TEST_F(UserLogRows, RowsBeforeAFailureAreAppended) {
   const scripted::Row row = {L"2023-11-14 22:13:20+00", L"5"};
   server.FailAfterRows(kRange, {row, row}, 1);
   rows.push_back({7, {L"old"}});

@@ -18,7 +18,7 @@ constexpr wchar_t kSegments[] = L"n, x, label";
 
 const std::vector<UserLogColumn> kDefinition = {{L"n", 0, 0}, {L"x", 1, 0}, {L"label", 2, 20}};
 
-// The columns of a stored table as the catalogue tells them.
+// The columns of a stored table as the catalogue lists them.
 const scripted::Row kTime = {L"time", L"timestamptz", std::nullopt};
 const scripted::Row kN = {L"n", L"int2", std::nullopt};
 const scripted::Row kX = {L"x", L"float8", std::nullopt};
@@ -52,7 +52,7 @@ TEST_F(UserLogs, WithoutTheExtensionOnlyTheTableIsMade) {
   EXPECT_EQ(Create(0, 30), (Texts{kCount, kCreate}));
 }
 
-TEST_F(UserLogs, AFreshTableGetsTheWholeSetupInEveryDialect) {
+TEST_F(UserLogs, ANewTableGetsTheWholeSetupInEveryDialect) {
   server.Answer(kCount, {{L"0"}});
   server.Answer(kState, {{L"0"}});
   for (const int version : hypertable::kVersions) {
@@ -64,7 +64,7 @@ TEST_F(UserLogs, AFreshTableGetsTheWholeSetupInEveryDialect) {
   }
 }
 
-TEST_F(UserLogs, AFreshTableWithoutDaysGetsNoRetention) {
+TEST_F(UserLogs, ANewTableWithoutDaysGetsNoRetention) {
   server.Answer(kState, {{L"0"}});
   for (const int days : {0, -1}) {
     EXPECT_EQ(Create(217, days), (Texts{kCount, kCreate, hypertable::Create(217, L"user_batch"), kState,
@@ -115,7 +115,7 @@ TEST_F(UserLogs, KeepsComparingWithoutRegardToCase) {
   EXPECT_EQ(Create(0, 30), (Texts{kCount, kColumns}));
 }
 
-TEST_F(UserLogs, ATableThatDiffersIsDroppedAndCreatedAnew) {
+TEST_F(UserLogs, ATableThatDiffersIsDroppedAndCreatedAgain) {
   const scripted::Rows tables[] = {
       {kTime},                                                           // none but the time
       {kTime, kN, kX},                                                   // one missing
@@ -148,7 +148,7 @@ TEST_F(UserLogs, ATableThatIsNotFoundUnderTheConnectionsNameIsLookedUpUnderTheSe
   EXPECT_EQ(Create(0, 30), (Texts{kCount, kColumns, L"select current_database()", columns, kDrop, kCreate}));
 }
 
-TEST_F(UserLogs, ATableCreatedAnewGetsTheSetupOfAFreshOne) {
+TEST_F(UserLogs, ATableCreatedAgainGetsTheSetupOfANewOne) {
   Stored({kTime, kN});
   server.Answer(kState, {{L"0"}});
   EXPECT_EQ(
@@ -161,10 +161,10 @@ TEST_F(UserLogs, ATableCreatedAnewGetsTheSetupOfAFreshOne) {
 TEST_F(UserLogs, ADroppedTableStaysDroppedWhenItCannotBeCreated) {
   Stored({kTime, kN});
   ASSERT_TRUE(dbms->Connect());
-  server.FailStatement(4, {3, 7, L"ERROR:  no room"});
+  server.FailStatement(4, {3, 7, L"ERROR:  disk full"});
   EXPECT_FALSE(dbms->CreateUserLogTable(L"batch", kDefinition, 30));
   EXPECT_EQ(server.Statements(), (Texts{kCount, kColumns, kDrop, kCreate}));
-  EXPECT_STREQ(dbms->GetLastError(), L"ERROR:  no room");
+  EXPECT_STREQ(dbms->GetLastError(), L"ERROR:  disk full");
 }
 
 TEST_F(UserLogs, ATableWithoutColumnsHasItsTime) {
