@@ -156,6 +156,8 @@ void Reader::ReadRaw(const std::vector<std::string>& tags) {
   const std::int64_t most = static_cast<std::int64_t>(tags.size()) * most_ + 1;
   const Result rows = link_.Run(kRawSamples, {ArrayLiteral(tags), std::to_string(range_.begin),
                                               std::to_string(range_.end), std::to_string(most)});
+  // There may be more: of one tag too many, or samples that came since they were counted.
+  if (rows.size() == most) return;
   for (int row = 0; row < rows.size(); ++row) {
     const double value = ValueOrNan(rows, row, 2);
     raw_[std::string(rows.Text(row, 0))].push_back(
