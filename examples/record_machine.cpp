@@ -1,5 +1,5 @@
 // Records the counters of the machine it runs on, once a second, as a CSV of plant measurements: the first
-// column is the time, every further column a tag. plant_history loads such a file.
+// column is the time, every further column a tag. historian import loads such a file.
 //
 //   record_machine FILE [SECONDS]
 //

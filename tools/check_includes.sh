@@ -50,7 +50,7 @@ place() {
 # from outside.
 resolve() {
   local from=$1 target=$2 folder
-  for folder in "${from%/*}/" '' client/include/ client/ tests/ tests/unit/ examples/plant_history/; do
+  for folder in "${from%/*}/" '' client/include/ client/ tests/ tests/unit/; do
     resolved=$folder$target
     if [ -f "$resolved" ]; then
       while [[ $resolved =~ ^(.*/)?[^/.][^/]*/\.\./(.*)$ ]]; do resolved=${BASH_REMATCH[1]}${BASH_REMATCH[2]}; done

@@ -1,0 +1,14 @@
+#!/usr/bin/env bash
+# What record_machine writes, historian imports: record_machine.sh RECORD_MACHINE HISTORIAN
+set -euo pipefail
+# shellcheck source=tests/examples/program.sh
+. "$(dirname "$0")/program.sh"
+
+case='two seconds'
+start "$work/machine.csv" 2
+expect_status 0
+understood=$("$2" import "$work/machine.csv" --dry-run --json) || fail "$case: cannot be imported"
+[[ $understood == *'"bad_rows": 0'* && $understood == *'"rows": 2,'* ]] || fail "$case: understood as $understood"
+head -n 1 "$work/machine.csv" | grep -q '^time,cpu.user_percent,' || fail "$case: begins with $(head -n 1 "$work/machine.csv")"
+
+finish 'what is recorded can be imported'
