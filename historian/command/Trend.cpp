@@ -55,7 +55,10 @@ class Show {
   int Run() {
     server_.RequireTable("datalog");
     FindRange();
-    const Trend trend = ReadTrend(server_.dbms(), options_.tags, from_, to_, Buckets());
+    Trend trend = ReadTrend(server_.dbms(), options_.tags, from_, to_, Buckets());
+    if (options_.from.empty() && every_.count() == 0 && BeginWithFirst(trend)) {
+      trend = ReadTrend(server_.dbms(), options_.tags, from_, to_, Buckets());
+    }
     if (!options_.html.empty()) WritePage(trend);
     if (options_.common.json) {
       PrintJson(trend);
@@ -68,6 +71,17 @@ class Show {
   }
 
  private:
+  // A recording shorter than the day that is shown unasked fills the chart. False where it does so already.
+  bool BeginWithFirst(const Trend& trend) {
+    Time first = to_;
+    for (const TagTrend& tag : trend.tags) {
+      if (!tag.buckets.empty()) first = std::min(first, tag.buckets.front().time);
+    }
+    if (first >= to_ || first - from_ < (to_ - from_) / 4) return false;
+    from_ = first;
+    return true;
+  }
+
   // The range ends with the last sample of the tags, and is a day long, unless the options say otherwise.
   void FindRange() {
     const auto last = ReadLastSamples(server_.dbms(), options_.tags);

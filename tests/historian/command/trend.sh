@@ -54,6 +54,10 @@ expect_out '2026-03-02'
 expect_out '2026-03-01 00:00:00 to 2026-03-03 05:30:00.001, UTC; from samples'
 [[ $out != *$'\x1b'* ]] || fail 'colours in a file'
 
+case='less than a day of samples'
+run trend "it's 5% 😀" --json
+expect_equal "$(json '[.from, .to, (.tags[0].buckets | length)] | @csv')" '"2026-03-01T12:00:00Z","2026-03-01T12:00:20.001Z",3' 'the range'
+
 case='a page'
 run trend BOILER.TEMP '<script>' --html "$work/page.html"
 expect_refused 'there is no sample of the tag "<script>"; historian tags lists those there are'
