@@ -1,5 +1,6 @@
 #include "DbmsAPI/history/CopyText.h"
 
+#include <algorithm>
 #include <cfloat>
 #include <charconv>
 #include <cstddef>
@@ -55,9 +56,12 @@ std::string EscapeForCopy(const std::wstring& tagName) {
   return escaped;
 }
 
+// Writes in place: growing the text for each piece of a line takes longer than formatting the piece.
 void AppendCopyLine(std::string& text, std::int64_t timeMs, const std::string& escapedName, double value) {
-  char time[kMaxTimeSize], valueText[kMaxValueSize];
-  text.append(time, WriteTime(time, timeMs));
-  text.append(escapedName);
-  text.append(valueText, WriteValue(valueText, value));
+  const std::size_t size = text.size();
+  text.resize(size + kMaxTimeSize + escapedName.size() + kMaxValueSize);
+  char* at = WriteTime(text.data() + size, timeMs);
+  at = std::copy(escapedName.begin(), escapedName.end(), at);
+  at = WriteValue(at, value);
+  text.resize(static_cast<std::size_t>(at - text.data()));
 }
