@@ -11,7 +11,7 @@ int main(int argc, char** argv) {
                             wide(argv[3]).c_str(), wide(argv[4]).c_str(), wide(argv[5]).c_str());
 
   std::unordered_map<std::wstring, std::vector<LogPoint>> data = {{L"PUMP.SPEED", {}}};
-  if (!dbms->CreateSystemLogTable(30) || !dbms->CreateLogTable(30) ||
+  if (!dbms->CreateSystemLogTable(0) || !dbms->CreateLogTable(0) ||
       !dbms->InsertLogData({{1700000000123, L"PUMP.SPEED", 21.5}, {1700000001123, L"PUMP.SPEED", 21.7}}) ||
       !dbms->GetLogData(1700000000, 1700000060, data)) {
     std::wcerr << dbms->GetLastError() << std::endl;

@@ -17,5 +17,5 @@ done
 for file in $(grep -oE '`(frame|history|reports|records|config)/[A-Za-z]+\.(cpp|h)`' docs/*.md | cut -d: -f2 | tr -d '`' | sort -u); do
   [ -e "DbmsAPI/$file" ] || [ -e "tests/unit/$file" ] || miss docs "$file"
 done
-[ "$(grep -cE '^\| [0-9]+ \| `' docs/operations.md)" -eq 69 ] || miss docs/operations.md "one of the 69 operations"
+[ "$(grep -cE '^\| [0-9]+ \| `' docs/source-files.md)" -eq 69 ] || miss docs/source-files.md "one of the 69 operations"
 exit "$missing"
