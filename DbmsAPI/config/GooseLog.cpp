@@ -1,10 +1,10 @@
 #include <charconv>
 #include <stdexcept>
 
+#include "DbmsAPI/frame/Number.h"
 #include "DbmsAPI/frame/Operation.h"
 #include "DbmsAPI/frame/Sql.h"
 #include "port/Format.h"
-#include "port/Number.h"
 
 namespace {
 
@@ -82,8 +82,8 @@ std::wstring InsertStatement(const GooseMessageRecord& message) {
   const double invaliditySeconds = LeadingNumber(message.invalidityTime) / 1000.0;
   return sys::Format(kInsertGoose, message.GOOSE_ControlBlock_Ref, message.DataSet, message.GOOSE_ID,
                      message.AllowedToLive, message.Structure_Number, message.Sequence_Number,
-                     message.simulation, message.ndsCom, sys::ShortestText(invaliditySeconds),
-                     message.stateValid, message.srcMac, message.dstMac, message.appId, message.dataSetValues,
+                     message.simulation, message.ndsCom, ShortestText(invaliditySeconds), message.stateValid,
+                     message.srcMac, message.dstMac, message.appId, message.dataSetValues,
                      message.dataSetValuesSelfAllocated, message.dstMacSet, message.isObserver,
                      message.vlanSet, message.vlanId, message.vlanPrio);
 }

@@ -1,7 +1,7 @@
+#include "DbmsAPI/frame/Diagnostics.h"
 #include "DbmsAPI/frame/Operation.h"
 #include "DbmsAPI/frame/RoleChange.h"
 #include "DbmsAPI/frame/SqlState.h"
-#include "port/Debug.h"
 #include "port/Format.h"
 
 namespace {
@@ -49,7 +49,7 @@ void TirelScada::HandleDbException(const SAException& error) {
 void TirelScada::ReportFailure(int errorClass, int nativeCode, const std::wstring& text) {
   lastError = text;
   lastSqlState.clear();
-  sys::WriteDebugLine(sys::Format(L"on exception({}, {}) - {}\n", errorClass, nativeCode, text).c_str());
+  WriteDebugLine(sys::Format(L"on exception({}, {}) - {}\n", errorClass, nativeCode, text));
 }
 
 bool TirelScada::ConnectionLost() { return !connection->isAlive() && connection->isConnected(); }

@@ -1,9 +1,7 @@
 #include "DbmsAPI/frame/EpochText.h"
 
-#include "port/Number.h"
+#include "DbmsAPI/frame/Number.h"
 
 double EpochSeconds(std::int64_t milliseconds) { return static_cast<double>(milliseconds) / 1000.0; }
 
-std::wstring EpochSecondsText(std::int64_t milliseconds) {
-  return sys::ShortestText(EpochSeconds(milliseconds));
-}
+std::wstring EpochSecondsText(std::int64_t milliseconds) { return ShortestText(EpochSeconds(milliseconds)); }

@@ -1,8 +1,8 @@
 #include "DbmsAPI/frame/Operation.h"
 #include "DbmsAPI/frame/Sql.h"
 
+#include "DbmsAPI/frame/Diagnostics.h"
 #include "port/Format.h"
-#include "port/InvalidParameter.h"
 
 bool TirelScada::Run(const wchar_t* statement) {
   return Run([&](SACommand& command) { Execute(command, statement); });
@@ -17,7 +17,7 @@ void Require(std::initializer_list<Argument> arguments) {
 std::wstring OptionalText(const wchar_t* argument) { return argument ? argument : L""; }
 
 std::wstring Bounded(std::size_t capacity, std::wstring statement) {
-  auto fitting = sys::FitBuffer(capacity, std::move(statement));
+  auto fitting = FitBuffer(capacity, std::move(statement));
   if (!fitting) throw StatementTooLong();
   return *std::move(fitting);
 }

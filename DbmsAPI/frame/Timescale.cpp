@@ -1,8 +1,8 @@
 #include "DbmsAPI/frame/Timescale.h"
 
+#include "DbmsAPI/frame/Number.h"
 #include "DbmsAPI/frame/Sql.h"
 #include "port/Format.h"
-#include "port/Number.h"
 
 namespace {
 
@@ -52,8 +52,8 @@ void DetectTimescaleVersion(SAConnection* connection) {
   // Kept: without a point the same number is read as major and minor.
   const std::size_t point = version.find(L'.');
   const std::wstring rest = version.substr(point + 1);
-  const int major = sys::LeadingInteger(version.substr(0, point));
-  const int minor = sys::LeadingInteger(rest.substr(0, rest.find(L'.')));
+  const int major = LeadingInteger(version.substr(0, point));
+  const int minor = LeadingInteger(rest.substr(0, rest.find(L'.')));
   TimescaleVersion = major * 100 + minor;
 }
 

@@ -3,14 +3,13 @@
 #include <algorithm>
 #include <string_view>
 
+#include "DbmsAPI/frame/Diagnostics.h"
 #include "DbmsAPI/frame/Operation.h"
 #include "DbmsAPI/frame/Sql.h"
 #include "DbmsAPI/frame/SqlState.h"
 #include "DbmsAPI/history/CopyText.h"
 #include "DbmsAPI/history/TagNameCache.h"
-#include "port/Debug.h"
 #include "port/Format.h"
-#include "port/InvalidParameter.h"
 #include "port/Utf8.h"
 
 namespace {
@@ -110,7 +109,7 @@ bool Batch::Step(const char* statement, const wchar_t* name) {
   const Result result = Execute(statement);
   if (Has(result, kCommandOk)) return true;
   KeepFailure(result.get());
-  sys::WriteDebugLine(sys::Format(L"[InsertLogData] {} failed\n", name).c_str());
+  WriteDebugLine(sys::Format(L"[InsertLogData] {} failed\n", name));
   return false;
 }
 
@@ -119,9 +118,9 @@ bool Batch::StartCopy() {
   copying_ = Has(result, kCopyIn);
   if (copying_) return true;
   KeepFailure(result.get());
-  const auto message = sys::FitBuffer(
-      kMaxMessageSize, sys::Format(L"[InsertLogData] COPY FROM STDIN failed: {}\n", failure_.text));
-  if (message) sys::WriteDebugLine(message->c_str());
+  const auto message =
+      FitBuffer(kMaxMessageSize, sys::Format(L"[InsertLogData] COPY FROM STDIN failed: {}\n", failure_.text));
+  if (message) WriteDebugLine(*message);
   return false;
 }
 
@@ -130,7 +129,7 @@ bool Batch::Copy() {
   const Result failed = EndCopy(sent ? nullptr : kCancelled);
   if (sent && !failed) return true;
   if (sent) KeepFailure(failed.get());
-  sys::WriteDebugLine(L"[InsertLogData] COPY data send failed\n");
+  WriteDebugLine(L"[InsertLogData] COPY data send failed\n");
   return false;
 }
 

@@ -2,6 +2,7 @@
 
 #include "DbmsAPI/frame/DatabaseName.h"
 #include "DbmsAPI/frame/EpochText.h"
+#include "DbmsAPI/frame/LocalEpoch.h"
 #include "DbmsAPI/frame/Operation.h"
 #include "DbmsAPI/frame/Sql.h"
 #include "DbmsAPI/frame/Timescale.h"
@@ -134,7 +135,7 @@ void ReadRows(SACommand& command, std::vector<UserLogRow>& rows) {
   while (command.FetchNext()) {
     UserLogRow row;
     // Kept: calendar fields of the session's time zone are read as local time of the process.
-    row.time = sys::LocalEpochSeconds(command.Field(1).asDateTime());
+    row.time = LocalEpochSeconds(command.Field(1).asDateTime());
     for (int i = 2; i <= command.FieldCount(); ++i) row.values.emplace_back() = command.Field(i).asString();
     rows.push_back(std::move(row));
   }

@@ -1,3 +1,4 @@
+#include "DbmsAPI/frame/LocalEpoch.h"
 #include "DbmsAPI/frame/Operation.h"
 #include "DbmsAPI/frame/Sql.h"
 #include "port/Format.h"
@@ -75,7 +76,7 @@ void Insert(SACommand& command, const UserRecord& account) {
 // cut to 32 bits. NULL is 0 in every time zone.
 std::int32_t LocalSeconds(const SAField& time) {
   if (time.isNull()) return 0;
-  return static_cast<std::int32_t>(sys::LocalEpochSeconds(time.asDateTime()));
+  return static_cast<std::int32_t>(LocalEpochSeconds(time.asDateTime()));
 }
 
 // Fills a record column by column; NULL reads as the empty text.

@@ -5,6 +5,7 @@
 #include <tuple>
 #include <type_traits>
 
+#include "DbmsAPI/frame/LocalEpoch.h"
 #include "DbmsAPI/frame/Operation.h"
 #include "DbmsAPI/frame/Sql.h"
 #include "port/Format.h"
@@ -137,7 +138,7 @@ std::wstring RowsQuery(const wchar_t* period, std::int64_t startTime, std::int64
 // The calendar fields are those of the session's zone and are read as local time of the process.
 // Kept: seconds have 32 bits; instants from 19 January 2038 on wrap around.
 void Read(const SAField& field, std::int64_t& time) {
-  time = static_cast<std::int32_t>(sys::LocalEpochSeconds(field.asDateTime()));
+  time = static_cast<std::int32_t>(LocalEpochSeconds(field.asDateTime()));
 }
 void Read(const SAField& field, std::int32_t& count) { count = field.asLong(); }
 void Read(const SAField& field, double& value) { value = field.asDouble(); }

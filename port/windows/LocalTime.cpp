@@ -1,5 +1,7 @@
 #include "port/LocalTime.h"
 
+#include <ctime>
+
 namespace sys {
 namespace {
 

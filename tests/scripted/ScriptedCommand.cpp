@@ -3,8 +3,8 @@
 #include <deque>
 #include <map>
 
+#include "DbmsAPI/frame/Number.h"
 #include "port/Format.h"
-#include "port/Number.h"
 #include "port/Utf8.h"
 #include "pq/Cell.h"
 #include "pq/Markers.h"
@@ -22,7 +22,7 @@ std::wstring Written(const SAValue& value) {
     case SAValue::Kind::Short: return sys::Format(L"int2 {}", static_cast<int>(value.boundShort()));
     case SAValue::Kind::Long: return sys::Format(L"int4 {}", value.boundLong());
     case SAValue::Kind::Int64: return sys::Format(L"int8 {}", value.boundInt64());
-    case SAValue::Kind::Double: return L"float8 " + sys::ShortestText(value.boundDouble());
+    case SAValue::Kind::Double: return L"float8 " + ShortestText(value.boundDouble());
     case SAValue::Kind::String:
       return std::wstring(L"text ") + static_cast<const SAChar*>(value.boundString());
   }

@@ -1,7 +1,7 @@
 // Rows of user log tables: insert and query.
 
 #include "DbmsAPI/Diagnostics.h"
-#include "port/LocalTime.h"
+#include "DbmsAPI/frame/LocalEpoch.h"
 #include "scripted/ScriptedTest.h"
 
 namespace {
@@ -20,7 +20,7 @@ std::int64_t LocalTime(int year, int month, int day, int hour, int minute, int s
   fields.tm_min = minute;
   fields.tm_sec = second;
   fields.tm_isdst = -1;
-  return sys::LocalEpochSeconds(fields);
+  return LocalEpochSeconds(fields);
 }
 
 class UserLogRows : public ScriptedTest {

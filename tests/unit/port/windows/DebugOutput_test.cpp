@@ -8,7 +8,7 @@
 #include <string>
 #include <thread>
 
-#include "port/Debug.h"
+#include "port/DebugOutput.h"
 
 namespace {
 
@@ -81,7 +81,7 @@ class Viewer {
 TEST(DebugOutput, ReachesADebuggerWhole) {
   const std::wstring line = L"on exception(3, 7) - \u00e4 \U0001F600\n";
   void* handler = AddVectoredExceptionHandler(1, Note);
-  sys::WriteDebugLine(line.c_str());
+  sys::WriteDebugOutput(line.c_str());
   RemoveVectoredExceptionHandler(handler);
   EXPECT_EQ(toldNarrow, InTheSystemsCodePage(line));
   if (!toldWide.empty()) {
@@ -95,7 +95,7 @@ TEST(DebugOutput, ReachesAViewer) {
   // read.
   std::atomic<bool> read = false;
   std::thread writer([&] {
-    while (!read) sys::WriteDebugLine(L"on exception(3, 7) - x\n");
+    while (!read) sys::WriteDebugOutput(L"on exception(3, 7) - x\n");
   });
   EXPECT_EQ(viewer.Read(), "on exception(3, 7) - x\n");
   read = true;

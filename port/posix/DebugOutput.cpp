@@ -1,4 +1,4 @@
-#include "port/Debug.h"
+#include "port/DebugOutput.h"
 
 #include <cstdio>
 #include <string>
@@ -7,7 +7,7 @@
 
 namespace sys {
 
-void WriteToPlatformDebugOutput(const wchar_t* line) {
+void WriteDebugOutput(const wchar_t* line) {
   const std::string text = ToUtf8(line);
   std::fwrite(text.data(), 1, text.size(), stderr);
 }

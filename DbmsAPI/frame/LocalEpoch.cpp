@@ -1,8 +1,9 @@
-#include "port/LocalTime.h"
+#include "DbmsAPI/frame/LocalEpoch.h"
 
 #include <chrono>
 
-namespace sys {
+#include "port/LocalTime.h"
+
 namespace {
 
 constexpr std::int64_t kDay = 24 * 60 * 60;
@@ -23,16 +24,14 @@ std::int64_t SecondsInUtc(const std::tm& fields) {
 
 }  // namespace
 
-// Not by mktime, whose choice for an hour that comes twice depends on the calls before.
+// Not mktime: in an hour that occurs twice, its choice depends on the calls before.
 std::int64_t LocalEpochSeconds(const std::tm& fields) {
   const std::int64_t fieldsInUtc = SecondsInUtc(fields);
-  const std::int64_t before = LocalOffset(fieldsInUtc - kDay);
+  const std::int64_t before = sys::LocalOffset(fieldsInUtc - kDay);
   const std::int64_t first = fieldsInUtc - before;
-  if (LocalOffset(first) == before) return first;
-  const std::int64_t after = LocalOffset(fieldsInUtc + kDay);
+  if (sys::LocalOffset(first) == before) return first;
+  const std::int64_t after = sys::LocalOffset(fieldsInUtc + kDay);
   const std::int64_t second = fieldsInUtc - after;
-  if (LocalOffset(second) == after) return second;
+  if (sys::LocalOffset(second) == after) return second;
   return first;
 }
-
-}  // namespace sys

@@ -1,4 +1,4 @@
-#include "port/LocalTime.h"
+#include "DbmsAPI/frame/LocalEpoch.h"
 
 #include <gtest/gtest.h>
 
@@ -6,13 +6,13 @@
 
 namespace {
 
-TEST(LocalTime, GoesThereAndBack) {
+TEST(LocalEpoch, GoesThereAndBack) {
   for (const std::time_t seconds : {std::time_t{1700000000}, std::time_t{86400}, std::time_t{951782400}}) {
-    EXPECT_EQ(sys::LocalEpochSeconds(platform::LocalTime(seconds)), seconds);
+    EXPECT_EQ(LocalEpochSeconds(platform::LocalTime(seconds)), seconds);
   }
 }
 
-TEST(LocalTime, CarriesFieldsOutOfRangeOver) {
+TEST(LocalEpoch, CarriesFieldsOutOfRangeOver) {
   std::tm fields = platform::LocalTime(1700000000);
   fields.tm_mday += 40;
   fields.tm_hour -= 3;
@@ -20,7 +20,7 @@ TEST(LocalTime, CarriesFieldsOutOfRangeOver) {
   other.tm_mon += 1;
   other.tm_mday += 10;
   other.tm_hour -= 3;
-  EXPECT_EQ(sys::LocalEpochSeconds(fields), sys::LocalEpochSeconds(other));
+  EXPECT_EQ(LocalEpochSeconds(fields), LocalEpochSeconds(other));
 }
 
 }  // namespace

@@ -6,17 +6,17 @@
 #include <optional>
 #include <string>
 
+#include "DbmsAPI/frame/LocalEpoch.h"
 #include "platform/Zone.h"
-#include "port/LocalTime.h"
 
 namespace {
 
-class LocalTimeZones : public ::testing::Test {
+class LocalEpochZones : public ::testing::Test {
  protected:
-  LocalTimeZones() {
+  LocalEpochZones() {
     if (const char* zone = std::getenv("TZ")) former_ = zone;
   }
-  ~LocalTimeZones() override { platform::SetZone(former_ ? former_->c_str() : nullptr); }
+  ~LocalEpochZones() override { platform::SetZone(former_ ? former_->c_str() : nullptr); }
 
   static std::int64_t Read(int year, int month, int day, int hour, int minute) {
     std::tm fields{};
@@ -25,21 +25,21 @@ class LocalTimeZones : public ::testing::Test {
     fields.tm_mday = day;
     fields.tm_hour = hour;
     fields.tm_min = minute;
-    return sys::LocalEpochSeconds(fields);
+    return LocalEpochSeconds(fields);
   }
 
  private:
   std::optional<std::string> former_;
 };
 
-TEST_F(LocalTimeZones, OffsetsNeedNotBeWholeHours) {
+TEST_F(LocalEpochZones, OffsetsNeedNotBeWholeHours) {
   platform::SetZone("Asia/Kolkata");
   EXPECT_EQ(Read(2023, 11, 15, 3, 43), 1699999980);
   platform::SetZone("America/St_Johns");
   EXPECT_EQ(Read(2023, 11, 14, 18, 43), 1699999980);
 }
 
-TEST_F(LocalTimeZones, TheHourThatComesTwiceIsItsFirstTimeWhateverWasAskedBefore) {
+TEST_F(LocalEpochZones, TheHourThatComesTwiceIsItsFirstTimeWhateverWasAskedBefore) {
   platform::SetZone("America/St_Johns");
   for (const int month : {1, 7}) {
     Read(2023, month, 1, 12, 0);
@@ -49,7 +49,7 @@ TEST_F(LocalTimeZones, TheHourThatComesTwiceIsItsFirstTimeWhateverWasAskedBefore
   EXPECT_EQ(Read(2023, 11, 5, 2, 0), 1699156800 + 90 * 60);
 }
 
-TEST_F(LocalTimeZones, TheHourThatIsLeftOutReadsAsAnHourLater) {
+TEST_F(LocalEpochZones, TheHourThatIsLeftOutReadsAsAnHourLater) {
   platform::SetZone("America/St_Johns");
   for (const int month : {1, 7}) {
     Read(2023, month, 1, 12, 0);
@@ -58,7 +58,7 @@ TEST_F(LocalTimeZones, TheHourThatIsLeftOutReadsAsAnHourLater) {
   EXPECT_EQ(Read(2023, 3, 12, 3, 0) - Read(2023, 3, 12, 1, 59), 60);
 }
 
-TEST_F(LocalTimeZones, BeforeTheEpochIsATimeToo) {
+TEST_F(LocalEpochZones, BeforeTheEpochIsATimeToo) {
   platform::SetZone("UTC");
   EXPECT_EQ(Read(1969, 12, 31, 23, 59), -60);
   EXPECT_EQ(Read(1901, 1, 1, 0, 0), -2177452800);
@@ -66,7 +66,7 @@ TEST_F(LocalTimeZones, BeforeTheEpochIsATimeToo) {
   EXPECT_EQ(Read(1969, 12, 31, 20, 30), 0);
 }
 
-TEST_F(LocalTimeZones, IsKnownAsFarAsTheServersTimesGo) {
+TEST_F(LocalEpochZones, IsKnownAsFarAsTheServersTimesGo) {
   platform::SetZone("Asia/Kolkata");
   EXPECT_EQ(Read(2400, 2, 29, 5, 30), 13574563200);
   EXPECT_EQ(Read(9999, 12, 31, 23, 59), 253402280940);

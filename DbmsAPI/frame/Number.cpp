@@ -1,9 +1,7 @@
-#include "port/Number.h"
+#include "DbmsAPI/frame/Number.h"
 
 #include <charconv>
 #include <cwctype>
-
-namespace sys {
 
 std::wstring ShortestText(double value) {
   char text[32];
@@ -25,5 +23,3 @@ int LeadingInteger(std::wstring_view text) {
   std::from_chars(digits.data(), digits.data() + digits.size(), value);
   return value;
 }
-
-}  // namespace sys

@@ -1,0 +1,9 @@
+#include "port/DebugOutput.h"
+
+#include <windows.h>
+
+namespace sys {
+
+void WriteDebugOutput(const wchar_t* line) { OutputDebugStringW(line); }
+
+}  // namespace sys
