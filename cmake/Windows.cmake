@@ -11,7 +11,7 @@ set(CMAKE_RC_COMPILER ${triplet}-windres)
 # A folder with include/, lib/ and bin/ of what the library builds on, made for Windows; tools/test_windows.sh fills
 # this one.
 set(DBMSAPI_WINDOWS_ROOT ${CMAKE_CURRENT_LIST_DIR}/../build/windows-root
-    CACHE PATH "Folder with libpq and {fmt} for Windows")
+    CACHE PATH "Folder with libpq, SQLite and {fmt} for Windows")
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES DBMSAPI_WINDOWS_ROOT)
 set(CMAKE_FIND_ROOT_PATH /usr/${triplet} ${DBMSAPI_WINDOWS_ROOT})
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)

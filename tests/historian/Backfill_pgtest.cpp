@@ -91,8 +91,8 @@ TEST_F(BackfillTest, StoresWhatInsertLogDataStores) {
   ExpectSameAsInserted();
 }
 
-// InsertLogData's sort leaves the order of equal keys open; in a batch that is sorted already, or of less
-// than seven, the first one stays, as here.
+// InsertLogData's sort leaves the order of equal keys open; in a batch that is sorted already the first one
+// stays, as here.
 TEST_F(BackfillTest, KeepsTheFirstOfSamplesWithOneTimeAndTagInABatch) {
   const std::vector<LogSample> samples = {
       {kStart, L"A", 1}, {kStart, L"A", 2}, {kStart, L"B", 3}, {kStart, L"B", DBL_MAX}};

@@ -10,8 +10,8 @@ miss() {
 }
 
 # shellcheck disable=SC2016  # the backquotes are the documents' own
-for test in $(grep -oE '`[A-Z][A-Za-z]+\.[A-Z][A-Za-z0-9]+`' docs/kept-behaviours.md | tr -d '`' | sort -u); do
-  grep -rqE "TEST(_F|_P)?\(${test%%.*}, ${test##*.}\)" tests || miss docs/kept-behaviours.md "$test"
+for test in $(grep -ohE '`[A-Z][A-Za-z]+\.[A-Z][A-Za-z0-9]+`' docs/kept-behaviours.md docs/historian.md | tr -d '`' | sort -u); do
+  grep -rqE "TEST(_F|_P)?\(${test%%.*}, ${test##*.}\)" tests || miss docs "$test"
 done
 # shellcheck disable=SC2016
 for file in $(grep -oE '`(frame|history|reports|records|config)/[A-Za-z]+\.(cpp|h)`' docs/*.md | cut -d: -f2 | tr -d '`' | sort -u); do
