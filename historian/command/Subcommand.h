@@ -32,6 +32,7 @@ Subcommand AddTags(CLI::App& program);
 Subcommand AddTrend(CLI::App& program);
 Subcommand AddAlarms(CLI::App& program);
 Subcommand AddChunks(CLI::App& program);
+Subcommand AddSpool(CLI::App& program);
 
 void AddCommonOptions(CLI::App& subcommand, CommonOptions& options, bool with_zone);
 // Sets the examples that --help ends with, one command a line.

@@ -59,9 +59,9 @@ int Main(std::vector<std::string> arguments) {
   program.require_subcommand(1);
   program.get_formatter()->column_width(28);
   program.footer("Each subcommand has --help with examples. Exit status: 0 done, 1 failed, 2 refused.");
-  const std::vector<Subcommand> subcommands = {AddDoctor(program), AddInit(program),  AddImport(program),
-                                               AddExport(program), AddTags(program),  AddTrend(program),
-                                               AddAlarms(program), AddChunks(program)};
+  const std::vector<Subcommand> subcommands = {AddDoctor(program), AddInit(program),   AddImport(program),
+                                               AddExport(program), AddTags(program),   AddTrend(program),
+                                               AddAlarms(program), AddChunks(program), AddSpool(program)};
   if (arguments.size() == 2 && arguments[0] == "--manual")
     return WriteManual(arguments[1], program, subcommands);
   const auto called = [&](const Subcommand& subcommand) {

@@ -48,7 +48,8 @@ depends "${runtime[0]}" libc6 libgcc-s1 libpq5 libstdc++6
 depends "${development[0]}" "$name"
 depends "${historian[0]}" libc6 "$name" libgcc-s1 libstdc++6
 depends "${historian_development[0]}" libdbmsapi-dev "$(dpkg-deb --field "${historian[0]}" Package)"
-depends "${program[0]}" libc6 libdate-tz3 "$name" libgcc-s1 "$(dpkg-deb --field "${historian[0]}" Package)" libstdc++6 zlib1g
+depends "${program[0]}" libc6 libdate-tz3 "$name" libgcc-s1 "$(dpkg-deb --field "${historian[0]}" Package)" libsqlite3-0 \
+  libstdc++6 zlib1g
 for package in "${development[0]}" "${historian_development[0]}" "${historian[0]}" "${program[0]}"; do
   [[ $(dpkg-deb --field "$package" Depends) == *"(= $version)"* ]] || fail 'the packages may be of different versions'
 done

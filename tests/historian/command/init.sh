@@ -65,7 +65,7 @@ expect_err 'use PGPASSWORD or the password file'
 [[ $err != *geheim* ]] || fail "shows the password: $err"
 
 case='help'
-for subcommand in doctor init import export tags trend alarms chunks; do
+for subcommand in doctor init import export tags trend alarms chunks spool; do
   run $subcommand --help
   expect_status 0
   expect_out 'Examples:'
