@@ -12,7 +12,7 @@ demo=(g++ cmake ninja-build pkg-config libpq-dev libfmt-dev libutfcpp-dev libsql
   libhowardhinnant-date-dev nlohmann-json3-dev zlib1g-dev postgresql-15 tzdata)
 # The second compiler, the test framework, the tools that the checks call.
 test=("${demo[@]}" clang clang-format libgtest-dev libgmock-dev binutils dpkg-dev file git groff-base
-  jq)
+  jq sqlite3)
 # The compiler for Windows, what runs its programs, the test framework in source.
 windows=("${demo[@]}" g++-mingw-w64-x86-64-posix mingw-w64-tools wine wine64 googletest binutils)
 # The benchmark framework, the other libraries that are measured beside ours, what counts instructions.

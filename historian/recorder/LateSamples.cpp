@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <chrono>
 
-#include "historian/Link.h"
+#include "historian/Aggregates.h"
 
 namespace historian::recorder {
 namespace {
@@ -13,19 +13,8 @@ constexpr std::int64_t kHourMs = 60 * kMinuteMs;
 // datalog_1m looks back 5 minutes every 2 minutes, a bucket being a minute.
 constexpr std::int64_t kLateAfterMs = 2 * kMinuteMs;
 constexpr std::int64_t kSliceMs = 6 * kHourMs;  // to refresh at once, so that new samples do not wait long
+constexpr std::int64_t kYear2000Ms = 946684800000;
 
-struct Aggregate {
-  const char* view;
-  std::int64_t bucketMs;
-};
-constexpr Aggregate kAggregates[] = {{"datalog_1m", kMinuteMs}, {"datalog_1h", kHourMs}};
-
-constexpr char kFindExtension[] = "select count(*) from pg_extension where extname = 'timescaledb'";
-// $1 view.
-constexpr char kFindAggregate[] =
-    "select count(*) from timescaledb_information.continuous_aggregates where view_name = $1";
-constexpr char kOldestSample[] =
-    "select floor(extract(epoch from time) * 1000)::bigint from datalog order by time limit 1";
 constexpr char kIntactSince[] =
     "select coalesce(max(extract(epoch from now() - (config->>'drop_after')::interval) * 1000), 0)::bigint"
     " from timescaledb_information.jobs where proc_name = 'policy_retention' and hypertable_name = 'datalog'";
@@ -39,26 +28,11 @@ std::int64_t NowMs() {
   return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
 }
 
-std::int64_t Down(std::int64_t ms, std::int64_t bucket) { return ms / bucket * bucket; }
-std::int64_t Up(std::int64_t ms, std::int64_t bucket) { return Down(ms + bucket - 1, bucket); }
+std::int64_t Down(std::int64_t ms) { return ms / kHourMs * kHourMs; }
+std::int64_t Up(std::int64_t ms) { return Down(ms + kHourMs - 1); }
 
-std::string Instant(std::int64_t ms) { return "to_timestamp(" + std::to_string(ms / 1000) + ")"; }
-
-void RefreshAggregates(Link& link, const TimeRange& slice) {
-  const Result oldest = link.Run(kOldestSample);
-  if (oldest.empty()) return;
-  RefreshBounds bounds;
-  bounds.oldestRawMs = oldest.Integer(0, 0);
-  bounds.intactMs = link.Run(kIntactSince).Integer(0, 0);
-  bounds.nowMs = NowMs();
-  for (const Aggregate& aggregate : kAggregates) {
-    bounds.bucketMs = aggregate.bucketMs;
-    const auto window = RefreshWindow(slice, bounds);
-    if (!window || link.Run(kFindAggregate, {aggregate.view}).Integer(0, 0) == 0) continue;
-    link.Run("call refresh_continuous_aggregate('" + std::string(aggregate.view) + "', " +
-             Instant(window->from) + ", " + Instant(window->to) + ")");
-  }
-}
+// As RefreshAggregates counts them.
+std::int64_t Hours(std::int64_t ms) { return (ms - kYear2000Ms) / kHourMs; }
 
 }  // namespace
 
@@ -76,31 +50,30 @@ std::optional<TimeRange> LateRange(const std::vector<std::string_view>& samples)
 }
 
 std::optional<TimeRange> RefreshWindow(const TimeRange& late, const RefreshBounds& bounds) {
-  const std::int64_t bucket = bounds.bucketMs;
-  const std::int64_t lowest = std::max(Down(bounds.oldestRawMs, bucket), Up(bounds.intactMs, bucket));
-  const TimeRange window = {std::max(Down(late.from, bucket), lowest),
-                            std::min(Up(late.to + 1, bucket), Down(bounds.nowMs, bucket))};
+  const TimeRange window = {std::max({Down(late.from), Up(bounds.safeStartMs), Up(bounds.intactMs)}),
+                            Up(late.to + 1)};
   if (window.from >= window.to) return std::nullopt;
   return window;
 }
 
-bool RefreshLate(Spool& spool, Dbms& dbms, CallLimit& limit, std::chrono::milliseconds most) {
+std::optional<std::int64_t> SafeStart(Link& link) {
+  if (!HasAggregates(link)) return std::nullopt;
+  const std::optional<std::int64_t> hour = SafeRefreshStart(link);
+  return hour ? kYear2000Ms + *hour * kHourMs : 0;
+}
+
+bool RefreshLate(Spool& spool, Link& link, std::int64_t safeStartMs) {
   const std::optional<TimeRange> late = spool.Late();
   if (!late) return false;
-  const CallLimit::Guard guard(limit, dbms, most);
-  Link link(dbms, "refreshing aggregates");
-  if (link.Run(kFindExtension).Integer(0, 0) == 0) {
-    spool.ForgetLate(*late, late->to);
-    return false;
-  }
   const Result first = link.Run(kFirstSample, {std::to_string(late->from), std::to_string(late->to)});
-  if (first.empty()) {
-    spool.ForgetLate(*late, late->to);
-    return true;
+  TimeRange slice = *late;
+  if (!first.empty()) {
+    const std::int64_t from = Down(first.Integer(0, 0));
+    slice = {std::max(from, late->from), std::min(from + kSliceMs - 1, late->to)};
+    const std::int64_t intact = link.Run(kIntactSince).Integer(0, 0);
+    const auto window = RefreshWindow(slice, {safeStartMs, intact});
+    if (window) RefreshAggregates(link, Hours(window->from), Hours(window->to));
   }
-  const std::int64_t from = Down(first.Integer(0, 0), kHourMs);
-  const TimeRange slice = {std::max(from, late->from), std::min(from + kSliceMs - 1, late->to)};
-  RefreshAggregates(link, slice);
   spool.ForgetLate(*late, slice.to);
   return true;
 }

@@ -11,6 +11,14 @@ namespace historian::recorder {
 namespace {
 
 constexpr auto kTimeToFinish = std::chrono::seconds(5);  // for a call that goes on when the recorder ends
+constexpr char kThisSession[] =
+    "select pid || ' ' || backend_start from pg_stat_activity where pid = pg_backend_pid()";
+// $1 as above.
+constexpr char kEndSession[] =
+    "select pg_terminate_backend(pid) from pg_stat_activity where pid || ' ' || backend_start = $1";
+constexpr char kBoundSession[] =
+    "set tcp_keepalives_idle = 30; set tcp_keepalives_interval = 10; set tcp_keepalives_count = 3";
+
 constexpr int kMostUnanswered = 3;
 constexpr int kMostPatience = 16;
 
@@ -124,8 +132,10 @@ void Worker::Prepare() {
   unanswered_ = 0;
   const CallLimit::Guard limit(callLimit_, *dbms_, options_.callLimit * patience_);
   Link link(*dbms_, "preparing to store");
+  EndFormerSession(link);
   Ledger::Create(link);
   SettleInFlight(link);
+  LearnSafeStart(link);
   ready_ = true;
   ShowState();
 }
@@ -135,6 +145,17 @@ void Worker::Prepare() {
 void Worker::GoToAnotherServer() {
   dbms_->NotifyRoleChange();
   dbms_->GetConnection()->Destroy();
+}
+
+// A link may be lost without the server noticing: its session would keep the locks of its transaction for
+// hours, and nothing of the same key could be stored. The next such loss is also bounded on the server's
+// side.
+void Worker::EndFormerSession(Link& link) {
+  const std::string session(link.Run(kThisSession).Text(0, 0));
+  if (session == session_) return;
+  if (!session_.empty()) link.Run(kEndSession, {session_});
+  link.Run(kBoundSession);
+  session_ = session;
 }
 
 // Whether the batch on its way is stored is what the ledger says: a commit whose answer was lost has happened
@@ -179,11 +200,25 @@ void Worker::Idle() {
   if (!Refresh() && !spool_.Shrink()) WaitForWork();
 }
 
+// Before anything late is stored; what was learned before that holds.
+void Worker::LearnSafeStart(Link& link) {
+  if (safeStartMs_ && spool_.Late()) return;
+  try {
+    safeStartMs_ = SafeStart(link);
+  } catch (const Error& error) {
+    if (error.SqlState().empty()) throw;
+    safeStartMs_.reset();
+    reporter_.Say("aggregates will not be refreshed: " + error.Text(), error.SqlState());
+  }
+}
+
 // A failure keeps nothing from being stored.
 bool Worker::Refresh() {
-  if (Clock::now() < refreshFrom_) return false;
+  if (!safeStartMs_ || Clock::now() < refreshFrom_ || !spool_.Late()) return false;
   try {
-    return RefreshLate(spool_, *dbms_, callLimit_, options_.callLimit);
+    const CallLimit::Guard limit(callLimit_, *dbms_, options_.callLimit);
+    Link link(*dbms_, "refreshing aggregates");
+    return RefreshLate(spool_, link, *safeStartMs_);
   } catch (const Error& error) {
     refreshFrom_ = Clock::now() + options_.refusedPause;
     ready_ = false;

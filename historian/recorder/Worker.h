@@ -34,9 +34,11 @@ class Worker {
   void Turn();
   void Prepare();
   void GoToAnotherServer();
+  void EndFormerSession(Link& link);
   void SettleInFlight(Link& link);
   std::optional<Outcome> Store(const Batch& batch);
   void Idle();
+  void LearnSafeStart(Link& link);
   bool Refresh();
   void Fail(const Error& error);
   void ShowState();
@@ -60,9 +62,11 @@ class Worker {
   std::optional<Kind> storing_;  // of the batch on its way
   std::array<Clock::time_point, kKinds> refusedUntil_{};
   std::array<bool, kKinds> refused_{};
-  Clock::time_point refreshFrom_{};  // not before
-  int unanswered_ = 0;               // attempts to connect in a row
-  int patience_ = 1;                 // times the call limit: doubles while it is exceeded
+  std::optional<std::int64_t> safeStartMs_;  // for refreshing aggregates, where there are any
+  Clock::time_point refreshFrom_{};          // not before
+  std::string session_;                      // process and start of the server's session, to be found again
+  int unanswered_ = 0;                       // attempts to connect in a row
+  int patience_ = 1;                         // times the call limit: doubles while it is exceeded
 
   std::mutex mutex_;
   std::condition_variable wake_, settled_;

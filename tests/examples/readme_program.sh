@@ -1,20 +1,24 @@
 #!/usr/bin/env bash
-# The program in the README is the example that is built and run, character for character:
-# readme_program.sh README.md first_steps.cpp
+# The programs in the README are the examples that are built and run, character for character and in this order:
+# readme_program.sh README.md EXAMPLE.cpp...
 set -euo pipefail
 readme=$1
-example=$2
+shift
 block=$(mktemp)
 trap 'rm -f "$block"' EXIT
 
 blocks=$(grep -c '^```cpp$' "$readme" || true)
-[ "$blocks" -eq 1 ] || {
-  echo "$readme has $blocks C++ blocks, expected 1"
+[ "$blocks" -eq $# ] || {
+  echo "$readme has $blocks C++ blocks, expected $#"
   exit 1
 }
-sed -n '/^```cpp$/,/^```$/p' "$readme" | sed '1d;$d' >"$block"
-[ -s "$block" ] || {
-  echo "the C++ block of $readme is empty"
-  exit 1
-}
-diff --unified --label "$readme" --label "$example" "$block" "$example"
+number=0
+for example in "$@"; do
+  number=$((number + 1))
+  awk -v number="$number" '/^```cpp$/ { inside = ++count == number; next } /^```$/ { inside = 0 } inside' "$readme" >"$block"
+  [ -s "$block" ] || {
+    echo "C++ block $number of $readme is empty"
+    exit 1
+  }
+  diff --unified --label "$readme" --label "$example" "$block" "$example"
+done

@@ -25,6 +25,9 @@ class Clusters {
   // Stops the primary hard; makes the replica accept writes. Both return when it is done.
   void StopPrimary() const { Ask("stop-primary"); }
   void PromoteStandby() const { Ask("promote-standby"); }
+  // Makes the primary read-only as it runs; starts a stopped one again, read-only.
+  void FencePrimary() const { Ask("fence-primary"); }
+  void ReturnPrimary() const { Ask("return-primary"); }
 
  private:
   void Ask(const std::string& request) const;

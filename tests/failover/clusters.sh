@@ -10,6 +10,8 @@
 #
 #   stop-primary      stops the first cluster hard, as when its machine loses power
 #   promote-standby   makes the second one accept writes
+#   fence-primary     makes the first one read-only, as an operator does before the second takes over
+#   return-primary    starts the stopped first one again, read-only
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 tools=$here/../../tools
@@ -52,8 +54,19 @@ make_synchronous() {
   pg_ctl --pgdata "$server_folder/data" reload
 }
 
+# No transaction of the first cluster may write any more, nor waits for the second.
+make_read_only() {
+  printf '%s\n' "synchronous_standby_names = ''" 'default_transaction_read_only = on' |
+    server_as_owner tee -a "$server_folder/data/postgresql.conf" >/dev/null
+}
+
 carry_out() {
   case $1 in
+    fence-primary) make_read_only && pg_ctl --pgdata "$server_folder/data" reload ;;
+    return-primary)
+      make_read_only &&
+        pg_ctl --pgdata "$server_folder/data" --log "$server_folder/server.log" --options "-p $SERVER_PORT" start
+      ;;
     stop-primary) pg_ctl --pgdata "$server_folder/data" --mode immediate stop ;;
     promote-standby) pg_ctl --pgdata "$server_folder/standby" promote ;;
     *) return 1 ;;
@@ -65,7 +78,7 @@ watch_requests() {
   local request
   trap - EXIT INT TERM HUP
   while sleep 0.05; do
-    for request in stop-primary promote-standby; do
+    for request in stop-primary promote-standby fence-primary return-primary; do
       if [ -e "$requests/$request" ] && [ ! -e "$requests/$request.done" ] && carry_out "$request"; then
         : >"$requests/$request.done"
       fi

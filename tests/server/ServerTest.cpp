@@ -86,6 +86,11 @@ void ServerTest::SetUp() {
   channel_ = Open(database_);
 }
 
+void ServerTest::Reconnect() {
+  maintenance_ = Open(kMaintenanceDatabase);
+  channel_ = Open(database_);
+}
+
 void ServerTest::TearDown() {
   channel_.reset();
   if (!database_.empty()) Execute(maintenance_.get(), "drop database " + database_ + " with (force)");

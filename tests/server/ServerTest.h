@@ -38,6 +38,9 @@ class ServerTest : public ::testing::Test {
   // The first column of the only row.
   std::string Value(std::string_view query);
 
+  // Makes the channel again: for a test that has ended the server's connections.
+  void Reconnect();
+
   // Asks again and again until the query answers true; throws when that takes all too long.
   void WaitUntil(std::string_view query);
 

@@ -28,33 +28,24 @@ TEST(LateSamples, AreThoseThatThePoliciesMayPassOver) {
 // Minutes for milliseconds, to be read more easily.
 TimeRange Minutes(std::int64_t from, std::int64_t to) { return {from * kMinute, to * kMinute}; }
 
-std::optional<TimeRange> Window(TimeRange late, std::int64_t oldest, std::int64_t intact) {
-  RefreshBounds bounds;
-  bounds.bucketMs = 60 * kMinute;
-  bounds.oldestRawMs = oldest * kMinute;
-  bounds.intactMs = intact * kMinute;
-  bounds.nowMs = 1000 * kMinute;  // in the hour that begins at 960
-  return RefreshWindow(late, bounds);
+std::optional<TimeRange> Window(TimeRange late, std::int64_t safeStart, std::int64_t intact) {
+  return RefreshWindow(late, {safeStart * kMinute, intact * kMinute});
 }
 
-TEST(RefreshWindow, IsWholeBuckets) {
+TEST(RefreshWindow, IsWholeHours) {
   EXPECT_EQ(Window(Minutes(130, 170), 0, 0), Minutes(120, 180));
   EXPECT_EQ(Window(Minutes(120, 180), 0, 0), Minutes(120, 240));
 }
 
-TEST(RefreshWindow, DoesNotBeginBeforeTheOldestSample) {
-  EXPECT_EQ(Window(Minutes(10, 300), 130, 0), Minutes(120, 360));
-  EXPECT_FALSE(Window(Minutes(10, 100), 130, 0));
+TEST(RefreshWindow, BeginsWhereTheSamplesAreWhole) {
+  EXPECT_EQ(Window(Minutes(10, 300), 120, 0), Minutes(120, 360));
+  EXPECT_EQ(Window(Minutes(10, 300), 130, 0), Minutes(180, 360));
+  EXPECT_FALSE(Window(Minutes(10, 100), 120, 0));
 }
 
-TEST(RefreshWindow, LeavesOutWhatRetentionMayHaveDropped) {
-  EXPECT_EQ(Window(Minutes(10, 300), 0, 130), Minutes(180, 360));
+TEST(RefreshWindow, LeavesOutWhatRetentionMayHaveDroppedSince) {
+  EXPECT_EQ(Window(Minutes(10, 300), 120, 190), Minutes(240, 360));
   EXPECT_FALSE(Window(Minutes(10, 170), 0, 130));
-}
-
-TEST(RefreshWindow, LeavesOutTheBucketThatIsBeingFilled) {
-  EXPECT_EQ(Window(Minutes(900, 990), 0, 0), Minutes(900, 960));
-  EXPECT_FALSE(Window(Minutes(970, 990), 0, 0));
 }
 
 }  // namespace

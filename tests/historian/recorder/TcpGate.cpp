@@ -1,0 +1,90 @@
+#include "historian/recorder/TcpGate.h"
+
+#include <memory>
+#include <stdexcept>
+#include <utility>
+
+namespace historian {
+
+using platform::Socket;
+
+TcpGate::TcpGate(std::string host, int port)
+    : host_(std::move(host)), serverPort_(port), listener_(Socket::Bound()) {
+  port_ = listener_.Port();
+  listener_.Listen();
+  stop_ = Socket::To("127.0.0.1", port_);
+  if (!stop_) throw std::runtime_error("the gate cannot listen");
+  stopping_ = listener_.Accept();
+  thread_ = std::thread([this] { Serve(); });
+}
+
+TcpGate::~TcpGate() {
+  {
+    const std::lock_guard lock(mutex_);
+    isStopping_ = true;
+  }
+  stopped_.notify_all();
+  stop_.Close();
+  thread_.join();
+  for (std::thread& carrier : carriers_) carrier.join();
+}
+
+void TcpGate::Plan(Fault fault, std::int64_t bytes) {
+  const std::lock_guard lock(mutex_);
+  fault_ = fault;
+  faultAt_ = bytes_ + bytes;
+}
+
+// How many of the bytes received go through, and what happens after them.
+TcpGate::Fault TcpGate::Count(std::size_t received, std::size_t& through) {
+  const std::lock_guard lock(mutex_);
+  const std::int64_t before = bytes_;
+  bytes_ += static_cast<std::int64_t>(received);
+  through = received;
+  if (fault_ == Fault::None || bytes_ < faultAt_) return Fault::None;
+  through = static_cast<std::size_t>(faultAt_ - before);
+  ++faults_;
+  return std::exchange(fault_, Fault::None);
+}
+
+void TcpGate::Serve() {
+  while (platform::WaitForAny({&stopping_, &listener_}) != 0) {
+    carriers_.emplace_back(
+        [this, client = std::make_shared<Socket>(listener_.Accept())] { Carry(std::move(*client)); });
+    ++connections_;
+  }
+}
+
+void TcpGate::Carry(Socket client) {
+  const Socket server = Socket::To(host_, serverPort_);
+  Fault fault = Fault::None;
+  while (server && fault != Fault::Cut) {
+    if (fault == Fault::Stall) {
+      platform::WaitForAny({&stopping_});
+      return;
+    }
+    const std::size_t ready = platform::WaitForAny({&stopping_, &client, &server});
+    if (ready == 0) return;
+    const bool fromClient = ready == 1;
+    if (!Pass(fromClient ? client : server, fromClient ? server : client, fromClient, fault)) return;
+  }
+}
+
+bool TcpGate::Pass(const Socket& from, const Socket& to, bool fromClient, Fault& fault) {
+  char buffer[16384];
+  const std::size_t count = from.Receive(buffer, sizeof buffer);
+  if (count == 0 || !Pause()) return false;
+  if (fault == Fault::Swallow) return true;
+  std::size_t through = count;
+  if (fromClient) fault = Count(count, through);
+  return to.SendAll(buffer, through, stopping_);
+}
+
+bool TcpGate::Pause() {
+  const std::chrono::milliseconds delay(delayMs_);
+  if (delay.count() == 0) return true;
+  std::unique_lock lock(mutex_);
+  return !stopped_.wait_for(lock, delay, [this] { return isStopping_; });
+}
+
+}  // namespace historian

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <limits>
+#include <list>
+#include <mutex>
+#include <string>
+#include <thread>
+
+#include "platform/Socket.h"
+
+namespace historian {
+
+// Stands between a client and a server and lets bytes through, until it is told otherwise. Stops at any
+// moment, whatever goes on.
+class TcpGate {
+ public:
+  TcpGate(std::string host, int port);
+  ~TcpGate();
+
+  int Port() const { return port_; }  // on 127.0.0.1
+
+  // What happens once so many more bytes have come from clients; the bytes before are let through. It happens
+  // to one connection, later ones are let through.
+  void CutAfter(std::int64_t bytes) { Plan(Fault::Cut, bytes); }  // closed at both ends
+  void SwallowAfter(std::int64_t bytes) {
+    Plan(Fault::Swallow, bytes);
+  }  // open, and nothing goes through any more
+  void StallAfter(std::int64_t bytes) { Plan(Fault::Stall, bytes); }  // open, and nothing is read any more
+  void Delay(std::chrono::milliseconds each) {
+    delayMs_ = each.count();
+  }  // of each piece, in both directions
+
+  std::int64_t Bytes() const { return bytes_; }  // from clients so far
+  int Connections() const { return connections_; }
+  int Faults() const { return faults_; }  // that have happened
+
+ private:
+  enum class Fault { None, Cut, Swallow, Stall };
+
+  void Plan(Fault fault, std::int64_t bytes);
+  Fault Count(std::size_t received, std::size_t& through);
+  void Serve();
+  void Carry(platform::Socket client);
+  bool Pass(const platform::Socket& from, const platform::Socket& to, bool fromClient, Fault& fault);
+  bool Pause();
+
+  std::string host_;
+  int serverPort_, port_;
+  platform::Socket listener_;
+  platform::Socket stop_, stopping_;  // two ends of one line: closing the first ends every wait
+
+  std::mutex mutex_;
+  std::condition_variable stopped_;
+  bool isStopping_ = false;
+  Fault fault_ = Fault::None;
+  std::int64_t faultAt_ = std::numeric_limits<std::int64_t>::max();
+  std::atomic<std::int64_t> bytes_ = 0, delayMs_ = 0;
+  std::atomic<int> connections_ = 0, faults_ = 0;
+  std::list<std::thread> carriers_;
+  std::thread thread_;
+};
+
+}  // namespace historian
