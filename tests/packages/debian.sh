@@ -46,7 +46,7 @@ name=$(dpkg-deb --field "${runtime[0]}" Package)
 version=$(dpkg-deb --field "${runtime[0]}" Version)
 depends "${runtime[0]}" libc6 libgcc-s1 libpq5 libstdc++6
 depends "${development[0]}" "$name"
-depends "${historian[0]}" libc6 "$name" libgcc-s1 libstdc++6
+depends "${historian[0]}" libc6 "$name" libgcc-s1 libsqlite3-0 libstdc++6
 depends "${historian_development[0]}" libdbmsapi-dev "$(dpkg-deb --field "${historian[0]}" Package)"
 depends "${program[0]}" libc6 libdate-tz3 "$name" libgcc-s1 "$(dpkg-deb --field "${historian[0]}" Package)" libsqlite3-0 \
   libstdc++6 zlib1g
