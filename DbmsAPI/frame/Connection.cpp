@@ -1,7 +1,7 @@
 #include "DbmsAPI/frame/Diagnostics.h"
 #include "DbmsAPI/frame/Operation.h"
 #include "DbmsAPI/frame/RoleChange.h"
-#include "DbmsAPI/frame/SqlState.h"
+#include "DbmsAPI/frame/ServerError.h"
 #include "port/Format.h"
 
 namespace {

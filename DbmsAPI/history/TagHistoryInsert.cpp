@@ -1,12 +1,11 @@
 #include <pgAPI.h>
 
 #include <algorithm>
-#include <string_view>
 
 #include "DbmsAPI/frame/Diagnostics.h"
 #include "DbmsAPI/frame/Operation.h"
+#include "DbmsAPI/frame/ServerError.h"
 #include "DbmsAPI/frame/Sql.h"
-#include "DbmsAPI/frame/SqlState.h"
 #include "DbmsAPI/history/CopyText.h"
 #include "DbmsAPI/history/TagNameCache.h"
 #include "port/Format.h"
@@ -181,9 +180,10 @@ bool Batch::Rollback() {
 // A connection that is lost has a text only for the step that found it so.
 void Batch::KeepFailure(const PGresult* result) {
   if (!failure_.text.empty()) return;
-  std::string_view text = api_.PQresultErrorMessage(result);
+  std::string text = TextOf(api_, result);
   if (text.empty()) text = api_.PQerrorMessage(conn_);
-  failure_.text = endless_ ? kEndlessCopy : sys::FromUtf8(text.substr(0, text.find_last_not_of('\n') + 1));
+  text.resize(text.find_last_not_of('\n') + 1);
+  failure_.text = endless_ ? kEndlessCopy : sys::FromUtf8(text);
   failure_.sqlState = SqlStateOf(api_, result);
 }
 

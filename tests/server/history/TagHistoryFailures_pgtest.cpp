@@ -118,4 +118,13 @@ TEST_F(TagHistoryFailures, KeepsRefusingABatchWithAValueThatRoundsBeyondTheRange
   EXPECT_EQ(Count(), "10");
 }
 
+TEST_F(TagHistoryFailures, TheErrorTextQuotesNoRow) {
+  Run("alter table datalog add constraint no_secrets check (tag_name <> 'TAG.57')");
+  EXPECT_FALSE(dbms->InsertLogData(Batch(100)));
+  EXPECT_TRUE(Holds(Error(), "violates check constraint \\\"no_secrets\\\"")) << Error();
+  EXPECT_FALSE(Holds(Error(), "TAG.57")) << Error();
+  EXPECT_FALSE(Holds(Error(), "DETAIL")) << Error();
+  EXPECT_EQ(LastSqlState(*dbms), "23514");
+}
+
 }  // namespace

@@ -1,4 +1,4 @@
-#include "DbmsAPI/frame/SqlState.h"
+#include "DbmsAPI/frame/ServerError.h"
 
 namespace {
 
@@ -12,3 +12,5 @@ std::string SqlStateOf(const pgAPI& api, const PGresult* result) {
   const char* const state = api.PQresultErrorField(result, kSqlStateField);
   return state ? state : "";
 }
+
+std::string TextOf(const pgAPI& api, const PGresult* result) { return ErrorText(api, result); }
