@@ -34,7 +34,7 @@ double Seconds(std::int64_t timeMs) {
   // Both operands are exact, so that the division rounds once, as reading the text does.
   if (timeMs <= kExactInDouble) return static_cast<double>(timeMs) / 1000;
   std::string text = std::to_string(timeMs);
-  text.insert(text.size() - 3, ".");
+  text.insert(text.size() - 3, 1, '.');
   double seconds = 0;
   std::from_chars(text.data(), text.data() + text.size(), seconds);
   return seconds;

@@ -21,16 +21,15 @@ bench=("${demo[@]}" libbenchmark-dev libpqxx-dev libsoci-dev libboost-dev qtbase
 
 no_main_cluster=/etc/postgresql-common/createcluster.d/dbmsapi-no-main-cluster.conf
 
+# Fetches packages that tests need, and comes with Node; they need not be Debian's.
+need_npm() { command -v npm >/dev/null || echo npm; }
+
 packages_for() {
   case $1 in
     demo) printf '%s\n' "${demo[@]}" ;;
-    test) printf '%s\n' "${test[@]}" ;;
+    test) printf '%s\n' "${test[@]}" && need_npm ;;
     bench) printf '%s\n' "${bench[@]}" ;;
-    windows)
-      printf '%s\n' "${windows[@]}"
-      # Fetches libpq for Windows; it need not be Debian's.
-      command -v npm >/dev/null || echo npm
-      ;;
+    windows) printf '%s\n' "${windows[@]}" && need_npm ;;
     *) die "knows demo, test, bench and windows, not \"$1\"" ;;
   esac
 }

@@ -1,16 +1,19 @@
 #!/usr/bin/env bash
 # Tests everything: installs what is missing, builds, starts a private PostgreSQL and runs
 #
-#   dev      unit, server, binary interface, installed tree, examples and demo, built by g++
-#   asan     unit and server tests under AddressSanitizer and UndefinedBehaviorSanitizer
-#   tsan     tests that use threads, under ThreadSanitizer
-#   clang    builds with clang++; a warning is an error
-#   windows  the DLLs for Windows, cross-built, under Wine: tools/test_windows.sh
+#   dev        unit, server, binary interface, installed tree, examples and demo, built by g++
+#   timescale  the tests of TimescaleDB, against the extension in a WebAssembly build of PostgreSQL
+#   postgres   the server tests against other versions of PostgreSQL, with the programs of dev
+#   asan       unit and server tests under AddressSanitizer and UndefinedBehaviorSanitizer
+#   tsan       tests that use threads, under ThreadSanitizer
+#   clang      compiles all but the tests with clang++; a warning is an error
+#   windows    the DLLs for Windows, cross-built, under Wine: tools/test_windows.sh
 #
-#   tools/test.sh [--timescale VERSION|all] [-R REGEX] [dev|asan|tsan|clang|windows]...
+#   tools/test.sh [--timescale VERSION|all] [--postgres VERSION,...|all] [-R REGEX] [STAGE]...
 #
-# -R runs the tests of matching names only, of dev unless others are named. --timescale also tests against that
-# release of TimescaleDB.
+# and says how long each part has taken. -R runs the tests of matching names only, of dev unless stages are named.
+# --timescale also tests against that release of TimescaleDB, which the server has to offer. --postgres names the
+# versions of the stage postgres; without it they are 14 and 18.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 root=$(dirname "$here")
@@ -21,11 +24,13 @@ root=$(dirname "$here")
 # shellcheck source=tools/lib/server.sh
 . "$here/lib/server.sh"
 
+readonly usage='usage: test.sh [--timescale VERSION|all] [--postgres VERSION,...|all] [-R REGEX] [STAGE]...'
 stages=()
 selection=()
+postgres_versions=14,18
 summary=()
-last_line=    # of the ctest run before, that counts its tests
-closing_line=  # the same of the first run, of dev unless it is left out
+last_line=     # of the last ctest run, that counts its tests
+closing_line=  # the same of the first run, which is dev's unless it is left out
 
 while [ $# -gt 0 ]; do
   case $1 in
@@ -33,79 +38,127 @@ while [ $# -gt 0 ]; do
       export DBMSAPI_TEST_TIMESCALE=${2:?--timescale needs a version or all}
       shift
       ;;
+    --postgres)
+      postgres_versions=${2:?--postgres needs versions or all}
+      [ "$postgres_versions" != all ] || postgres_versions=14,15,16,17,18
+      shift
+      ;;
     -R)
       selection=(-R "${2:?-R needs a regular expression}")
       shift
       ;;
-    dev | asan | tsan | clang | windows) stages+=("$1") ;;
-    *) die "usage: test.sh [--timescale VERSION|all] [-R REGEX] [dev|asan|tsan|clang|windows]..." ;;
+    dev | timescale | postgres | asan | tsan | clang | windows) stages+=("$1") ;;
+    *) die "$usage" ;;
   esac
   shift
 done
 if [ ${#stages[@]} -eq 0 ]; then
   stages=(dev)
-  [ ${#selection[@]} -gt 0 ] || stages+=(asan tsan clang windows)
+  [ ${#selection[@]} -gt 0 ] || stages+=(timescale postgres asan tsan clang windows)
 fi
+
+# note STAGE PART SINCE [RESULT]: a line of the summary.
+note() {
+  local line
+  line=$(printf '%-10s %-10s %-12s %s' "$1" "$2" "$(elapsed_since "$3")" "${4:-}")
+  summary+=("$line")
+  say "$line"
+}
 
 # build STAGE TARGET [CMAKE OPTION]...
 build() {
-  local stage=$1 target=$2 folder=$root/build/$1 preset=$1
+  local stage=$1 target=$2 folder=$root/build/$1 since=$SECONDS
   shift 2
-  [ "$stage" != clang ] || preset=dev
   say "building $stage"
-  run_quietly "$folder.configure.log" cmake -S "$root" --preset "$preset" -B "$folder" "$@"
+  run_quietly "$folder.configure.log" cmake -S "$root" --preset "$stage" -B "$folder" "$@"
   run_quietly "$folder.build.log" cmake --build "$folder" --target "$target"
+  note "$stage" build "$since"
 }
 
 # run_tests STAGE [CTEST OPTION]...: no test at all is a failure.
 run_tests() {
-  local stage=$1 folder=$root/build/$1
+  local stage=$1 folder=$root/build/$1 since=$SECONDS
   shift
   run_to_the_end ctest --test-dir "$folder" --parallel 2 --output-on-failure --no-tests=error \
     --output-log "$folder.test.log" "${selection[@]}" "$@"
   last_line=$(grep 'tests passed' "$folder.test.log")
-}
-
-# Outside ctest: a server without the extension runs none of these tests, and none may count as passed.
-run_timescale() {
-  local since=$SECONDS log=$root/build/timescale.test.log
-  run_to_the_end "$root/tests/timescale/releases.sh" "$root/build/dev/tests/timescale/timescale_tests" \
-    "${DBMSAPI_TEST_TIMESCALE:-}" >"$log" 2>&1 || {
-    cat "$log" >&2
-    die "the TimescaleDB tests failed"
-  }
-  run_to_the_end "$root/tests/timescale/program.sh" "$root/build/dev/historian/command/historian" >>"$log" 2>&1 || {
-    cat "$log" >&2
-    die "the TimescaleDB tests of the program failed"
-  }
-  note timescale "$since" "$(grep -v '^$' "$log" | tail -n 1)"
+  closing_line=${closing_line:-$last_line}
+  note "$stage" tests "$since" "$last_line"
 }
 
 # A bonus, as the checkout does not have the data: the demo on measurements of a plant.
 run_plant_data() {
-  local since=$SECONDS log=$root/build/plant_data.test.log data=$root/../shared/data/transformer_hourly.csv
+  local since=$SECONDS data=$root/../shared/data/transformer_hourly.csv
   if [ ! -f "$data" ]; then
-    note 'plant data' "$since" "not run: there is no $data"
+    note dev 'plant data' "$since" "not run: there is no $data"
     return
   fi
-  run_quietly "$log" "$root/tests/examples/plant_data.sh" "$data"
-  note 'plant data' "$since" "the demo is right on $(basename "$data") too"
+  run_quietly "$root/build/plant_data.test.log" run_to_the_end "$root/tests/examples/plant_data.sh" "$data"
+  note dev 'plant data' "$since" "the demo is right on $(basename "$data") too"
 }
 
-# note STAGE SINCE WHAT
-note() { summary+=("$(printf '%-10s %-12s %s' "$1" "$(elapsed_since "$2")" "$3")"); }
+# Outside ctest: a server without the extension runs none of these tests, and none may count as passed.
+run_timescale() {
+  local since=$SECONDS log=$root/build/timescale.test.log tests=$root/build/dev/tests/timescale/timescale_tests
+  [ -x "$tests" ] || build dev all
+  run_quietly "$log" run_to_the_end "$root/tests/timescale/wasm.sh" "$root/build" "$tests"
+  note timescale WebAssembly "$since" "$(tail -n 1 "$log")"
+  note timescale '' "$SECONDS" 'not shown there: sessions, locks, background jobs, authentication, a 64-bit server'
+
+  since=$SECONDS
+  run_quietly "$log" run_to_the_end "$root/tests/timescale/releases.sh" "$tests" "${DBMSAPI_TEST_TIMESCALE:-}"
+  note timescale native "$since" "$(grep -v '^$' "$log" | tail -n 1)"
+  since=$SECONDS
+  run_quietly "$log" run_to_the_end "$root/tests/timescale/program.sh" "$root/build/dev/historian/command/historian"
+  note timescale program "$since" "$(tail -n 1 "$log")"
+}
+
+run_postgres() {
+  local version since log programs=$root/build/dev
+  [ -x "$programs/tests/server/server_tests" ] || build dev all
+  for version in ${postgres_versions//,/ }; do
+    since=$SECONDS log=$root/build/postgres-$version.test.log
+    run_quietly "$log" run_to_the_end "$here/postgres.sh" "$version" ctest --test-dir "$programs" --parallel 2 --output-on-failure \
+      --no-tests=error --label-regex '^server$' "${selection[@]}"
+    note postgres "$version" "$since" "$(grep 'tests passed' "$log")"
+  done
+}
+
+# The compiler's front end finds what it warns of: no code is generated.
+run_clang() {
+  local folder=$root/build/clang since=$SECONDS
+  say 'compiling with clang++'
+  run_quietly "$folder.configure.log" cmake -S "$root" --preset dev -B "$folder" \
+    -DCMAKE_CXX_COMPILER=clang++ -DDBMSAPI_BUILD_TESTS=OFF
+  ninja -C "$folder" -t commands all |
+    sed -nE 's/ -MD -MT [^ ]+ -MF [^ ]+ -o [^ ]+ -c / -fsyntax-only /p' >"$folder.commands"
+  [ -s "$folder.commands" ] || die 'found no command that compiles'
+  run_quietly "$folder.build.log" run_to_the_end xargs --arg-file="$folder.commands" --delimiter='\n' \
+    --max-procs="$(nproc)" --replace=COMMAND sh -c 'cd "$0" && COMMAND' "$folder"
+  note clang compile "$since" "$(wc -l <"$folder.commands") files without a warning"
+}
+
+run_windows() {
+  local since=$SECONDS
+  run_to_the_end "$here/test_windows.sh" --build
+  note windows build "$since"
+  since=$SECONDS
+  run_to_the_end "$here/test_windows.sh" "${selection[@]}"
+  last_line=$(grep 'tests passed' "$root/build/windows.test.log")
+  closing_line=${closing_line:-$last_line}
+  note windows tests "$since" "$last_line"
+}
 
 run_stage() {
-  local stage=$1 since=$SECONDS
-  case $stage in
+  local since=$SECONDS
+  case $1 in
     dev)
       build dev all
       run_tests dev
-      if [ ${#selection[@]} -eq 0 ]; then
-        run_timescale
-        run_plant_data
-      fi
+      [ ${#selection[@]} -gt 0 ] || run_plant_data
       ;;
+    timescale) run_timescale ;;
+    postgres) run_postgres ;;
     asan)
       build asan all
       run_tests asan --label-regex '^(unit|server)$'
@@ -114,18 +167,10 @@ run_stage() {
       build tsan thread_tests -DDBMSAPI_BUILD_EXAMPLES=OFF
       run_tests tsan --label-regex '^threads$'
       ;;
-    clang)
-      build clang all -DCMAKE_CXX_COMPILER=clang++
-      note clang "$since" 'builds without a warning'
-      return
-      ;;
-    windows)
-      run_to_the_end "$here/test_windows.sh" "${selection[@]}"
-      last_line=$(grep 'tests passed' "$root/build/windows.test.log")
-      ;;
+    clang) run_clang ;;
+    windows) run_windows ;;
   esac
-  note "$stage" "$since" "$last_line"
-  closing_line=${closing_line:-$last_line}
+  note "$1" 'in all' "$since"
 }
 
 "$here/install_dependencies.sh" test

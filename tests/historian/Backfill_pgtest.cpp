@@ -12,8 +12,6 @@ namespace historian {
 namespace {
 
 constexpr std::int64_t kStart = 1700000000000;
-constexpr char kAllRows[] =
-    "select time, tag_name, float8send(value) from datalog order by time, tag_name collate \"C\"";
 
 class BackfillTest : public HistorianTest {
  protected:

@@ -5,12 +5,13 @@
 namespace historian {
 namespace {
 
-TEST(JudgementTest, TheServerIsToBeTheTestedOne) {
+TEST(JudgementTest, TheServerIsToBeOfATestedVersion) {
   EXPECT_EQ(JudgeServerVersion(150020, "15.20").verdict, Verdict::Ok);
   EXPECT_EQ(JudgeServerVersion(150020, "15.20").advice, "");
-  EXPECT_EQ(JudgeServerVersion(140011, "14.11").verdict, Verdict::Warning);
-  EXPECT_EQ(JudgeServerVersion(170002, "17.2").verdict, Verdict::Warning);
-  EXPECT_NE(JudgeServerVersion(170002, "17.2").advice, "");
+  EXPECT_EQ(JudgeServerVersion(140011, "14.11").verdict, Verdict::Ok);
+  EXPECT_EQ(JudgeServerVersion(180004, "18.4").verdict, Verdict::Ok);
+  EXPECT_EQ(JudgeServerVersion(190000, "19.0").verdict, Verdict::Warning);
+  EXPECT_NE(JudgeServerVersion(190000, "19.0").advice, "");
   EXPECT_EQ(JudgeServerVersion(130014, "13.14").verdict, Verdict::Failed);
 }
 

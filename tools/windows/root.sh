@@ -1,46 +1,35 @@
 #!/usr/bin/env bash
 # Gathers what the libraries build on for Windows, for tests only: root.sh FOLDER
 #
-# FOLDER gets include/ (libpq, SQLite, {fmt}), lib/ (libpq's import library, SQLite) and bin/ (libpq and what it loads).
-# libpq comes out of a package that carries PostgreSQL's programs for Windows. The package states no licence for these
-# files: they stay below build/ and are not handed on. A site builds against the libpq that it has. SQLite is built from
-# the one source file that its authors publish, which is in the public domain, as another package carries it.
+# FOLDER gets include/ (libpq, SQLite, {fmt}), lib/ (libpq's import library, SQLite) and bin/ (libpq and the libraries that
+# it loads). libpq comes from a package that carries PostgreSQL's programs for Windows. A site builds against the libpq that
+# it has. SQLite is built from the one source file that its authors publish, which is in the public domain, as another
+# package carries it.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 # shellcheck source=tools/lib/say.sh
 . "$here/../lib/say.sh"
+# shellcheck source=tools/lib/fetch.sh
+. "$here/../lib/fetch.sh"
 
 package=@embedded-postgres/windows-x64@15.18.0-beta.17
-archive=embedded-postgres-windows-x64-15.18.0-beta.17.tgz
 sha256=f97238cf4ff03182da7cb4294f694ebf219eac851a6635820549a41d6e8d0be7
 libraries=(libpq.dll libssl-3-x64.dll libcrypto-3-x64.dll libintl-9.dll libiconv-2.dll)
 sqlite_package=better-sqlite3@12.4.1
-sqlite_archive=better-sqlite3-12.4.1.tgz
 sqlite_sha256=14398acbf00d1e8fe0a2753df7d4f15c13138e4b874f4e6e96791f65b4536d0d
-readonly package archive sha256 libraries sqlite_package sqlite_archive sqlite_sha256
 
 [ $# -eq 1 ] || die "usage: root.sh FOLDER"
-folder=$1
+folder=$(mkdir -p "$1" && cd "$1" && pwd)
 stamp="$sha256 $sqlite_sha256"
 [ ! -f "$folder/complete" ] || [ "$(cat "$folder/complete")" != "$stamp" ] || exit 0
 
 rm -rf "$folder"
-mkdir -p "$folder"/{download,include,lib,bin}
+mkdir -p "$folder"/{include,lib,bin}
 cd "$folder"
-
-# fetch PACKAGE ARCHIVE SHA256
-fetch() {
-  (cd download && run_quietly npm.log npm pack --silent "$1")
-  echo "$3  download/$2" | sha256sum --check --quiet || die "$1 is not what it was"
-}
-
-say "fetching libpq and SQLite for Windows, for tests only"
-fetch "$package" "$archive" "$sha256"
-fetch "$sqlite_package" "$sqlite_archive" "$sqlite_sha256"
-tar -xzf "download/$sqlite_archive" -C include --strip-components=3 package/deps/sqlite3/sqlite3.{c,h}
-mv include/sqlite3.c .
-tar -xzf "download/$archive" -C bin --strip-components=3 "${libraries[@]/#/package/native/bin/}"
-rm -r download
+fetch_package package "$package" "$sha256" "libpq for Windows"
+(cd package/native/bin && cp "${libraries[@]}" "$folder/bin")
+fetch_package sqlite "$sqlite_package" "$sqlite_sha256" "SQLite's source"
+cp sqlite/deps/sqlite3/sqlite3.h include
 
 # The headers of Debian's libpq-dev fit, but for the name of a 64-bit integer.
 postgresql=$(pg_config --includedir)
@@ -52,7 +41,8 @@ cp -r /usr/include/fmt include
 (cd lib && run_quietly gendef.log gendef ../bin/libpq.dll)
 x86_64-w64-mingw32-dlltool -d lib/libpq.def -D libpq.dll -l lib/libpq.dll.a -m i386:x86-64
 
-x86_64-w64-mingw32-gcc-posix -O2 -DSQLITE_DQS=0 -DSQLITE_OMIT_LOAD_EXTENSION -c sqlite3.c -Iinclude -o sqlite3.o
+x86_64-w64-mingw32-gcc-posix -O2 -DSQLITE_DQS=0 -DSQLITE_OMIT_LOAD_EXTENSION -c sqlite/deps/sqlite3/sqlite3.c \
+  -o sqlite3.o
 x86_64-w64-mingw32-ar rcs lib/libsqlite3.a sqlite3.o
-rm sqlite3.c sqlite3.o
+rm -r package sqlite sqlite3.o
 echo "$stamp" >complete
