@@ -28,7 +28,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// A counter as it stands at one moment. A gauge is shown as it is. A ratio is shown as what was added to its
+// A counter's value at one moment. A gauge is shown as it is. A ratio is shown as what was added to its
 // part since the last row for each unit added to its whole; a rate is a ratio whose whole is the clock.
 struct Reading {
   std::string tag;

@@ -86,7 +86,7 @@ double StoredValue(double value) {
 
 namespace {
 
-// The tags of a batch in UTF-8, and where they stand in the order of their bytes.
+// The tags of a batch in UTF-8, and their place in the order of their bytes.
 class Tags {
  public:
   std::uint32_t Number(const std::wstring& name) {

@@ -117,8 +117,8 @@ class HISTORIAN_EXPORT Recorder {
   // Waits until nothing waits any more; false when that takes longer.
   bool WaitUntilStored(std::chrono::milliseconds most) const;
 
-  // The client's role changed: asks the hostSelector of the Dbms and connects anew before the next batch. Use
-  // this in place of Dbms::NotifyRoleChange, and do not call Dbms::BroadcastRoleChange while a recorder
+  // The client's role changed: asks the hostSelector of the Dbms and connects again before the next batch.
+  // Use this in place of Dbms::NotifyRoleChange, and do not call Dbms::BroadcastRoleChange while a recorder
   // works.
   void NotifyRoleChange();
 

@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # Checks the layout of the sources: check_includes.sh [ROOT]
 #
-# - Every include goes to the same floor's own room or to a floor below (docs/architecture.md).
+# - Every include goes to the same layer's own group or to a layer below (docs/architecture.md).
 # - libpq's header is included below client/pq only; tests and benchmarks may.
-# - What depends on the operating system stands in port/ and the export headers only.
+# - What depends on the operating system is in port/ and the export headers only.
 # - The library has one handler of SAException.
 # - historian/ is built on the interface alone: DbmsAPI's public headers, client/include and port/. Of port/ not what
 #   keeps state, which each library has its own copy of.
@@ -22,27 +22,27 @@ problem() {
   problems=$((problems + 1))
 }
 
-# Floor and room of a file, into $floor and $room: files of one room may include each other, others only what
-# stands lower.
+# Layer and group of a file, into $layer and $group: files of one group may include each other, others only what
+# is lower.
 place() {
   case $1 in
-    port/*) floor=1 room=port ;;
-    client/include/*) floor=2 room=client ;;
-    client/*) floor=3 room=client ;;
-    DbmsAPI/TirelScada.h | DbmsAPI/PostgreSQL.h) floor=5 room=implementation ;;
-    DbmsAPI/frame/*) floor=6 room=frame ;;
-    DbmsAPI/history/*) floor=7 room=history ;;
-    DbmsAPI/reports/*) floor=7 room=reports ;;
-    DbmsAPI/records/*) floor=7 room=records ;;
-    DbmsAPI/config/*) floor=7 room=config ;;
-    DbmsAPI/*/*) floor=0 room=unknown ;;
-    DbmsAPI/*) floor=4 room=interface ;;
-    historian/command/* | historian/web/*) floor=9 room=command ;;
-    historian/*) floor=8 room=historian ;;
-    examples/*) floor=10 room=examples ;;
-    benchmarks/*) floor=11 room=benchmarks ;;
-    tests/*) floor=12 room=tests ;;
-    *) floor=0 room=unknown ;;
+    port/*) layer=1 group=port ;;
+    client/include/*) layer=2 group=client ;;
+    client/*) layer=3 group=client ;;
+    DbmsAPI/TirelScada.h | DbmsAPI/PostgreSQL.h) layer=5 group=implementation ;;
+    DbmsAPI/frame/*) layer=6 group=frame ;;
+    DbmsAPI/history/*) layer=7 group=history ;;
+    DbmsAPI/reports/*) layer=7 group=reports ;;
+    DbmsAPI/records/*) layer=7 group=records ;;
+    DbmsAPI/config/*) layer=7 group=config ;;
+    DbmsAPI/*/*) layer=0 group=unknown ;;
+    DbmsAPI/*) layer=4 group=interface ;;
+    historian/command/* | historian/web/*) layer=9 group=command ;;
+    historian/*) layer=8 group=historian ;;
+    examples/*) layer=10 group=examples ;;
+    benchmarks/*) layer=11 group=benchmarks ;;
+    tests/*) layer=12 group=tests ;;
+    *) layer=0 group=unknown ;;
   esac
 }
 
@@ -91,18 +91,18 @@ check_foreign() {
 
 # FILE:LINE FILE INCLUDED
 check_direction() {
-  local at=$1 from=$2 to=$3 floor room from_floor from_room to_floor to_room
+  local at=$1 from=$2 to=$3 layer group from_layer from_group to_layer to_group
   place "$from"
-  from_floor=$floor from_room=$room
+  from_layer=$layer from_group=$group
   place "$to"
-  to_floor=$floor to_room=$room
-  if [ "$from_floor" = 0 ]; then
-    problem "$at: $from stands on no floor"
-  elif [ "$to_floor" = 0 ]; then
-    problem "$at: $to stands on no floor"
+  to_layer=$layer to_group=$group
+  if [ "$from_layer" = 0 ]; then
+    problem "$at: $from is in no layer"
+  elif [ "$to_layer" = 0 ]; then
+    problem "$at: $to is in no layer"
   elif [[ $from == DbmsAPI/* && $to == client/* && $to != client/include/SQLAPI.h && $to != client/include/pgAPI.h ]]; then
     problem "$at: the library knows the client layer by SQLAPI.h and pgAPI.h only, not by $to"
-  elif [[ $from_room == interface && $to_room != interface ]]; then
+  elif [[ $from_group == interface && $to_group != interface ]]; then
     problem "$at: the interface includes the standard library only, not $to"
   elif [[ $from == historian/* && $to == DbmsAPI/* ]] && ! is_public "$to"; then
     problem "$at: historian knows DbmsAPI by its public headers only, not by $to"
@@ -110,10 +110,10 @@ check_direction() {
     problem "$at: historian knows the client layer by SQLAPI.h and pgAPI.h only, not by $to"
   elif [[ $from == historian/* && $to == port/@(Debug|InvalidParameter).h ]]; then
     problem "$at: historian does not include $to, whose state is DbmsAPI's"
-  elif [[ $from_room == examples && $to_room != examples ]] && ! is_public "$to"; then
+  elif [[ $from_group == examples && $to_group != examples ]] && ! is_public "$to"; then
     problem "$at: examples use the public headers only, not $to"
-  elif [ "$from_floor $from_room" != "$to_floor $to_room" ] && [ "$to_floor" -ge "$from_floor" ]; then
-    problem "$at: $from_room does not include $to, which does not stand below it"
+  elif [ "$from_layer $from_group" != "$to_layer $to_group" ] && [ "$to_layer" -ge "$from_layer" ]; then
+    problem "$at: $from_group does not include $to, which is not below it"
   fi
 }
 

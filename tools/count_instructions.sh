@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Counts the instructions that the client spends on an operation, by hand and in the library, by valgrind: unlike a
-# time, nearly the same on every run and machine. Of the library it tells which functions spend them.
+# time, nearly the same on every run and machine. For the library it lists the functions that spend them.
 #
 #   tools/count_instructions.sh [insert|read|alarms|system_log|delete|report]...
 #
@@ -17,7 +17,7 @@ root=$(dirname "$here")
 
 program=$root/build/bench/benchmarks/one_operation
 profile=$root/build/bench/callgrind.out
-functions=8  # to be told
+functions=8  # to be listed
 operations=(insert read alarms system_log delete report)
 [ $# -eq 0 ] || operations=("$@")
 command -v valgrind >/dev/null || die "needs valgrind"

@@ -47,7 +47,7 @@ as_root() {
 }
 
 # The server's package starts a server on port 5432 when it is new to a system. Only its programs are wanted here,
-# so unless the system has been set up for PostgreSQL already, it is told not to, for this one installation.
+# so unless the system has been set up for PostgreSQL already, this is switched off for this one installation.
 forbid_main_cluster() {
   [ ! -e /etc/postgresql-common/createcluster.conf ] || return 0
   as_root mkdir -p "$(dirname "$no_main_cluster")"

@@ -94,7 +94,7 @@ TEST_F(Failover, TheServerDiesWhileSamplesAreInserted) {
   }
 }
 
-// A planned change: the replica takes over, the client is told, nothing has failed.
+// A planned change: the replica takes over, the client is notified, nothing has failed.
 TEST_F(Failover, TheRoleChangesForOneObject) {
   const auto dbms = clusters.Connect();
   const auto bystander = clusters.Connect();

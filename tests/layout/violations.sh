@@ -63,7 +63,7 @@ expect DbmsAPI/history/Alarm.cpp '#include "../reports/Report.h"' 'history does 
 expect DbmsAPI/history/Alarm.cpp '#  include	"../reports/Report.h"' 'history does not include DbmsAPI/reports/Report.h'
 expect DbmsAPI/history/Alarm.cpp '#include "client/pq/Session.h"' 'by SQLAPI.h and pgAPI.h only'
 expect DbmsAPI/history/Alarm.cpp '#include "Missing.h"' '"Missing.h" is not to be found'
-expect DbmsAPI/alarms/Alarm.cpp '#include "../Dbms.h"' 'DbmsAPI/alarms/Alarm.cpp stands on no floor'
+expect DbmsAPI/alarms/Alarm.cpp '#include "../Dbms.h"' 'DbmsAPI/alarms/Alarm.cpp is in no layer'
 expect DbmsAPI/history/Alarm.cpp '#ifdef _WIN32' 'DbmsAPI/history/Alarm.cpp: _WIN32 belongs into port/'
 expect DbmsAPI/history/Alarm.cpp '} catch (const SAException& e) {' 'one handler of SAException'
 expect DbmsAPI/history/Alarm.cpp "$(printf '//\n%.0s' {1..300})" 'DbmsAPI/history/Alarm.cpp: has 302 lines'

@@ -6,7 +6,7 @@
 namespace platform {
 
 // Puts the process into a time zone by its IANA name, or with null into the one it has of the system.
-// Windows' C runtime has no such zones; it is told the rules of today of the few that the tests name.
+// Windows' C runtime has no such zones; for the few that the tests name, it is given today's rules.
 void SetZone(const char* name);
 
 // The calendar fields of an instant in the zone of the process.

@@ -7,8 +7,8 @@
 
 #include "platform/Socket.h"
 
-// Stands between a client and the server and notes what kinds of messages the client sends. One connection at
-// a time, unencrypted: connect with sslmode=disable and gssencmode=disable.
+// A proxy between a client and the server that notes what kinds of messages the client sends. One connection
+// at a time, unencrypted: connect with sslmode=disable and gssencmode=disable.
 class ProtocolTap {
  public:
   // Host and port are the server's; the host may be the path of a Unix socket's folder. With a folder of its

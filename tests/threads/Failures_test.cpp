@@ -1,4 +1,4 @@
-// Objects on different threads that reach no server, each with its own failure to tell.
+// Objects on different threads that reach no server, each with its own failure to report.
 
 #include <DbmsAPI/Dbms.h>
 #include <DbmsAPI/Diagnostics.h>

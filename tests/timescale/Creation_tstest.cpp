@@ -8,7 +8,7 @@ const std::vector<UserLogColumn> kColumns = {{L"number", 0, 0}, {L"litres", 1, 0
 
 class Creation : public TimescaleTest {};
 
-// Up to 2.19 the view of jobs names an aggregate's policy by the table behind it: the policy is not found,
+// Up to 2.19 the view of jobs names an aggregate's policy by its internal table: the policy is not found,
 // and making it a second time fails.
 bool FindsPoliciesOfAggregates(const Release& release) { return release >= Release{2, 20, 0}; }
 

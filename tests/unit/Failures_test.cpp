@@ -6,7 +6,7 @@
 
 namespace {
 
-// Operations whose statements follow another rule when one fails; their own tests tell it.
+// Operations whose statements follow another rule when one fails; their own tests cover it.
 bool HasARuleOfItsOwn(int number) {
   return number == 5       // rolls back
          || number == 42   // goes on after a drop that failed

@@ -3,7 +3,7 @@
 #   awk -v kind=lines -v title=... -v subtitle=... -f chart.awk    x on a logarithmic axis
 #   awk -v kind=bars  -v title=... -v subtitle=... -f chart.awk    x names a group of bars
 #
-# y is given as `unit` tells, and starts at 0.
+# y is given in `unit`, and starts at 0.
 
 BEGIN {
   FS = "\t"
@@ -92,7 +92,7 @@ function draw_lines(   y, s, x, points, at) {
   label_ends()
 }
 
-# The names stand where the lines end, moved apart.
+# The names are where the lines end, moved apart.
 function label_ends(   s, other, moved) {
   do {
     moved = 0

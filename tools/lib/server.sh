@@ -61,7 +61,7 @@ server_stop() {
   [ -z "$folder" ] || server_remove "$folder"
 }
 
-# A script that was killed outright leaves its server behind; the next one in the same folder clears it away.
+# A script that was killed leaves its server running; the next one in the same folder removes it.
 server_clear_strays() {
   local folder script
   for folder in "$1"/dbmsapi-server.*; do

@@ -31,7 +31,7 @@ class RecorderLink : public RecorderTest {
   std::unique_ptr<TcpGate> gate;
 };
 
-// Anywhere: while connecting, in BEGIN, in COPY, in COMMIT, behind it.
+// Anywhere: while connecting, in BEGIN, in COPY, in COMMIT, after it.
 TEST_F(RecorderLink, IsCutAtFiftyRandomBytes) {
   Random random(20240711);
   Recorder recorder(Through(), Options());

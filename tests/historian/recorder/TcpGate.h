@@ -14,7 +14,7 @@
 
 namespace historian {
 
-// Stands between a client and a server and lets bytes through, until it is told otherwise. Stops at any
+// A proxy between a client and a server that passes bytes on until the test says otherwise. Stops at any
 // moment, whatever goes on.
 class TcpGate {
  public:

@@ -16,7 +16,7 @@ class ClientTest : public ServerTest {
   // `host,port` of the server.
   std::wstring Server() const;
 
-  // Connects to the test's database, or to what stands for `host,port@database` in full.
+  // Connects to the test's database, or to a full `host,port@database`.
   void Connect(SAConnection& to);
   void ConnectTo(SAConnection& to, const std::wstring& connectionString);
   void Connect() { Connect(connection); }

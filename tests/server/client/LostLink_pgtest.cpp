@@ -145,7 +145,7 @@ TEST_F(LostLink, OutlivedByACommandIsNoHarm) {
   EXPECT_SA_ERROR(SA_Library_Error, 0, command.Execute());
 }
 
-// The server's process stands still, with the buffers to it full: a goodbye would wait forever.
+// The server's process is frozen and the buffers to it are full: a Terminate message would wait forever.
 TEST_F(LostLink, IsDroppedWithoutWaitingForAFrozenServer) {
   Connect();
   const std::string pid = Pid();

@@ -116,7 +116,7 @@ TEST_F(AuditTrail, AMigrationThatIsRefusedStopsThereAndGoesOnWithTheNextCall) {
   EXPECT_NE(std::wstring(dbms->GetLastError())
                 .find(L"column \"user_id\" of relation \"audit_table\" already exists"),
             std::wstring::npos);
-  // The steps before the refusal stay, those behind it have not run.
+  // The steps before the refusal stay, those after it have not run.
   EXPECT_EQ(Layout(), (Lines{"time|timestamp with time zone|NO", "ip_addr|text|NO", "operator|text|NO",
                              "type|integer|NO", "name|text|NO", "group_name|text|NO", "tag_name|text|YES",
                              "value|text|NO", "comment|text|NO", "user_id|text|YES"}));

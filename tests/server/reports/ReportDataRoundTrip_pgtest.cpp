@@ -25,7 +25,7 @@ class Random {
  public:
   explicit Random(unsigned start) : engine_(start) {}
 
-  // Near a clock change local time cannot tell instants apart.
+  // Near a clock change local time is ambiguous.
   std::int64_t Time() {
     for (;;) {
       const std::int64_t time = Int32();
@@ -209,7 +209,7 @@ INSTANTIATE_TEST_SUITE_P(In, ReportDataRoundTrip, testing::Values("UTC", "Asia/K
                            return name;
                          });
 
-// ---- What local time cannot tell ----
+// ---- Ambiguous local times ----
 
 class ReportDataLocalTime : public ReportStoreTest {
  protected:

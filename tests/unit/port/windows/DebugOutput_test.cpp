@@ -1,4 +1,4 @@
-// What a debugger of the process is told, and what a viewer of all processes' debug output reads.
+// What a debugger of the process receives, and what a viewer of all processes' debug output reads.
 
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -12,7 +12,7 @@
 
 namespace {
 
-// How the system tells a debugger: in wide characters, and where nobody takes those in the system's code
+// How the system notifies a debugger: in wide characters, and where nobody takes those in the system's code
 // page. Wine knows the second way only.
 constexpr DWORD kWideText = 0x4001000A;    // DBG_PRINTEXCEPTION_WIDE_C
 constexpr DWORD kNarrowText = 0x40010006;  // DBG_PRINTEXCEPTION_C
@@ -20,7 +20,7 @@ constexpr DWORD kNarrowText = 0x40010006;  // DBG_PRINTEXCEPTION_C
 std::wstring toldWide;
 std::string toldNarrow;
 
-// Stands in for a debugger that takes nothing.
+// Acts as a debugger that takes nothing.
 LONG CALLBACK Note(EXCEPTION_POINTERS* pointers) {
   const EXCEPTION_RECORD& record = *pointers->ExceptionRecord;
   const ULONG_PTR* text = record.ExceptionInformation;  // its length with the terminator, and where it is
