@@ -54,8 +54,7 @@ double ByText(double value) {
   const auto end = std::to_chars(text, text + sizeof text, value, std::chars_format::general, 10).ptr;
   double read = 0;
   if (std::from_chars(text, end, read).ec == std::errc()) return read;
-  throw Error("backfill", '"' + std::string(text, end) + "\" is out of range for type double precision",
-              "22003");
+  throw Error("backfill", "out of range for type double precision: " + std::string(text, end), "22003");
 }
 
 }  // namespace
