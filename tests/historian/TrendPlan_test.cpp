@@ -99,7 +99,8 @@ TEST(TrendPlanTest, ManyOutdatedUnitsAreReadTogether) {
 
 TEST(TrendPlanTest, BucketsAreAsManyAsAskedForOrFewer) {
   for (const int most : {1, 2, 3, 7, 1000}) {
-    for (const std::int64_t length : {1l, 2l, 999l, 60'001l, 3'600'000l, 86'400'001l, 31'536'000'000l}) {
+    for (const std::int64_t length :
+         std::initializer_list<std::int64_t>{1, 2, 999, 60'001, 3'600'000, 86'400'001, 31'536'000'000}) {
       const Range range = {15 * kDay + 4711, 15 * kDay + 4711 + length};
       const Buckets buckets = ChooseBuckets(Plant(), range, most);
       EXPECT_LE(buckets.origin, range.begin);
