@@ -2,9 +2,16 @@
 
 #include <time.h>
 
+#include <mutex>
+
 namespace sys {
 
-void ReadTimeZone() { ::tzset(); }
+// The C library guards its zone by a lock of its own, which ThreadSanitizer does not see.
+void ReadTimeZone() {
+  static std::mutex mutex;
+  std::lock_guard lock(mutex);
+  ::tzset();
+}
 
 std::int64_t LocalOffset(std::int64_t instant) {
   const time_t time = instant;

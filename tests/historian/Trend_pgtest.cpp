@@ -183,8 +183,8 @@ TEST_F(TrendTest, LastSamplesAreThoseBeforeTheInstant) {
     EXPECT_EQ(found, expected) << condition;
   };
   check({}, "");
-  for (const std::int64_t offset :
-       {-50'000'000'000l, -30'000'000'000l, -29'999'999'999l, 1l, 300'000l, 7'777'777l}) {
+  for (const std::int64_t offset : std::initializer_list<std::int64_t>{
+           -50'000'000'000, -30'000'000'000, -29'999'999'999, 1, 300'000, 7'777'777}) {
     check(At(offset), " and time < to_timestamp(" + std::to_string(kStart + offset) + " / 1000.0)");
   }
 }
