@@ -98,7 +98,8 @@ TEST_F(SpoolDamage, OfFlippedBitsAnywhereLeavesTheRestAndInventsNothing) {
   const std::uintmax_t bits = Size() * 8;
   std::int64_t least = kBlocks * kPerBlock;
   for (std::uintmax_t i = 0; i < 60; ++i) {
-    std::filesystem::copy_file(sound, directory.File(), std::filesystem::copy_options::overwrite_existing);
+    std::filesystem::remove(directory.File());
+    std::filesystem::copy_file(sound, directory.File());
     // The first ones in the header and the page after it, the others all over the file.
     Flip(i < 20 ? i * 997 % (2 * 4096 * 8) : i * 2654435761 % bits);
     try {

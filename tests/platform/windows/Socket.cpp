@@ -17,6 +17,11 @@ void Require(bool succeeded, const char* what) {
   if (!succeeded) throw std::system_error(WSAGetLastError(), std::system_category(), what);
 }
 
+void SetWaiting(SOCKET socket, bool waits) {
+  u_long withoutWaiting = waits ? 0 : 1;
+  Require(::ioctlsocket(socket, static_cast<long>(FIONBIO), &withoutWaiting) == 0, "ioctlsocket");
+}
+
 // Sockets work from the first one that is made to the end of the process.
 Socket Make(int family, int protocol = 0) {
   static const bool started = [] {
@@ -79,8 +84,6 @@ void Socket::Close() {
 }
 
 bool Socket::SendAll(const char* bytes, std::size_t count, const Socket& cancel) const {
-  u_long withoutWaiting = 1;
-  Require(::ioctlsocket(Descriptor(*this), static_cast<long>(FIONBIO), &withoutWaiting) == 0, "ioctlsocket");
   while (count > 0) {
     fd_set canceled, writable;
     FD_ZERO(&canceled);
@@ -89,8 +92,12 @@ bool Socket::SendAll(const char* bytes, std::size_t count, const Socket& cancel)
     FD_SET(Descriptor(*this), &writable);
     Require(::select(0, &canceled, &writable, nullptr, nullptr) != SOCKET_ERROR, "select");
     if (FD_ISSET(Descriptor(cancel), &canceled)) return false;
+    // Windows has no such choice for one call.
+    SetWaiting(Descriptor(*this), false);
     const int sent = ::send(Descriptor(*this), bytes, static_cast<int>(count), 0);
-    if (sent < 0 && WSAGetLastError() == WSAEWOULDBLOCK) continue;
+    const int error = sent < 0 ? WSAGetLastError() : 0;
+    SetWaiting(Descriptor(*this), true);
+    if (error == WSAEWOULDBLOCK) continue;
     if (sent <= 0) return false;
     bytes += sent;
     count -= static_cast<std::size_t>(sent);
@@ -117,8 +124,8 @@ std::size_t WaitForAny(std::initializer_list<const Socket*> sockets) {
   }
 }
 
-// libpq's sockets never wait.
 bool SendWithoutWaiting(int socket, const char* bytes, std::size_t count) {
+  SetWaiting(static_cast<SOCKET>(socket), false);
   return ::send(static_cast<SOCKET>(socket), bytes, static_cast<int>(count), 0) > 0;
 }
 
