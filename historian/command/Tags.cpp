@@ -31,7 +31,7 @@ int Run(const Options& options, Terminal& terminal) {
   Server server(options.common.server);
   server.RequireTable("datalog");
   std::vector<TagInfo> tags = ReadTags(server.dbms(), options.count);
-  Time newest = Time::min();
+  Time newest{};  // without tags: the epoch, before every sample
   for (const TagInfo& tag : tags) newest = std::max(newest, tag.last);
   const Time limit = ReadTimeArgument("--stopped-after", options.stopped_after, *zone, newest);
   std::erase_if(tags, [&](const TagInfo& tag) {
