@@ -111,10 +111,11 @@ TEST_F(OutOfMemory, GetLogData) {
 TEST_F(OutOfMemory, UserLogs) {
   FailEachAllocation([](Dbms& dbms) { return dbms.CreateUserLogTable(L"oven", {{L"note", 2, 40}}, 0); });
   ASSERT_TRUE(NewDbms()->InsertUserLogData(L"oven", {kStart * 1000, {L"'baked for a long time'"}}));
-  FailEachAllocation([](Dbms& dbms) {
+  // Made before: libstdc++ 12 cannot undo the copy of a variant whose text finds no memory.
+  const std::vector<std::variant<double, std::wstring>> binds = {L"something else"};
+  FailEachAllocation([&](Dbms& dbms) {
     std::vector<UserLogRow> rows;
-    return dbms.GetUserLogData(L"oven", kStart, kStart + 1, L"note <> :1", {L"something else"}, rows) &&
-           rows.size() == 1;
+    return dbms.GetUserLogData(L"oven", kStart, kStart + 1, L"note <> :1", binds, rows) && rows.size() == 1;
   });
 }
 
