@@ -14,20 +14,32 @@ prefix=${DBMSAPI_WINEPREFIX:-$(dirname "$(dirname "$here")")/build/wine}
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
+signalled=
 
-env -u DISPLAY -u TZ WINEPREFIX="$prefix" WINEDEBUG="${WINEDEBUG:--all}" WINEDLLOVERRIDES='mscoree,mshtml=' LC_ALL=C.UTF-8 \
-  --default-signal=INT /usr/lib/wine/wine64 "$@" <"/dev/null" >"$work/out" 2>"$work/err" &
-program=$!
-trap 'kill -s INT "$program" 2>/dev/null || true' INT
-trap 'kill -s TERM "$program" 2>/dev/null || true' TERM
+# start WINEDEBUG PROGRAM.exe [ARGUMENT]...: leaves the exit status of the program in status.
+start() {
+  env -u DISPLAY -u TZ WINEPREFIX="$prefix" WINEDEBUG="$1" WINEDLLOVERRIDES='mscoree,mshtml=' LC_ALL=C.UTF-8 \
+    --default-signal=INT /usr/lib/wine/wine64 "${@:2}" <"/dev/null" >"$work/out" 2>"$work/err" &
+  program=$!
+  trap 'signalled=1; kill -s INT "$program" 2>/dev/null || true' INT
+  trap 'signalled=1; kill -s TERM "$program" 2>/dev/null || true' TERM
 
-# A signal ends the wait, not the program.
-status=0
-wait "$program" || status=$?
-while kill -0 "$program" 2>/dev/null; do
+  # A signal ends the wait, not the program.
   status=0
   wait "$program" || status=$?
-done
+  while kill -0 "$program" 2>/dev/null; do
+    status=0
+    wait "$program" || status=$?
+  done
+}
+
+start "${WINEDEBUG:--all}" "$@"
+
+# About once in ten thousand starts Wine ends with an error before it has started the program, and prints nothing.
+if [ "$status" -ne 0 ] && [ -z "$signalled" ] && [ ! -s "$work/out" ] && [ ! -s "$work/err" ]; then
+  echo "wine.sh: $1 ended with status $status and printed nothing: starting it once more" >&2
+  start "${WINEDEBUG:-err+all}" "$@"
+fi
 
 tr -d '\r' <"$work/out"
 tr -d '\r' <"$work/err" >&2
