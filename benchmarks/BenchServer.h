@@ -7,8 +7,8 @@
 
 #include "DbmsAPI/Dbms.h"
 
-// The server to measure with, from DBMSAPI_TEST_HOST, _PORT, _USER and _PASSWORD, and a database of the
-// program's own on it, which is made anew.
+// The server to measure with, from DBMSAPI_TEST_HOST, _PORT, _USER and _PASSWORD. Each program creates a
+// database there, dropping one of the same name first.
 
 namespace bench {
 
@@ -24,25 +24,25 @@ using Answer = std::unique_ptr<PGresult, ClearResult>;
 
 class BenchServer {
  public:
-  // Makes the database, with the release of TimescaleDB that DBMSAPI_BENCH_TIMESCALE names, if any. A locale
-  // is given as CREATE DATABASE takes it; without one it is the server's.
+  // Creates the database, with the TimescaleDB version that DBMSAPI_BENCH_TIMESCALE names, if any. `locale`
+  // is the clause of CREATE DATABASE; the default is the server's locale.
   explicit BenchServer(const std::string& database, const std::string& locale = "");
   ~BenchServer();
   BenchServer(const BenchServer&) = delete;
   BenchServer& operator=(const BenchServer&) = delete;
 
-  // A connected object of the library, or a bare link of libpq's.
+  // A new connection, of the library or of libpq.
   std::shared_ptr<Dbms> Library() const;
   Link Connect() const;
 
-  // What libpq, libpqxx and SOCI take.
+  // For libpq, libpqxx and SOCI.
   std::string ConnectionString(const std::string& database) const;
   std::string ConnectionString() const { return ConnectionString(database_); }
 
-  // Runs statements beside the measuring, as an administrator.
+  // Runs statements on a connection of its own.
   void Run(const std::string& statements);
 
-  // Empties a table and writes everything out, so that each turn finds the server alike.
+  // Empties a table and makes a checkpoint, so that every turn starts from the same state.
   void Settle(const std::string& table);
 
   const std::string& host() const { return host_; }

@@ -5,12 +5,12 @@
 #include <string>
 #include <vector>
 
-// Compares ways to do the same thing: they take turns (A B A B ...), so that what else happens on the machine
-// meets all of them alike, and each turn is set against the first contender's turn of the same round.
+// Compares ways to do the same thing. They take turns (A B A B ...), so that a disturbance of the machine
+// affects all of them, and each turn is compared with the first contender's turn of the same round.
 
 namespace bench {
 
-// What is done: something of a size, so many times a turn.
+// What is measured: an operation on `size` items, `times` times per turn.
 struct Subject {
   std::string name;
   std::size_t size = 1;
@@ -24,7 +24,7 @@ struct Contender {
   std::function<void()> run;
 };
 
-// What one contender took.
+// What one contender needed.
 struct Result {
   std::string name;
   double seconds = 0;     // median of its turns
@@ -32,15 +32,14 @@ struct Result {
   double cpuSeconds = 0;  // median of the processor time of this process
 };
 
-// Runs DBMSAPI_BENCH_ROUNDS rounds (9) after one that does not count. Writes a table to standard output and,
-// when DBMSAPI_BENCH_RESULTS names a file, a line per contender to that: subject, size, times, contender,
+// Runs a round to warm up, then DBMSAPI_BENCH_ROUNDS rounds (default 9). Prints a table. Appends a line for
+// each contender to the file that DBMSAPI_BENCH_RESULTS names, if any: subject, size, times, contender,
 // seconds, ratio, processor seconds.
 std::vector<Result> Race(const Subject& subject, const std::vector<Contender>& contenders);
 
-// The middle one; of an even number the mean of the two.
 double Median(std::vector<double> values);
 
-// Ends the program when something that must not fail has failed.
+// Ends the program with an error message unless `done`.
 void Require(bool done, const std::string& what);
 
 }  // namespace bench

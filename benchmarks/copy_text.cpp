@@ -1,4 +1,4 @@
-// What the COPY text of a sample takes, without a server.
+// Measures making the COPY text of samples, without a server.
 
 #include <benchmark/benchmark.h>
 
@@ -15,7 +15,8 @@ constexpr std::size_t kMostSamples = 10000000;
 constexpr std::size_t kTags = 1000;
 constexpr std::size_t kFlushBytes = 4 * 1024 * 1024;
 
-// As the bulk insert makes it: the name looked up, the line appended, the text given away every 4 MiB.
+// Makes the text as InsertLogData does: looks the name up, appends the line, and hands the text over every 4
+// MiB.
 class TextMaker {
  public:
   TextMaker() { text_.reserve(kFlushBytes + kFlushBytes / 16); }
@@ -41,7 +42,7 @@ void CountSamples(benchmark::State& state, std::size_t samples) {
                          benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 
-// What a sample takes by the kind of its value and the order of the tags.
+// By the kind of values and the order of the tags.
 void CopyText(benchmark::State& state, bench::Values values, bench::Order order) {
   const auto samples = bench::PlantSamples(kSamples, kTags, values, order);
   TextMaker maker;
@@ -49,7 +50,7 @@ void CopyText(benchmark::State& state, bench::Values values, bench::Order order)
   CountSamples(state, samples.size());
 }
 
-// And by the size of a batch: the same samples, cut differently.
+// By the size of a batch.
 void CopyTextBatch(benchmark::State& state, std::size_t tags) {
   const auto all = bench::PlantSamples(kMostSamples, tags, bench::Values::TenDigits, bench::Order::ByCycle);
   const auto size = static_cast<std::size_t>(state.range(0));

@@ -1,12 +1,12 @@
-// Eight objects on eight threads insert at once, against eight programs by hand. More threads than cores make
-// the times scatter: what is done by hand races against itself, too.
+// Eight objects on eight threads insert at once, compared with eight connections of hand-written libpq code.
+// With more threads than cores the times scatter; to show how much, the baseline also runs against itself.
 
 #include <thread>
 
 #include "BenchServer.h"
 #include "Paired.h"
 #include "Plant.h"
-#include "floor/ByHand.h"
+#include "baseline/Baseline.h"
 
 namespace {
 
@@ -24,8 +24,8 @@ struct Writer {
   void UseLibrary() const {
     for (const auto& batch : batches) bench::Require(dbms->InsertLogData(batch), "InsertLogData");
   }
-  void WorkByHand() const {
-    for (const auto& batch : pieces) hand::InsertHistory(link.get(), batch);
+  void UseBaseline() const {
+    for (const auto& batch : pieces) baseline::InsertHistory(link.get(), batch);
   }
 };
 
@@ -36,7 +36,7 @@ Writer MakeWriter(bench::BenchServer& server, std::size_t number) {
   for (LogSample& sample : samples) sample.tagName += L"." + std::to_wstring(number);
   for (auto at = samples.begin(); at != samples.end(); at += kBatchSize) {
     writer.batches.emplace_back(at, at + kBatchSize);
-    writer.pieces.push_back(hand::CopyPieces(writer.batches.back()));
+    writer.pieces.push_back(baseline::CopyPieces(writer.batches.back()));
   }
   return writer;
 }
@@ -57,7 +57,7 @@ int main() {
   for (std::size_t i = 0; i < kThreads; ++i) writers.push_back(MakeWriter(server, i));
   const auto settle = [&] { server.Settle("datalog"); };
   bench::Race({"InsertLogData on 8 threads", kBatchSize, kThreads * kBatches},
-              {{"by hand", settle, [&] { OnEightThreads(writers, &Writer::WorkByHand); }},
-               {"by hand, once more", settle, [&] { OnEightThreads(writers, &Writer::WorkByHand); }},
+              {{"baseline", settle, [&] { OnEightThreads(writers, &Writer::UseBaseline); }},
+               {"baseline, once more", settle, [&] { OnEightThreads(writers, &Writer::UseBaseline); }},
                {"library", settle, [&] { OnEightThreads(writers, &Writer::UseLibrary); }}});
 }

@@ -1,17 +1,17 @@
-// InsertLogData against the same statements sent by hand with text made beforehand, and against other
-// libraries, over the size of a batch:
-//   insert_history [SIZE COUNT]...     batches of a size, and how many a turn
+// InsertLogData compared with hand-written libpq code that sends the same statements with text made
+// beforehand, and with other libraries, for several batch sizes:
+//   insert_history [SIZE COUNT]...     batch size, and batches per turn
 
 #include "BenchServer.h"
 #include "Paired.h"
 #include "Plant.h"
-#include "floor/ByHand.h"
+#include "baseline/Baseline.h"
 #include "peers/Peer.h"
 
 namespace {
 
 constexpr std::size_t kTags = 1000;
-constexpr std::size_t kMostByPeers = 100000;  // samples a turn: row by row they take long
+constexpr std::size_t kMostByPeers = 100000;  // samples per turn; row by row more would take too long
 
 struct Batches {
   std::vector<std::vector<LogSample>> samples;
@@ -24,7 +24,7 @@ Batches MakeBatches(std::size_t size, std::size_t count) {
   for (std::size_t i = 0; i < count; ++i) {
     const auto first = all.begin() + static_cast<std::ptrdiff_t>(i * size);
     batches.samples.emplace_back(first, first + static_cast<std::ptrdiff_t>(size));
-    batches.pieces.push_back(hand::CopyPieces(batches.samples.back()));
+    batches.pieces.push_back(baseline::CopyPieces(batches.samples.back()));
   }
   return batches;
 }
@@ -35,20 +35,21 @@ void RaceBatches(bench::BenchServer& server, std::size_t size, std::size_t count
   const bench::Link link = server.Connect();
   const Batches batches = MakeBatches(size, count);
   const auto settle = [&] { server.Settle("datalog"); };
-  const auto byHand = [&] {
-    for (const auto& batch : batches.pieces) hand::InsertHistory(link.get(), batch);
+  const auto overLibpq = [&] {
+    for (const auto& batch : batches.pieces) baseline::InsertHistory(link.get(), batch);
   };
   const auto library = [&] {
     for (const auto& batch : batches.samples) bench::Require(dbms->InsertLogData(batch), "InsertLogData");
   };
   const auto copied = [&] {
     for (const auto& batch : batches.pieces) {
-      hand::CopyHistory(link.get(), batch);
+      baseline::CopyHistory(link.get(), batch);
       bench::Run(link.get(), "ROLLBACK");
     }
   };
-  std::vector<bench::Contender> contenders = {
-      {"by hand", settle, byHand}, {"library", settle, library}, {"copied, not moved", settle, copied}};
+  std::vector<bench::Contender> contenders = {{"baseline", settle, overLibpq},
+                                              {"library", settle, library},
+                                              {"copied to staging only", settle, copied}};
   const auto others = peers::AllPeers(server);
   for (const auto& one : others) {
     if (size * count > kMostByPeers) break;

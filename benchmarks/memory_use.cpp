@@ -1,4 +1,4 @@
-// The memory that an operation takes beside what its caller holds; a process of its own for each figure:
+// Measures the memory that an operation needs beyond its caller's data, one figure per process:
 //   memory_use insert|read COUNT
 
 #include <fstream>
@@ -15,7 +15,7 @@ constexpr std::size_t kTags = 1000;
 constexpr double kKilobytesPerMebibyte = 1024;
 constexpr std::int64_t kStart = bench::kPlantStartMs / 1000;
 
-// A figure of this process, in MiB.
+// A value of /proc/self/status, in MiB.
 double Status(const std::string& name) {
   std::ifstream file("/proc/self/status");
   for (std::string line; std::getline(file, line);) {
@@ -24,7 +24,7 @@ double Status(const std::string& name) {
   return 0;
 }
 
-// Measures the peak from now on; gives what is in use now.
+// Resets the peak; returns what is in use now.
 double StartMeasuring() {
   std::ofstream("/proc/self/clear_refs") << "5";
   return Status("VmRSS");

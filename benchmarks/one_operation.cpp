@@ -1,7 +1,7 @@
-// One operation, once, for a profiler that shows or counts what the client does of it:
-//   one_operation insert|read|alarms|system_log|delete|report library|hand
+// Runs one operation once, for a profiler of the client:
+//   one_operation insert|read|alarms|system_log|delete|report library|baseline
 //
-// Everything of interest happens below bench::Profiled. Writes how many things the operation did.
+// Profile what bench::Profiled calls. Prints how many things the operation did.
 
 #include <iostream>
 #include <string_view>
@@ -9,7 +9,7 @@
 #include "BenchServer.h"
 #include "Paired.h"
 #include "Plant.h"
-#include "floor/ByHand.h"
+#include "baseline/Baseline.h"
 
 namespace bench {
 
@@ -25,10 +25,10 @@ constexpr std::size_t kCalls = 1000;
 constexpr std::size_t kReportRows = 3000;
 constexpr std::int64_t kStart = bench::kPlantStartMs / 1000;
 
-// The work of the library and by hand, and how many things it does.
+// An operation done by the library and by the baseline, and how many things (rows, samples, calls) each does.
 struct Operation {
   std::size_t things;
-  std::function<void()> library, hand;
+  std::function<void()> library, overLibpq;
 };
 
 class Operations {
@@ -41,18 +41,18 @@ class Operations {
 
   Operation Insert() {
     samples_ = bench::PlantSamples(kSamples, kTags, bench::Values::TenDigits, bench::Order::ByCycle);
-    pieces_ = hand::CopyPieces(samples_);
+    pieces_ = baseline::CopyPieces(samples_);
     return {kSamples, [this] { bench::Require(dbms_->InsertLogData(samples_), "InsertLogData"); },
-            [this] { hand::InsertHistory(link_.get(), pieces_); }};
+            [this] { baseline::InsertHistory(link_.get(), pieces_); }};
   }
 
   Operation Read() {
     Insert().library();
     for (std::size_t tag = 0; tag < kTags; ++tag) data_[bench::TagName(tag)];
     const std::int64_t end = kStart + static_cast<std::int64_t>(kSamples);
-    query_ = hand::HistoryQuery(kStart, end, data_);
+    query_ = baseline::HistoryQuery(kStart, end, data_);
     return {kSamples, [this, end] { bench::Require(dbms_->GetLogData(kStart, end, data_), "GetLogData"); },
-            [this] { hand::ReadHistory(link_.get(), query_, hand::Rows::OneByOne, data_); }};
+            [this] { baseline::ReadHistory(link_.get(), query_, baseline::Rows::OneByOne, data_); }};
   }
 
   Operation Alarms() {
@@ -68,7 +68,7 @@ class Operations {
             [this] {
               bench::Require(dbms_->GetAllAlarmData(kStart, kStart + 100000, alarms_), "GetAllAlarmData");
             },
-            [this] { hand::ReadAlarms(link_.get(), query_, hand::Rows::OneByOne, alarms_); }};
+            [this] { baseline::ReadAlarms(link_.get(), query_, baseline::Rows::OneByOne, alarms_); }};
   }
 
   Operation SystemLog() {
@@ -76,12 +76,12 @@ class Operations {
       records_.push_back({bench::kPlantStartMs + static_cast<std::int64_t>(i), 1, 2, 3, 4, L"operator",
                           L"Connection to controller 17 lost"});
     }
-    many_ = hand::SystemLogParameters(records_);
-    hand::Prepare(link_.get(), "log", "insert into system_log values (to_timestamp($1),$2,$3,$4,$5,$6,$7)",
-                  many_.front());
+    many_ = baseline::SystemLogParameters(records_);
+    baseline::Prepare(link_.get(), "log",
+                      "insert into system_log values (to_timestamp($1),$2,$3,$4,$5,$6,$7)", many_.front());
     return {kCalls, [this] { bench::Require(dbms_->InsertSystemLog(records_) == kCalls, "InsertSystemLog"); },
             [this] {
-              for (const auto& one : many_) hand::RunPrepared(link_.get(), "log", one);
+              for (const auto& one : many_) baseline::RunPrepared(link_.get(), "log", one);
             }};
   }
 
@@ -89,26 +89,26 @@ class Operations {
     parameters_.Add(std::wstring(L"mixer"));
     parameters_.Add(std::wstring(L"light"));
     parameters_.Finish();
-    hand::Prepare(link_.get(), "recipe", "delete from recipe where model_name = $1 and name = $2",
-                  parameters_);
+    baseline::Prepare(link_.get(), "recipe", "delete from recipe where model_name = $1 and name = $2",
+                      parameters_);
     return {kCalls,
             [this] {
               for (std::size_t i = 0; i < kCalls; ++i) dbms_->DeleteRecipe(L"mixer", L"light");
             },
             [this] {
               for (std::size_t i = 0; i < kCalls; ++i) {
-                hand::RunPrepared(link_.get(), "recipe", parameters_);
+                baseline::RunPrepared(link_.get(), "recipe", parameters_);
               }
             }};
   }
 
   Operation Report() {
     for (std::size_t i = 0; i < kReportRows; ++i) rows_.emplace_back().tag_name = bench::TagName(i);
-    parameters_ = hand::ReportParameters(rows_);
-    query_ = hand::ReportStatement("report_data_analog_hour", kReportRows);
+    parameters_ = baseline::ReportParameters(rows_);
+    query_ = baseline::ReportStatement("report_data_analog_hour", kReportRows);
     return {kReportRows,
             [this] { bench::Require(dbms_->InsertReportAnalogData(L"hour", rows_), "the report"); },
-            [this] { hand::RunWith(link_.get(), query_, parameters_); }};
+            [this] { baseline::RunWith(link_.get(), query_, parameters_); }};
   }
 
  private:
@@ -118,12 +118,12 @@ class Operations {
 
   std::vector<LogSample> samples_;
   std::vector<std::string> pieces_;
-  hand::History data_;
+  baseline::History data_;
   std::string query_;
   std::vector<AlarmRecord> alarms_;
   std::vector<SystemLogRecord> records_;
-  std::vector<hand::Parameters> many_;
-  hand::Parameters parameters_;
+  std::vector<baseline::Parameters> many_;
+  baseline::Parameters parameters_;
   std::vector<ReportAnalogData> rows_;
 };
 
@@ -140,9 +140,9 @@ Operation Chosen(Operations& operations, std::string_view name) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  bench::Require(argc == 3, "one_operation insert|read|alarms|system_log|delete|report library|hand");
+  bench::Require(argc == 3, "one_operation insert|read|alarms|system_log|delete|report library|baseline");
   Operations operations;
   const Operation operation = Chosen(operations, argv[1]);
-  bench::Profiled(std::string_view(argv[2]) == "library" ? operation.library : operation.hand);
+  bench::Profiled(std::string_view(argv[2]) == "library" ? operation.library : operation.overLibpq);
   std::cout << operation.things << '\n';
 }

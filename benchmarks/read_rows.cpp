@@ -1,4 +1,5 @@
-// The queries that return many rows, against loops by hand and other libraries, all into the same containers:
+// The queries that return many rows, compared with hand-written libpq loops and with other libraries. All
+// fill the same containers:
 //   read_rows [history|alarms|reports|user_logs]...
 
 #include <algorithm>
@@ -6,7 +7,7 @@
 #include "BenchServer.h"
 #include "Paired.h"
 #include "Plant.h"
-#include "floor/ByHand.h"
+#include "baseline/Baseline.h"
 #include "peers/Peer.h"
 
 namespace {
@@ -36,8 +37,8 @@ void Fill(bench::BenchServer& server, const std::string& table, std::size_t rows
   server.Run("vacuum analyze " + table);
 }
 
-// The library, a loop by hand in both forms, and the peers take turns at filling one container. What that
-// needs at least is taken apart by two more: one throws the rows away, one leaves them at the server.
+// The library, hand-written libpq loops and the other libraries fill the same container in turns. Two more
+// contenders show where the time goes: one discards the rows, the other does not let the server send them.
 template <class Container>
 struct Query {
   std::string name;
@@ -46,7 +47,7 @@ struct Query {
   std::function<Container()> empty;
   std::function<std::size_t(const Container&)> count;
   std::function<bool(Container&)> library;
-  std::function<void(hand::Rows, Container&)> byHand;
+  std::function<void(baseline::Rows, Container&)> overLibpq;
   std::function<void(peers::Peer&, Container&)> peer;
 
   void Race(PGconn* link, const std::vector<std::unique_ptr<peers::Peer>>& all) const {
@@ -60,15 +61,15 @@ struct Query {
                               check();
                             }});
     };
-    add("by hand, row by row", [&] { byHand(hand::Rows::OneByOne, data); });
-    add("by hand, whole result", [&] { byHand(hand::Rows::AllAtOnce, data); });
+    add("baseline, row by row", [&] { overLibpq(baseline::Rows::OneByOne, data); });
+    add("baseline, whole result", [&] { overLibpq(baseline::Rows::AllAtOnce, data); });
     add("library", [&] { bench::Require(library(data), name); });
     for (const auto& one : all) add(one->Name(), [&, who = one.get()] { peer(*who, data); });
-    contenders.push_back({"rows thrown away", nullptr, [&] {
-                            bench::Require(hand::CountRows(link, text) == rows, name + " read all rows");
+    contenders.push_back({"rows discarded", nullptr, [&] {
+                            bench::Require(baseline::CountRows(link, text) == rows, name + " read all rows");
                           }});
-    contenders.push_back({"rows left at the server", nullptr,
-                          [&] { bench::Run(link, "explain (analyze, timing off) " + text); }});
+    contenders.push_back(
+        {"rows not sent", nullptr, [&] { bench::Run(link, "explain (analyze, timing off) " + text); }});
     bench::Race({name, rows}, contenders);
   }
 };
@@ -97,17 +98,19 @@ class Queries {
     bench::Require(dbms_->CreateLogTable(0), "datalog");
     Fill(server_, "datalog", kHistoryRows,
          "to_timestamp(1700000000 + i / 1000), " + std::string(kTag) + ", random() * 500");
-    const auto wanted = [] { return Wanted<hand::History>(kHistoryTags); };
-    const std::string query = hand::HistoryQuery(kStart, kEnd, wanted());
-    Query<hand::History>{
+    const auto wanted = [] { return Wanted<baseline::History>(kHistoryTags); };
+    const std::string query = baseline::HistoryQuery(kStart, kEnd, wanted());
+    Query<baseline::History>{
         "GetLogData",
         kHistoryRows,
         query,
         wanted,
-        RowsIn<hand::History>,
-        [&](hand::History& data) { return dbms_->GetLogData(kStart, kEnd, data); },
-        [&](hand::Rows rows, hand::History& data) { hand::ReadHistory(link_.get(), query, rows, data); },
-        [&](peers::Peer& peer, hand::History& data) { peer.ReadHistory(query, data); },
+        RowsIn<baseline::History>,
+        [&](baseline::History& data) { return dbms_->GetLogData(kStart, kEnd, data); },
+        [&](baseline::Rows rows, baseline::History& data) {
+          baseline::ReadHistory(link_.get(), query, rows, data);
+        },
+        [&](peers::Peer& peer, baseline::History& data) { peer.ReadHistory(query, data); },
     }
         .Race(link_.get(), peers_);
   }
@@ -128,7 +131,9 @@ class Queries {
         [&](Records& records) {
           return dbms_->GetAlarmData(kStart, kEnd, 7, 0x1FFF, -2, -1, {}, {}, records);
         },
-        [&](hand::Rows rows, Records& records) { hand::ReadAlarms(link_.get(), kAlarmQuery, rows, records); },
+        [&](baseline::Rows rows, Records& records) {
+          baseline::ReadAlarms(link_.get(), kAlarmQuery, rows, records);
+        },
         [&](peers::Peer& peer, Records& records) { peer.ReadAlarms(kAlarmQuery, records); },
     }
         .Race(link_.get(), peers_);
@@ -144,21 +149,23 @@ class Queries {
             "random() * 500, random() * 500, random() * 500, random() * 500, " +
             time + ", random() * 500, " + time + ", random() * 500, random() * 500, random() * 500, " + time +
             ", random() * 500, " + time);
-    const auto wanted = [] { return Wanted<hand::Reports>(kReportTags); };
+    const auto wanted = [] { return Wanted<baseline::Reports>(kReportTags); };
     std::string query = "select * from report_data_analog_hour where tag_name in (";
     for (const auto& [tag, rows] : wanted()) query += "'" + peers::Narrow(tag) + "',";
     query.back() = ')';
     query +=
         " and time between to_timestamp(1700000000) and to_timestamp(1800000000) order by tag_name, time";
-    Query<hand::Reports>{
+    Query<baseline::Reports>{
         "GetReportAnalogData",
         kRows,
         query,
         wanted,
-        RowsIn<hand::Reports>,
-        [&](hand::Reports& data) { return dbms_->GetReportAnalogData(L"hour", kStart, kEnd, data); },
-        [&](hand::Rows rows, hand::Reports& data) { hand::ReadReports(link_.get(), query, rows, data); },
-        [&](peers::Peer& peer, hand::Reports& data) { peer.ReadReports(query, data); },
+        RowsIn<baseline::Reports>,
+        [&](baseline::Reports& data) { return dbms_->GetReportAnalogData(L"hour", kStart, kEnd, data); },
+        [&](baseline::Rows rows, baseline::Reports& data) {
+          baseline::ReadReports(link_.get(), query, rows, data);
+        },
+        [&](peers::Peer& peer, baseline::Reports& data) { peer.ReadReports(query, data); },
     }
         .Race(link_.get(), peers_);
   }
@@ -178,8 +185,8 @@ class Queries {
         [] { return Records(); },
         [](const Records& records) { return records.size(); },
         [&](Records& records) { return dbms_->GetUserLogData(L"batch", kStart, kEnd, L"", {}, records); },
-        [&](hand::Rows rows, Records& records) {
-          hand::ReadUserLogs(link_.get(), kUserLogQuery, rows, records);
+        [&](baseline::Rows rows, Records& records) {
+          baseline::ReadUserLogs(link_.get(), kUserLogQuery, rows, records);
         },
         [&](peers::Peer& peer, Records& records) { peer.ReadUserLogs(kUserLogQuery, records); },
     }

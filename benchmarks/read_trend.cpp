@@ -1,7 +1,7 @@
-// ReadTrend against the best statement for each range over libpq: over datalog_1h and datalog_1m with
-// TimescaleDB, over datalog without it. One tag has a sample a second; the others, a thousand in all, one an
-// hour, and one a second during the last ten minutes:
-//   read_trend [DAYS]     of history; 30 unless given
+// ReadTrend compared with the best single statement for each range, run over libpq: on datalog_1h and
+// datalog_1m with TimescaleDB, on datalog without it. One tag has a sample per second. The other 999 have one
+// per hour, and one per second during the last ten minutes.
+//   read_trend [DAYS]     of history, default 30
 
 #include "BenchServer.h"
 #include "Paired.h"
@@ -45,7 +45,7 @@ void Refresh(bench::BenchServer& server) {
 struct Stretch {
   const char* name;
   std::chrono::minutes length;
-  const char* aggregate;  // that is long enough for the buckets
+  const char* aggregate;  // the coarsest one finer than the buckets; empty: none
 };
 
 std::string BaselineStatement(const Stretch& stretch, bool timescale, std::int64_t from, std::int64_t to) {
@@ -81,8 +81,7 @@ void Compare(bench::BenchServer& server, const Stretch& stretch, bool timescale)
                 }}});
 }
 
-// What an index of tag names costs those who write: a second of a thousand tags at a time, at the end of the
-// table.
+// What an index on (tag_name, time) costs a writer who appends batches of one second of a thousand tags.
 void CompareInserts(bench::BenchServer& server) {
   constexpr int kBatches = 100;
   constexpr std::size_t kTags = 1000;

@@ -3,7 +3,7 @@
 #include "BenchServer.h"
 #include "Paired.h"
 #include "Plant.h"
-#include "floor/ByHand.h"
+#include "baseline/Baseline.h"
 
 namespace {
 
@@ -20,46 +20,47 @@ std::vector<SystemLogRecord> Records() {
 
 void RaceSystemLog(bench::BenchServer& server, Dbms& dbms, PGconn* link) {
   const auto records = Records();
-  const auto parameters = hand::SystemLogParameters(records);
-  hand::Prepare(link, "log", "insert into system_log values (to_timestamp($1),$2,$3,$4,$5,$6,$7)",
-                parameters.front());
+  const auto parameters = baseline::SystemLogParameters(records);
+  baseline::Prepare(link, "log", "insert into system_log values (to_timestamp($1),$2,$3,$4,$5,$6,$7)",
+                    parameters.front());
   const auto settle = [&] { server.Settle("system_log"); };
   bench::Race({"InsertSystemLog", kCalls},
-              {{"by hand", settle,
+              {{"baseline", settle,
                 [&] {
-                  for (const auto& one : parameters) hand::RunPrepared(link, "log", one);
+                  for (const auto& one : parameters) baseline::RunPrepared(link, "log", one);
                 }},
                {"library", settle,
                 [&] { bench::Require(dbms.InsertSystemLog(records) == kCalls, "InsertSystemLog"); }}});
 }
 
-// A statement that finds nothing to do, so that only the way to the server and back is measured. Both
-// sessions store history between the turns, as those of recorders do.
+// The statement deletes no row, so that little more than the round trip is measured. Both sessions store
+// history between the turns, as the session of a data logger does.
 void RaceDeleteRecipe(Dbms& dbms, PGconn* link) {
   const auto samples = bench::PlantSamples(1000, 1000, bench::Values::TenDigits, bench::Order::ByCycle);
-  const auto pieces = hand::CopyPieces(samples);
+  const auto pieces = baseline::CopyPieces(samples);
   const auto store = [&] { bench::Require(dbms.InsertLogData(samples), "InsertLogData"); };
-  const auto storeByHand = [&] { hand::InsertHistory(link, pieces); };
+  const auto storeOverLibpq = [&] { baseline::InsertHistory(link, pieces); };
   bench::Require(dbms.CreateRecipeTable(), "recipe");
   constexpr char kDelete[] = "delete from recipe where model_name = $1 and name = $2";
-  hand::Parameters parameters;
+  baseline::Parameters parameters;
   parameters.Add(std::wstring(L"mixer"));
   parameters.Add(std::wstring(L"light"));
   parameters.Finish();
-  hand::Prepare(link, "recipe", kDelete, parameters);
+  baseline::Prepare(link, "recipe", kDelete, parameters);
   const auto tenThousand = [](auto call) {
     return [call] {
       for (std::size_t i = 0; i < kCalls; ++i) call();
     };
   };
-  const auto prepared = [&] { hand::RunPrepared(link, "recipe", parameters); };
+  const auto prepared = [&] { baseline::RunPrepared(link, "recipe", parameters); };
   const auto library = [&] { bench::Require(dbms.DeleteRecipe(L"mixer", L"light"), "DeleteRecipe"); };
-  const auto parsed = [&] { hand::RunWith(link, kDelete, parameters); };
+  const auto parsed = [&] { baseline::RunWith(link, kDelete, parameters); };
   const auto nothing = [&] { PQclear(PQexec(link, "")); };
-  bench::Race({"DeleteRecipe", 1, kCalls}, {{"by hand", storeByHand, tenThousand(prepared)},
-                                            {"library", store, tenThousand(library)},
-                                            {"by hand, parsed each time", storeByHand, tenThousand(parsed)},
-                                            {"nothing asked", nullptr, tenThousand(nothing)}});
+  bench::Race({"DeleteRecipe", 1, kCalls},
+              {{"baseline", storeOverLibpq, tenThousand(prepared)},
+               {"library", store, tenThousand(library)},
+               {"baseline, parsed each time", storeOverLibpq, tenThousand(parsed)},
+               {"empty statement", nullptr, tenThousand(nothing)}});
 }
 
 void RaceReportRows(bench::BenchServer& server, Dbms& dbms, PGconn* link, std::size_t count) {
@@ -72,11 +73,11 @@ void RaceReportRows(bench::BenchServer& server, Dbms& dbms, PGconn* link, std::s
     row.count = 60;
     row.sum = row.avg = row.last = row.max = 100.0 / 3 * static_cast<double>(i);
   }
-  const auto parameters = hand::ReportParameters(rows);
-  const auto statement = hand::ReportStatement("report_data_analog_hour", count);
+  const auto parameters = baseline::ReportParameters(rows);
+  const auto statement = baseline::ReportStatement("report_data_analog_hour", count);
   const auto settle = [&] { server.Settle("report_data_analog_hour"); };
   bench::Race({"InsertReportAnalogData", count},
-              {{"by hand", settle, [&] { hand::RunWith(link, statement, parameters); }},
+              {{"baseline", settle, [&] { baseline::RunWith(link, statement, parameters); }},
                {"library", settle, [&] {
                   bench::Require(dbms.InsertReportAnalogData(L"hour", rows), "InsertReportAnalogData");
                 }}});

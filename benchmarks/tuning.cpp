@@ -1,4 +1,4 @@
-// What settings of the server do for the bulk insert: databases with one setting each take turns.
+// Measures how settings of the server affect the bulk insert. Databases with one setting each take turns.
 //   tuning [settings] [checkpoints]
 
 #include <algorithm>
@@ -10,10 +10,11 @@
 namespace {
 
 constexpr std::size_t kTags = 1000;
-constexpr std::size_t kSustained = 3000000;  // samples that do not fit between two checkpoints as delivered
+constexpr std::size_t kSustained =
+    3000000;  // samples; too many for one checkpoint interval with the default max_wal_size
 constexpr std::size_t kBatch = 100000;
 
-// A database, and what is special about it.
+// A database with one setting that is not the default.
 class Plant {
  public:
   Plant(const std::string& number, const std::string& locale, const std::string& setting)
@@ -48,7 +49,7 @@ void RaceSettings() {
     std::string name, locale, setting;
   };
   const std::vector<Choice> choices = {
-      {"as delivered", "", ""},
+      {"default settings", "", ""},
       {"work_mem 256 MB", "", "work_mem = '256MB'"},
       {"temp_buffers 256 MB", "", "temp_buffers = '256MB'"},
       {"synchronous_commit off", "", "synchronous_commit = off"},
@@ -70,7 +71,7 @@ void RaceSettings() {
   }
 }
 
-// Server-wide, so that the turns change it.
+// max_wal_size is server-wide, so each turn sets it.
 void RaceCheckpoints() {
   Plant plant("wal", "", "");
   const auto batches = Batches(kBatch, kSustained / kBatch);
@@ -84,7 +85,7 @@ void RaceCheckpoints() {
   const auto insert = [&] { plant.Insert(batches); };
   bench::Race(
       {"checkpoints, InsertLogData", kBatch, batches.size()},
-      {{"max_wal_size 1 GB, as delivered", with("1GB"), insert}, {"max_wal_size 8 GB", with("8GB"), insert}});
+      {{"max_wal_size 1 GB, the default", with("1GB"), insert}, {"max_wal_size 8 GB", with("8GB"), insert}});
 }
 
 }  // namespace

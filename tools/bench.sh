@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# Measures the library against the same work done by hand over libpq, on a private PostgreSQL:
+# Compares the library with hand-written libpq code that does the same work, on a private PostgreSQL:
 #
 #   tools/bench.sh [--rounds N] [--timescale VERSION] [PROGRAM]...
 #
-# installs what is missing, builds, and runs the programs of benchmarks/ (all, or those named). The ways to do a thing
-# take turns, N times each (9); the figures are medians, the last column is the ratio to the first way of the same
-# round. A machine that does something else meanwhile disturbs the times, less the ratios. --timescale keeps the tables
-# in that release of TimescaleDB, which the server has to offer.
+# Installs what is missing, builds, and runs the programs of benchmarks/ (all, or those named). The contenders take
+# turns, N rounds (default 9). Times are medians; the last column is the ratio to the first contender of the same round.
+# Other work on the machine disturbs the times more than the ratios. --timescale uses hypertables of that TimescaleDB
+# version, which the server must offer.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 root=$(dirname "$here")
@@ -57,8 +57,8 @@ say "building"
 run_quietly "$folder.configure.log" cmake -S "$root" --preset bench
 run_quietly "$folder.build.log" cmake --build "$folder"
 
-# Durable as delivered. What would fall into one turn and not into another is kept out: the programs ask for
-# checkpoints between the turns, and for vacuum where they need it.
+# Durable, as by default. Checkpoints and autovacuum would disturb single turns, so the programs request them between
+# the turns.
 server_start "$root/build" max_wal_size=8GB checkpoint_timeout=1h autovacuum=off
 export DBMSAPI_TEST_HOST=$SERVER_HOST DBMSAPI_TEST_PORT=$SERVER_PORT
 export DBMSAPI_TEST_USER=$SERVER_USER DBMSAPI_TEST_PASSWORD=$SERVER_PASSWORD
@@ -71,4 +71,4 @@ for program in "${programs[@]}"; do
   run_program "$program"
 done
 echo
-printf 'load        %s (when all was measured)\n' "$(machine_load)"
+printf 'load        %s (after the last measurement)\n' "$(machine_load)"

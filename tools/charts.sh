@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Draws the charts of docs/performance/ from what tools/bench.sh has measured last:
+# Draws the charts of docs/performance/ from the last results of tools/bench.sh:
 #
 #   tools/charts.sh
 set -euo pipefail
@@ -16,18 +16,18 @@ for file in insert_history.tsv read_rows.tsv copy_text.csv; do
 done
 mkdir -p "$charts"
 
-# draw FILE KIND TITLE SUBTITLE [UNIT]: of the lines on standard input.
+# draw FILE KIND TITLE SUBTITLE [UNIT]: draws the data on standard input.
 draw() {
   awk -v kind="$2" -v title="$3" -v subtitle="$4" -v unit="${5:-}" -f "$here/lib/chart.awk" >"$charts/$1"
   say "docs/performance/$1"
 }
 
-# The bulk insert: contender, size of a batch, samples a turn, seconds, processor seconds. A size was measured more than
-# once where contenders differ in how much they can do; the first counts. Results are: subject, size, times, contender,
-# seconds, ratio, processor seconds.
+# The bulk insert: contender, batch size, samples per turn, seconds, processor seconds. Some sizes were measured twice,
+# since slow contenders take part only in the smaller runs; the first result counts. Lines of results: subject, size,
+# times, contender, seconds, ratio, processor seconds.
 inserts() {
-  awk -F'\t' -v OFS='\t' '$4 !~ /^copied/ && !(($2, $4) in told) {
-      told[$2, $4] = 1
+  awk -F'\t' -v OFS='\t' '$4 !~ /^copied/ && !(($2, $4) in seen) {
+      seen[$2, $4] = 1
       print $4, $2, $2 * $3, $5, $7
     }' "$results/insert_history.tsv" | sort -t "$tab" -k2,2n -s
 }
@@ -44,14 +44,14 @@ text_costs() {
 
 inserts | awk -F'\t' -v OFS='\t' '{ print $1, $2, $3 / $4 }' |
   draw insert.svg lines 'Samples stored per second' \
-    'over the samples of a batch; 1,000 tags, PostgreSQL on the same machine'
+    'by batch size; 1,000 tags, PostgreSQL on the same machine'
 
 {
-  inserts | awk -F'\t' -v OFS='\t' '$1 == "library" || $1 == "by hand" { print $1, $2, $5 / $3 * 1e9 }'
+  inserts | awk -F'\t' -v OFS='\t' '$1 == "library" || $1 == "baseline" { print $1, $2, $5 / $3 * 1e9 }'
   text_costs
 } | sort -t "$tab" -k2,2n -s |
   draw cost.svg lines 'Nanoseconds of the client for a sample' \
-    'over the samples of a batch; by hand and library with all statements, by hand the text is made beforehand'
+    'by batch size; baseline and library run all statements, and the text of the baseline is made beforehand'
 
 awk -F'\t' -v OFS='\t' '$4 !~ /^rows/ { print $4, $1 ", " $2 " rows", $2 / $5 / 1e6 }' "$results/read_rows.tsv" |
   draw queries.svg bars 'Rows read per second' 'in millions, into the same containers' ' M'

@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
-# Counts the instructions that the client spends on an operation, by hand and in the library, by valgrind: unlike a
-# time, nearly the same on every run and machine. For the library it lists the functions that spend them.
+# Counts the instructions that the client executes for an operation, in hand-written libpq code (the baseline) and in
+# the library, with valgrind. Unlike times they are nearly the same on every run and machine. For the library it lists
+# the functions that execute most.
 #
 #   tools/count_instructions.sh [insert|read|alarms|system_log|delete|report]...
 #
-# The server's work and the insides of system calls are not counted. Needs what tools/bench.sh has installed and built.
+# Work of the server and of the kernel is not counted. Run tools/bench.sh first: it installs and builds what this needs.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 root=$(dirname "$here")
@@ -17,13 +18,13 @@ root=$(dirname "$here")
 
 program=$root/build/bench/benchmarks/one_operation
 profile=$root/build/bench/callgrind.out
-functions=8  # to be listed
+functions=8  # in the list
 operations=(insert read alarms system_log delete report)
 [ $# -eq 0 ] || operations=("$@")
 command -v valgrind >/dev/null || die "needs valgrind"
 [ -x "$program" ] || die "run tools/bench.sh first"
 
-# profile OPERATION WHO: leaves the profile; writes how many things the operation has done.
+# profile OPERATION library|baseline: writes the profile; prints how many things the operation did.
 profile() {
   local log=$root/build/bench/callgrind.log
   valgrind --tool=callgrind --callgrind-out-file="$profile" --collect-atstart=no \
@@ -33,7 +34,7 @@ profile() {
 # total THINGS: instructions per thing.
 total() { awk -v things="$1" '/^(summary|totals):/ { printf "%.0f", $2 / things; exit }' "$profile"; }
 
-# by_function THINGS: those that spend most.
+# by_function THINGS: the functions that execute most.
 by_function() {
   callgrind_annotate --auto=no --threshold=100 "$profile" | awk -v things="$1" -f "$here/lib/instructions.awk" |
     sort -rn | sed -n "1,${functions}p" | awk -F'\t' '{ printf "%12.0f  %s\n", $1, $2 }'
@@ -45,9 +46,9 @@ export DBMSAPI_TEST_USER=$SERVER_USER DBMSAPI_TEST_PASSWORD=$SERVER_PASSWORD
 
 echo "instructions per sample, row, record or call"
 for operation in "${operations[@]}"; do
-  things=$(profile "$operation" hand)
-  by_hand=$(total "$things")
+  things=$(profile "$operation" baseline)
+  baseline=$(total "$things")
   things=$(profile "$operation" library)
-  printf '\n%s: library %s, by hand %s\n' "$operation" "$(total "$things")" "$by_hand"
+  printf '\n%s: library %s, baseline %s\n' "$operation" "$(total "$things")" "$baseline"
   by_function "$things"
 done

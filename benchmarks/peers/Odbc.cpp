@@ -1,4 +1,4 @@
-// ODBC by PostgreSQL's driver: columns and parameters bound in arrays.
+// ODBC with PostgreSQL's driver. Columns and parameters are bound in arrays.
 
 #include <sql.h>
 #include <sqlext.h>
@@ -57,7 +57,7 @@ SQLCHAR* Characters(const std::string& text) {
 
 SQLPOINTER Attribute(std::size_t value) { return reinterpret_cast<SQLPOINTER>(value); }
 
-// A statement with its columns.
+// A statement and its bound columns.
 class Statement {
  public:
   explicit Statement(SQLHDBC connection) : connection_(connection) {
@@ -74,7 +74,7 @@ class Statement {
   void Bind(Integers& column) { BindColumn(SQL_C_SLONG, column.values.data(), 0, nullptr); }
   void Bind(Times& column) { BindColumn(SQL_C_TYPE_TIMESTAMP, column.values.data(), 0, nullptr); }
 
-  // Runs a query and calls `take` with each row's place in the columns.
+  // Runs a query and calls `take` with the index of each row in the bound arrays.
   template <class Take, class... Columns>
   void ForEachRow(const std::string& query, Take take, Columns&... columns) {
     (Bind(columns), ...);
@@ -122,7 +122,7 @@ class Odbc : public Peer {
 
   std::string Name() const override { return "ODBC"; }
 
-  void ReadHistory(const std::string& query, hand::History& data) override {
+  void ReadHistory(const std::string& query, baseline::History& data) override {
     Texts tag;
     Doubles time, value;
     Statement(connection_)
@@ -149,7 +149,7 @@ class Odbc : public Peer {
             time, tag, value, label, status, type, level, zone, occurred, freed);
   }
 
-  void ReadReports(const std::string& query, hand::Reports& data) override {
+  void ReadReports(const std::string& query, baseline::Reports& data) override {
     Times time, minTime, maxTime, diffMinTime, diffMaxTime;
     Texts tag;
     Integers count;

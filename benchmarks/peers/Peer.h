@@ -5,9 +5,9 @@
 #include <vector>
 
 #include "../BenchServer.h"
-#include "../floor/ByHand.h"
+#include "../baseline/Baseline.h"
 
-// Other libraries over PostgreSQL doing the same work, each in the fastest way that its manual shows.
+// Other libraries that do the same work, each in the fastest way that its manual shows.
 
 namespace peers {
 
@@ -18,17 +18,17 @@ class Peer {
   virtual std::string Name() const = 0;
 
   // Queries into the library's containers.
-  virtual void ReadHistory(const std::string& query, hand::History& data) = 0;
+  virtual void ReadHistory(const std::string& query, baseline::History& data) = 0;
   virtual void ReadAlarms(const std::string& query, std::vector<AlarmRecord>& records) = 0;
-  virtual void ReadReports(const std::string& query, hand::Reports& data) = 0;
+  virtual void ReadReports(const std::string& query, baseline::Reports& data) = 0;
   virtual void ReadUserLogs(const std::string& query, std::vector<UserLogRow>& records) = 0;
 
-  // Stores samples in one transaction, those that are stored already left out: by COPY where the library has
-  // it, else by its bulk form of a prepared insert.
+  // Stores samples in one transaction and skips those already stored. Uses COPY where the library has it,
+  // else its bulk form of a prepared insert.
   virtual void InsertHistory(const std::vector<LogSample>& samples) = 0;
 };
 
-// Those that were found when the project was built, connected.
+// The libraries that were found when this was configured, connected.
 std::vector<std::unique_ptr<Peer>> AllPeers(const bench::BenchServer& server);
 
 std::unique_ptr<Peer> MakePqxx(const bench::BenchServer& server);
@@ -42,6 +42,6 @@ inline std::string Narrow(const std::wstring& text) { return {text.begin(), text
 
 inline constexpr char kInsertSample[] =
     "insert into datalog values(to_timestamp(:time), :name, :value) on conflict (time, tag_name) do nothing";
-inline constexpr std::size_t kRowsAtOnce = 1000;  // where rows are bound in arrays
+inline constexpr std::size_t kRowsAtOnce = 1000;  // for libraries that bind arrays
 
 }  // namespace peers

@@ -12,7 +12,7 @@ namespace {
 std::int64_t Milliseconds(const pqxx::field& field) {
   return static_cast<std::int64_t>(field.as<double>() * 1000);
 }
-std::int64_t Seconds(const pqxx::field& field) { return hand::LocalSeconds(field.c_str()); }
+std::int64_t Seconds(const pqxx::field& field) { return baseline::LocalSeconds(field.c_str()); }
 std::wstring Text(const pqxx::field& field) { return {field.c_str(), field.c_str() + field.size()}; }
 
 ReportAnalogData Report(const pqxx::row& row) {
@@ -44,7 +44,7 @@ class Pqxx : public Peer {
 
   std::string Name() const override { return "libpqxx"; }
 
-  void ReadHistory(const std::string& query, hand::History& data) override {
+  void ReadHistory(const std::string& query, baseline::History& data) override {
     pqxx::nontransaction work(connection_);
     for (const auto& row : work.exec(query)) {
       data[Text(row[0])].push_back({row[1].as<double>(), row[2].is_null() ? DBL_MAX : row[2].as<double>()});
@@ -60,7 +60,7 @@ class Pqxx : public Peer {
     }
   }
 
-  void ReadReports(const std::string& query, hand::Reports& data) override {
+  void ReadReports(const std::string& query, baseline::Reports& data) override {
     pqxx::nontransaction work(connection_);
     for (const auto& row : work.exec(query)) {
       ReportAnalogData one = Report(row);

@@ -14,7 +14,7 @@
 namespace peers {
 namespace {
 
-// Qt looks for its database driver by way of the application object.
+// Qt finds its database drivers only when an application object exists.
 void MakeApplication() {
   static int count = 1;
   static char name[] = "bench";
@@ -68,7 +68,7 @@ class Qt : public Peer {
 
   std::string Name() const override { return "Qt SQL"; }
 
-  void ReadHistory(const std::string& query, hand::History& data) override {
+  void ReadHistory(const std::string& query, baseline::History& data) override {
     QSqlQuery row = Run(query);
     while (row.next()) {
       const QVariant value = row.value(2);
@@ -86,7 +86,7 @@ class Qt : public Peer {
     }
   }
 
-  void ReadReports(const std::string& query, hand::Reports& data) override {
+  void ReadReports(const std::string& query, baseline::Reports& data) override {
     QSqlQuery row = Run(query);
     while (row.next()) {
       ReportAnalogData one = Report(row);

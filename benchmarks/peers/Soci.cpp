@@ -23,7 +23,7 @@ std::int64_t Seconds(std::tm fields) {
   return std::mktime(&fields);
 }
 
-// Runs a prepared query and calls `take` with the number of rows that each fetch has put into the columns.
+// Runs a prepared query and calls `take` after each fetch, with the number of rows fetched.
 template <class Take, class... Columns>
 void FetchInto(soci::session& session, const std::string& query, Take take, Columns&... columns) {
   (columns.resize(kRowsAtOnce), ...);
@@ -45,7 +45,7 @@ class Soci : public Peer {
 
   std::string Name() const override { return "SOCI"; }
 
-  void ReadHistory(const std::string& query, hand::History& data) override {
+  void ReadHistory(const std::string& query, baseline::History& data) override {
     Column<std::string> tags(kRowsAtOnce);
     Column<double> times(kRowsAtOnce), values(kRowsAtOnce);
     Indicators given(kRowsAtOnce);
@@ -80,7 +80,7 @@ class Soci : public Peer {
         times, tags, values, labels, status, type, level, zone, occurred, freed);
   }
 
-  void ReadReports(const std::string& query, hand::Reports& data) override {
+  void ReadReports(const std::string& query, baseline::Reports& data) override {
     Column<std::tm> time, minTime, maxTime, diffMinTime, diffMaxTime;
     Column<std::string> tag;
     Column<int> count;

@@ -1,9 +1,9 @@
-# Draws a chart as SVG. Lines of input: series, x, y, separated by tabs.
+# Draws a chart as SVG from lines of: series, x, y, separated by tabs.
 #
 #   awk -v kind=lines -v title=... -v subtitle=... -f chart.awk    x on a logarithmic axis
 #   awk -v kind=bars  -v title=... -v subtitle=... -f chart.awk    x names a group of bars
 #
-# y is given in `unit`, and starts at 0.
+# The y axis starts at 0.
 
 BEGIN {
   FS = "\t"
@@ -30,7 +30,7 @@ END {
   print "</svg>"
 }
 
-# 1, 2 or 5 times a power of ten, not below a number.
+# The least 1, 2 or 5 times a power of ten that is not below `least`.
 function nice_step(least,   power) {
   power = 10 ^ int(log(least) / log(10) - (least < 1))
   if (least <= power) return power
@@ -58,10 +58,10 @@ function begin_svg() {
   text(left, 44, "start", 12, "#666666", subtitle)
 }
 
-# What the library is compared with in the first place is grey.
+# The baseline is grey.
 function color_for(name) {
   if (name == "library") return "#1f6fb4"
-  if (name ~ /^by hand/) return name ~ /whole/ ? "#b0b0b0" : "#7f7f7f"
+  if (name ~ /^baseline/) return name ~ /whole/ ? "#b0b0b0" : "#7f7f7f"
   return colors[others++ % count_colors + 1]
 }
 
@@ -92,7 +92,7 @@ function draw_lines(   y, s, x, points, at) {
   label_ends()
 }
 
-# The names are where the lines end, moved apart.
+# Writes each name at the end of its line, moved apart where they would overlap.
 function label_ends(   s, other, moved) {
   do {
     moved = 0

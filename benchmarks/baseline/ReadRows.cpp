@@ -5,9 +5,9 @@
 
 #include "../BenchServer.h"
 #include "../Paired.h"
-#include "ByHand.h"
+#include "Baseline.h"
 
-namespace hand {
+namespace baseline {
 namespace {
 
 double Number(const PGresult* result, int row, int column) {
@@ -135,4 +135,4 @@ void ReadUserLogs(PGconn* link, const std::string& query, Rows rows, std::vector
   });
 }
 
-}  // namespace hand
+}  // namespace baseline

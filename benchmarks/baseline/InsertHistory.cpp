@@ -3,9 +3,9 @@
 
 #include "../BenchServer.h"
 #include "../Paired.h"
-#include "ByHand.h"
+#include "Baseline.h"
 
-namespace hand {
+namespace baseline {
 namespace {
 
 constexpr std::size_t kPieceBytes = 4 * 1024 * 1024;
@@ -58,4 +58,4 @@ void InsertHistory(PGconn* link, const std::vector<std::string>& pieces) {
   bench::Run(link, "COMMIT");
 }
 
-}  // namespace hand
+}  // namespace baseline

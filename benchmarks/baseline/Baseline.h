@@ -11,27 +11,27 @@
 #include "DbmsAPI/RecordTypes.h"
 #include "DbmsAPI/ReportTypes.h"
 
-// The work of some operations by hand: what one writes with libpq who needs nothing but this. The statements
-// are those of the library.
+// The baseline: hand-written libpq code for some of the library's operations, with the same statements and
+// nothing else.
 
-namespace hand {
+namespace baseline {
 
 using History = std::unordered_map<std::wstring, std::vector<LogPoint>>;
 using Reports = std::unordered_map<std::wstring, std::vector<ReportAnalogData>>;
 
-// How the rows of a query are taken: each as it comes, or all of them at the end.
+// How the rows of a query are read: in single-row mode, or as one result.
 enum class Rows { OneByOne, AllAtOnce };
 
 // ---- InsertLogData ----
 
-// The text of a batch, cut as the library cuts it: made before the clock runs.
+// The COPY text of a batch, in pieces of the library's size. Made before the clock starts.
 std::vector<std::string> CopyPieces(const std::vector<LogSample>& samples);
 void InsertHistory(PGconn* link, const std::vector<std::string>& pieces);
 
-// Its first half: leaves the batch in the staging table, and the transaction open.
+// Only copies the batch into the staging table, and leaves the transaction open.
 void CopyHistory(PGconn* link, const std::vector<std::string>& pieces);
 
-// ---- Queries, into the same containers ----
+// ---- Queries, into the library's containers ----
 
 std::string HistoryQuery(std::int64_t start, std::int64_t end, const History& data);
 void ReadHistory(PGconn* link, const std::string& query, Rows rows, History& data);
@@ -39,13 +39,13 @@ void ReadAlarms(PGconn* link, const std::string& query, Rows rows, std::vector<A
 void ReadReports(PGconn* link, const std::string& query, Rows rows, Reports& data);
 void ReadUserLogs(PGconn* link, const std::string& query, Rows rows, std::vector<UserLogRow>& records);
 
-// Takes the rows one by one and does nothing with them: what server and wire need.
+// Reads the rows in single-row mode and discards them: what the server and the transfer take.
 std::size_t CountRows(PGconn* link, const std::string& query);
 
 // Epoch seconds of the calendar fields that a time begins with, as local time.
 std::int64_t LocalSeconds(const char* time);
 
-// ---- Statements with parameters, made into libpq's arrays before the clock runs ----
+// ---- Statements with parameters; libpq's arrays are made before the clock starts ----
 
 struct Parameters {
   std::vector<Oid> types;
@@ -60,10 +60,10 @@ struct Parameters {
   void Add(std::int16_t value);
   void Add(const std::wstring& value);
   void AddNull();
-  void Finish();  // once after the last one
+  void Finish();  // call once, after the last Add
 };
 
-// Runs a statement, having it parsed; or one that is prepared already.
+// Run a statement unprepared; or prepare it and run it by its name.
 void RunWith(PGconn* link, const std::string& statement, const Parameters& parameters);
 void Prepare(PGconn* link, const char* name, const std::string& statement, const Parameters& like);
 void RunPrepared(PGconn* link, const char* name, const Parameters& parameters);
@@ -72,4 +72,4 @@ std::vector<Parameters> SystemLogParameters(const std::vector<SystemLogRecord>& 
 Parameters ReportParameters(const std::vector<ReportAnalogData>& rows);
 std::string ReportStatement(const std::string& table, std::size_t rows);
 
-}  // namespace hand
+}  // namespace baseline

@@ -2,9 +2,9 @@
 
 #include "../BenchServer.h"
 #include "../Paired.h"
-#include "ByHand.h"
+#include "Baseline.h"
 
-namespace hand {
+namespace baseline {
 namespace {
 
 constexpr Oid kInt8 = 20, kInt2 = 21, kInt4 = 23, kFloat8 = 701, kUntyped = 0;
@@ -141,4 +141,4 @@ std::string ReportStatement(const std::string& table, std::size_t rows) {
   return text + " ON CONFLICT (time, tag_name) DO NOTHING";
 }
 
-}  // namespace hand
+}  // namespace baseline
