@@ -22,7 +22,12 @@ constexpr std::int16_t kColumns = 3;
 constexpr std::int16_t kTrailer = -1;
 constexpr std::int32_t kNull = -1;
 constexpr std::int32_t kEightBytes = 8;
-constexpr std::size_t kRowBytes = 2 + 4 + 8 + 4 + 4 + 8;  // without the tag
+// Where a row has what: columns, then each value after its length.
+constexpr std::size_t kLength = 4;
+constexpr std::size_t kTimeAt = 2 + kLength;
+constexpr std::size_t kTagLengthAt = kTimeAt + 8;
+constexpr std::size_t kTagAt = kTagLengthAt + kLength;
+constexpr std::size_t kRowBytes = kTagAt + kLength + 8;  // without the tag
 
 constexpr double kSecondsTo2000 = 946684800;
 constexpr double kSecondsToEnd = 9224318016000;  // of timestamps, in the year 294276
@@ -151,6 +156,13 @@ char* Put(char* at, Integer value) {
   return at;
 }
 
+template <class Integer>
+Integer Get(const char* at) {
+  std::make_unsigned_t<Integer> bits = 0;
+  for (std::size_t i = 0; i < sizeof bits; ++i) bits = bits << 8 | static_cast<unsigned char>(at[i]);
+  return static_cast<Integer>(bits);
+}
+
 char* PutRow(char* at, const Row& row, const std::string& tag) {
   at = Put(at, kColumns);
   at = Put(Put(at, kEightBytes), row.time);
@@ -190,6 +202,28 @@ CopyRows MakeCopyRows(const std::vector<LogSample>& samples) {
     result.newest = rows.back().time;
   }
   return result;
+}
+
+CopyRows WithoutRows(const CopyRows& copy, const RowKeys& keys) {
+  CopyRows rest = copy;
+  rest.bytes.clear();
+  rest.bytes.reserve(copy.bytes.size());
+  const char* kept = copy.bytes.data();  // what begins here goes over
+  const char* at = kept + kHeader.size();
+  for (std::int64_t row = 0; row < copy.rows; ++row) {
+    const char* const begin = at;
+    const auto time = Get<std::int64_t>(at + kTimeAt);
+    const auto length = static_cast<std::size_t>(Get<std::int32_t>(at + kTagLengthAt));
+    const std::string_view tag(at + kTagAt, length);
+    at += kTagAt + length;
+    at += Get<std::int32_t>(at) == kNull ? kLength : kLength + kEightBytes;
+    if (!keys.contains({time, tag})) continue;
+    rest.bytes.append(kept, begin);
+    kept = at;
+    --rest.rows;
+  }
+  rest.bytes.append(kept, copy.bytes.data() + copy.bytes.size());
+  return rest;
 }
 
 }  // namespace historian

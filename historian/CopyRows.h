@@ -3,7 +3,10 @@
 // Samples as the rows that tag history holds of them, in the binary format of COPY. Internal: not installed.
 
 #include <cstdint>
+#include <functional>
 #include <string>
+#include <string_view>
+#include <unordered_set>
 #include <vector>
 
 #include "DbmsAPI/HistoryTypes.h"
@@ -31,5 +34,23 @@ struct CopyRows {
 };
 
 CopyRows MakeCopyRows(const std::vector<LogSample>& samples);
+
+// What no two rows of tag history share. The text has to live as long.
+struct RowKey {
+  std::int64_t time = 0;  // as StoredTime
+  std::string_view tag;   // in UTF-8
+  bool operator==(const RowKey&) const = default;
+};
+
+struct RowKeyHash {
+  std::size_t operator()(const RowKey& key) const {
+    return std::hash<std::string_view>()(key.tag) ^ std::hash<std::int64_t>()(key.time * 0x9e3779b9);
+  }
+};
+
+using RowKeys = std::unordered_set<RowKey, RowKeyHash>;
+
+// The rows whose keys are not among these; all else as it was.
+CopyRows WithoutRows(const CopyRows& copy, const RowKeys& keys);
 
 }  // namespace historian

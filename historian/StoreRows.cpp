@@ -1,5 +1,9 @@
 #include "historian/StoreRows.h"
 
+#include <chrono>
+#include <cstdio>
+#include <optional>
+
 #include "historian/Error.h"
 
 namespace historian {
@@ -14,7 +18,14 @@ constexpr char kMoveToHistory[] =
     "INSERT INTO datalog (time, tag_name, value) SELECT time, tag_name, value FROM historian_batch"
     " ON CONFLICT (time, tag_name) DO NOTHING";
 
+// Followed by the range and the most rows wanted. Times as StoredTime.
+constexpr char kStoredKeys[] =
+    "SELECT (extract(epoch FROM time - timestamptz '2000-01-01 00:00+00') * 1000000)::int8, tag_name FROM datalog"
+    " WHERE time BETWEEN ";
+
 constexpr char kUniqueViolation[] = "23505";
+
+constexpr std::int64_t kJulianDayOf2000 = 2451545;
 
 std::int64_t CopyIn(Link& link, const char* statement, const std::string& bytes) {
   link.StartCopy(statement);
@@ -22,10 +33,22 @@ std::int64_t CopyIn(Link& link, const char* statement, const std::string& bytes)
   return link.FinishCopy();
 }
 
-}  // namespace
+// An instant as a literal that means the same under every setting of a session, in any year.
+std::string Literal(std::int64_t microsecondsSince2000) {
+  using namespace std::chrono;
+  const microseconds time(microsecondsSince2000);
+  const auto day = floor<days>(time);
+  const hh_mm_ss clock(time - day);
+  char text[64];
+  std::snprintf(text, sizeof text, "timestamptz 'J%lld %02d:%02d:%02d.%06d+00'",
+                static_cast<long long>(kJulianDayOf2000 + day.count()),
+                static_cast<int>(clock.hours().count()), static_cast<int>(clock.minutes().count()),
+                static_cast<int>(clock.seconds().count()), static_cast<int>(clock.subseconds().count()));
+  return text;
+}
 
-std::int64_t StoreRows(Link& link, const CopyRows& copy) {
-  if (copy.rows == 0) return 0;
+// Gives the rows stored, all of them; nothing when one was there already, and nothing is changed then.
+std::optional<std::int64_t> CopyToHistory(Link& link, const CopyRows& copy) {
   link.Run("SAVEPOINT historian_copy");
   try {
     return CopyIn(link, kCopyToHistory, copy.bytes);
@@ -33,6 +56,33 @@ std::int64_t StoreRows(Link& link, const CopyRows& copy) {
     if (error.SqlState() != kUniqueViolation) throw;
   }
   link.Run("ROLLBACK TO SAVEPOINT historian_copy");
+  return std::nullopt;
+}
+
+// The rows of the batch that are not stored. Nothing when its range holds more rows than the batch: looking
+// through them would cost more than it saves.
+std::optional<CopyRows> NotStored(Link& link, const CopyRows& copy) {
+  const Result stored = link.Run(kStoredKeys + Literal(copy.oldest) + " AND " + Literal(copy.newest) +
+                                 " LIMIT " + std::to_string(copy.rows + 1));
+  if (stored.size() > copy.rows) return std::nullopt;
+  RowKeys keys;
+  keys.reserve(static_cast<std::size_t>(stored.size()));
+  for (int row = 0; row < stored.size(); ++row) {
+    keys.insert({stored.Integer(row, 0), stored.Text(row, 1)});
+  }
+  return WithoutRows(copy, keys);
+}
+
+}  // namespace
+
+std::int64_t StoreRows(Link& link, const CopyRows& copy) {
+  if (copy.rows == 0) return 0;
+  if (const auto stored = CopyToHistory(link, copy)) return *stored;
+  if (const auto rest = NotStored(link, copy)) {
+    if (rest->rows == 0) return 0;
+    // Another session may store some of them meanwhile.
+    if (const auto stored = CopyToHistory(link, *rest)) return *stored;
+  }
   link.Run(kCreateStaging);
   CopyIn(link, kCopyToStaging, copy.bytes);
   return link.Run(kMoveToHistory).Affected();

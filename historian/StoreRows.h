@@ -8,8 +8,9 @@
 namespace historian {
 
 // Stores rows in tag history, inside a transaction of the caller's; gives the number of those that were new.
-// They go straight into the table; only where one of them is there already they take the way over a temporary
-// table. Throws an Error, with the transaction to be rolled back.
+// They go straight into the table. Where one of them is there already, those that are there are left out;
+// where that would mean reading much, or another session interferes, they go over a temporary table. Throws
+// an Error, with the transaction to be rolled back.
 std::int64_t StoreRows(Link& link, const CopyRows& copy);
 
 }  // namespace historian

@@ -123,17 +123,6 @@ TEST_F(BackfillTest, KeepsTheFirstOfSamplesInDifferentBatches) {
   EXPECT_EQ(Value("select count(*) from datalog where value = -1"), "100");
 }
 
-TEST_F(BackfillTest, OnlyABatchWithAConflictGoesThroughATemporaryTable) {
-  Run("create table created (name text)");
-  Run("create function note() returns event_trigger language plpgsql as $$ begin insert into created "
-      "select object_identity from pg_event_trigger_ddl_commands() where object_identity like 'pg_temp%'; end $$");
-  Run("create event trigger note on ddl_command_end when tag in ('CREATE TABLE') execute function note()");
-  Load(Cycles(kStart, 100, 10), 100);
-  EXPECT_EQ(Value("select count(*) from created"), "0");
-  Load(Cycles(kStart + 95000, 100, 10), 100, "second");
-  EXPECT_EQ(Value("select count(*) from created"), "1");
-}
-
 TEST_F(BackfillTest, PassesOverBatchesThatAreStored) {
   const auto samples = Cycles(kStart, 100, 10);
   EXPECT_EQ(Load(samples, 100).counts.batches, 10);

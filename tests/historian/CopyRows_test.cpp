@@ -104,6 +104,22 @@ TEST(CopyRowsTest, TakesNamesThatBecomeTheSameTextForOne) {
   EXPECT_EQ(copy.repeated, 1);
 }
 
+TEST(CopyRowsTest, LosesRowsByTheirKeys) {
+  const std::vector<LogSample> samples = {
+      {1000, L"A", 1}, {1000, L"", 0}, {1000, L"B", DBL_MAX}, {2000, L"A", 3}, {2000, L"A", 4}};
+  const CopyRows copy = MakeCopyRows(samples);
+  const std::int64_t first = StoredTime(1000), second = StoredTime(2000);
+  const CopyRows rest = WithoutRows(copy, {{first, "B"}, {second, "B"}, {first + 1, "A"}});
+  EXPECT_EQ(rest.bytes, MakeCopyRows({samples[0], samples[3]}).bytes);
+  EXPECT_EQ(rest.rows, 2);
+  EXPECT_EQ(rest.repeated, 1);
+  EXPECT_EQ(rest.leftOut, 1);
+  EXPECT_EQ(WithoutRows(copy, {}).bytes, copy.bytes);
+  const CopyRows none = WithoutRows(copy, {{first, "A"}, {first, "B"}, {second, "A"}});
+  EXPECT_EQ(none.bytes, kHeader + kTrailer);
+  EXPECT_EQ(none.rows, 0);
+}
+
 TEST(StoredTimeTest, IsExactWhereDoublesHaveMicroseconds) {
   EXPECT_EQ(StoredTime(1), -946684799999000);
   EXPECT_EQ(StoredTime(946684800000), 0);
