@@ -1,5 +1,7 @@
-// The recorder: what it stores against InsertLogData alone, how long Record takes, how threads share it, and
-// the replay of an hour without a server.
+// The recorder: the replay of an hour without a server, what it stores against InsertLogData alone, how long
+// Record takes, and what eight threads record against one:
+//   recorder [replay|store|record|threads]
+// The spool lies in the working directory, whose disk is measured.
 
 #include <algorithm>
 #include <atomic>
@@ -29,14 +31,18 @@ double SecondsSince(Clock::time_point start) {
   return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-// Memory that the process occupies.
-long ResidentKilobytes() {
+// The most memory that the process has occupied since ForgetPeak.
+double PeakMebibytes() {
   std::ifstream status("/proc/self/status");
   for (std::string line; std::getline(status, line);) {
-    if (line.starts_with("VmRSS:")) return std::stol(line.substr(6));
+    if (line.starts_with("VmHWM:")) return std::stod(line.substr(6)) / 1024;
   }
   return 0;
 }
+
+void ForgetPeak() { std::ofstream("/proc/self/clear_refs") << 5; }
+
+const char* Name(Durability durability) { return durability == Durability::Power ? "power" : "process"; }
 
 // An empty spool of a name; in the working directory, which is on the disk to be measured.
 historian::RecorderOptions NewSpool(const std::string& name, Durability durability = Durability::Process) {
@@ -69,7 +75,7 @@ void StoreBesideInsertLogData(bench::BenchServer& server, std::size_t size, std:
   Recorder recorder(server.Library(), options);
   const auto batches = Batches(size, count);
   const auto settle = [&] { server.Settle("datalog"); };
-  bench::Race({durability == Durability::Power ? "Recorder, power" : "Recorder, process", size, count},
+  bench::Race({"Recorder, " + std::string(Name(durability)), size, count},
               {{"InsertLogData", settle,
                 [&] {
                   for (const auto& batch : batches)
@@ -82,90 +88,111 @@ void StoreBesideInsertLogData(bench::BenchServer& server, std::size_t size, std:
   bench::Require(recorder.Report().duplicates == 0, "counting no duplicate");
 }
 
-void TimeRecord(Durability durability) {
-  Recorder recorder(NoServer(), NewSpool("bench_recorder.spool", durability));
+void TimeRecord(const std::string& when, const std::shared_ptr<Dbms>& dbms, Durability durability) {
+  Recorder recorder(dbms, NewSpool("bench_recorder.spool", durability));
   const auto batches = Batches(1000, 100);
   std::vector<double> milliseconds;
-  for (int i = 0; i < 2000; ++i) {
+  for (std::size_t i = 0; i < 2000; ++i) {
     const auto start = Clock::now();
-    bench::Require(recorder.Record(batches[static_cast<std::size_t>(i) % batches.size()]), "Record");
+    bench::Require(recorder.Record(batches[i % batches.size()]), "Record");
     milliseconds.push_back(SecondsSince(start) * 1000);
   }
   std::sort(milliseconds.begin(), milliseconds.end());
-  std::printf("Record of 1,000 samples, %s: median %.3f ms, p99 %.3f ms, longest %.3f ms\n",
-              durability == Durability::Power ? "power" : "process", milliseconds[1000], milliseconds[1980],
-              milliseconds.back());
+  std::printf("Record of 1,000 samples, %s, %s: median %.3f ms, p99 %.3f ms, longest %.3f ms\n",
+              Name(durability), when.c_str(), milliseconds[1000], milliseconds[1980], milliseconds.back());
 }
 
-void ShareAmongThreads(Durability durability, std::size_t samples) {
-  for (const int count : {1, 2, 4, 8}) {
-    Recorder recorder(NoServer(), NewSpool("bench_recorder.spool", durability));
-    const auto batch = Batches(samples, 1).front();
-    std::atomic<bool> enough = false;
-    std::atomic<std::int64_t> calls = 0;
-    std::vector<std::thread> threads;
-    const auto start = Clock::now();
-    for (int t = 0; t < count; ++t) {
-      threads.emplace_back([&] {
-        while (!enough) {
-          bench::Require(recorder.Record(batch), "Record");
-          ++calls;
-        }
+double AcceptedPerSecond(int threads, const std::vector<LogSample>& samples, Durability durability) {
+  Recorder recorder(NoServer(), NewSpool("bench_recorder.spool", durability));
+  std::atomic<bool> enough = false;
+  std::atomic<std::size_t> calls = 0;
+  const auto start = Clock::now();
+  {
+    std::vector<std::jthread> recording;
+    for (int t = 0; t < threads; ++t) {
+      recording.emplace_back([&] {
+        for (; !enough; ++calls) bench::Require(recorder.Record(samples), "Record");
       });
     }
-    std::this_thread::sleep_for(std::chrono::seconds(2));
+    std::this_thread::sleep_for(std::chrono::milliseconds(700));
     enough = true;
-    for (std::thread& thread : threads) thread.join();
-    std::printf("%d threads, Record of %zu, %s: %.0f samples a second\n", count, samples,
-                durability == Durability::Power ? "power" : "process",
-                static_cast<double>(calls * static_cast<std::int64_t>(samples)) / SecondsSince(start));
   }
+  return static_cast<double>(calls * samples.size()) / SecondsSince(start);
 }
 
-// An hour of 1,000 tags a second waits in the spool; new samples keep coming. How long does a new one take?
-void ReplayAnHour(bench::BenchServer& server, std::size_t seconds) {
+// One thread and eight take turns.
+void ShareAmongThreads(std::size_t size, Durability durability) {
+  const auto samples = Batches(size, 1).front();
+  std::vector<double> ones, eights, ratios;
+  for (int round = 0; round < 5; ++round) {
+    ones.push_back(AcceptedPerSecond(1, samples, durability));
+    eights.push_back(AcceptedPerSecond(8, samples, durability));
+    ratios.push_back(eights.back() / ones.back());
+  }
+  std::printf("Record of %zu, %s: one thread %.0f samples a second, eight threads %.0f, ratio %.2f\n", size,
+              Name(durability), bench::Median(ones), bench::Median(eights), bench::Median(ratios));
+}
+
+// What 1,000 tags have at a second.
+std::vector<LogSample> Cycle(std::int64_t second) {
+  std::vector<LogSample> samples;
+  for (std::size_t tag = 0; tag < kTags; ++tag) {
+    samples.push_back({bench::kPlantStartMs + second * 1000, bench::TagName(tag),
+                       static_cast<double>(second % 97) + static_cast<double>(tag) / 7});
+  }
+  return samples;
+}
+
+// Records a cycle; gives the seconds until it is in the table.
+double SecondsUntilStored(Recorder& recorder, PGconn* link, std::int64_t second) {
+  const auto samples = Cycle(second);
+  const auto recorded = Clock::now();
+  bench::Require(recorder.Record(samples), "Record");
+  const std::string query = "select 1 from datalog where time = to_timestamp(" +
+                            std::to_string(samples.front().timeMs / 1000) + ") limit 1";
+  while (PQntuples(bench::Run(link, query).get()) == 0) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+  return SecondsSince(recorded);
+}
+
+// An hour of 1,000 tags waits in the spool, and they go on: a cycle a second.
+void ReplayAnHour(bench::BenchServer& server, std::int64_t seconds) {
   server.Settle("datalog");
+  ForgetPeak();
   const auto options = NewSpool("bench_recorder.spool");
-  const auto hour = Batches(kTags, seconds);
   {
     Recorder recorder(NoServer(), options);
-    for (const auto& second : hour) bench::Require(recorder.Record(second), "Record");
+    for (std::int64_t second = 0; second < seconds; ++second) {
+      bench::Require(recorder.Record(Cycle(second)), "Record");
+    }
   }
-  const auto bytes = std::filesystem::file_size(options.spool);
-  const long before = ResidentKilobytes();
+  const auto full = std::filesystem::file_size(options.spool);
   const bench::Link link = server.Connect();
-  std::vector<double> ages;
-  long most = 0;
+  std::vector<double> delays;
   const auto start = Clock::now();
   Recorder recorder(server.Library(), options);
-  const std::int64_t accepted = recorder.Report().accepted;
+  const std::int64_t waited = recorder.Report().waiting;
   std::int64_t fresh = 0;
-  while (recorder.Report().waiting > static_cast<std::int64_t>(2 * kTags)) {
-    std::vector<LogSample> now;
-    const std::int64_t time = bench::kPlantStartMs + 100000000 + ++fresh * 1000;
-    for (std::size_t tag = 0; tag < kTags; ++tag) now.push_back({time, bench::TagName(tag), 1});
-    const auto recorded = Clock::now();
-    bench::Require(recorder.Record(now), "Record");
-    const std::string query =
-        "select 1 from datalog where time = to_timestamp(" + std::to_string(time / 1000) + ") limit 1";
-    while (PQntuples(bench::Run(link.get(), query).get()) == 0)
+  while (recorder.Report().waiting > 0) {
+    const auto due = Clock::now() + std::chrono::seconds(1);
+    delays.push_back(SecondsUntilStored(recorder, link.get(), seconds + 1000 + fresh++));
+    while (Clock::now() < due && recorder.Report().waiting > 0) {
       std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    ages.push_back(SecondsSince(recorded));
-    most = std::max(most, ResidentKilobytes());
-    std::this_thread::sleep_until(recorded + std::chrono::seconds(1));
+    }
   }
-  bench::Require(recorder.WaitUntilStored(kLongEnough), "storing");
   const double took = SecondsSince(start);
-  std::sort(ages.begin(), ages.end());
-  const auto size = std::filesystem::file_size(options.spool);
+  const historian::RecorderReport report = recorder.Report();
+  bench::Require(report.stored == report.accepted, "storing everything");
+  std::sort(delays.begin(), delays.end());
   std::printf(
-      "replay of %lld samples (spool of %.0f MB) with %lld new ones: %.1f s, %.0f samples a second;"
-      " a new sample is in the table after %.2f s (median), %.2f s (longest);"
-      " memory %ld KB before, %ld KB at the most\n",
-      static_cast<long long>(accepted), static_cast<double>(bytes) / 1e6,
+      "replay: %lld samples waited (%.0f MB), %lld came meanwhile, all stored after %.1f s: %.0f a second\n"
+      "  a new cycle is in the table after %.2f s (median), %.2f s (longest)\n"
+      "  memory of the program: %.0f MiB at the most; the spool at the end: %.1f MB\n",
+      static_cast<long long>(waited), static_cast<double>(full) / 1e6,
       static_cast<long long>(fresh * static_cast<std::int64_t>(kTags)), took,
-      static_cast<double>(recorder.Report().stored) / took, ages[ages.size() / 2], ages.back(), before, most);
-  std::printf("the spool is %.1f MB at the end\n", static_cast<double>(size) / 1e6);
+      static_cast<double>(report.stored) / took, delays[delays.size() / 2], delays.back(), PeakMebibytes(),
+      static_cast<double>(std::filesystem::file_size(options.spool)) / 1e6);
 }
 
 }  // namespace
@@ -173,21 +200,29 @@ void ReplayAnHour(bench::BenchServer& server, std::size_t seconds) {
 int main(int argc, char** argv) {
   SetDbmsDebugSink([](const wchar_t*) {});
   const std::string only = argc > 1 ? argv[1] : "";
-  if (only.empty() || only == "record") {
-    TimeRecord(Durability::Process);
-    TimeRecord(Durability::Power);
-    ShareAmongThreads(Durability::Process, 1000);
-    ShareAmongThreads(Durability::Power, 100);
-  }
-  if (only == "record") return 0;
+  const auto wanted = [&](const char* part) { return only.empty() || only == part; };
   bench::BenchServer server("bench_recorder");
   const auto dbms = server.Library();
   bench::Require(dbms->CreateSystemLogTable(0) && dbms->CreateLogTable(0), "creating the tables");
-  if (only.empty() || only == "store") {
+  // First: the others leave memory with the allocator.
+  if (wanted("replay")) ReplayAnHour(server, 3600);
+  if (wanted("store")) {
     StoreBesideInsertLogData(server, 1000, 100, Durability::Process);
     StoreBesideInsertLogData(server, 10000, 10, Durability::Process);
     StoreBesideInsertLogData(server, 10000, 10, Durability::Power);
   }
-  if (only.empty() || only == "replay") ReplayAnHour(server, 3600);
+  if (wanted("record")) {
+    for (const Durability durability : {Durability::Process, Durability::Power}) {
+      TimeRecord("without a server", NoServer(), durability);
+      server.Settle("datalog");
+      TimeRecord("storing meanwhile", server.Library(), durability);
+    }
+  }
+  if (wanted("threads")) {
+    ShareAmongThreads(1000, Durability::Process);
+    ShareAmongThreads(100, Durability::Process);
+    ShareAmongThreads(1000, Durability::Power);
+    ShareAmongThreads(100, Durability::Power);
+  }
   NewSpool("bench_recorder.spool");
 }

@@ -28,9 +28,11 @@ enum class WhenFull { RefuseNewest, DropOldest };
 
 enum class RecorderState {
   Storing,  // what is accepted goes to the server, or there is nothing to store
-  Waiting,  // for the server: it is away, or takes nothing just now
+  Waiting,  // for the server: it is away, takes nothing just now, or refuses the password; the text says
+            // which
   Refused,  // the server refuses the program (rights, tables): people have to see to it
-  Full      // Record returns false: the spool has reached its size, or its disk is full
+  Full      // Record returned false: the spool had reached its size, or its disk was full. Until Record
+            // accepts something again
 };
 
 // What has just changed. Texts are UTF-8.
@@ -78,7 +80,7 @@ struct RecorderReport {
   std::int64_t waiting = 0;     // in the spool, for the server
   std::int64_t waitingBytes = 0;
   std::chrono::milliseconds oldestWaiting{0};  // how long the oldest has been waiting
-  std::string lastError, lastSqlState;         // of the last failure; kept when all is well again
+  std::string lastError, lastSqlState;  // the server's or the spool's words; kept when all is well again
 };
 
 // Accepts records from any number of threads into a file, and has one thread of its own bring them to the

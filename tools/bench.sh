@@ -20,7 +20,7 @@ root=$(dirname "$here")
 . "$here/lib/machine.sh"
 
 programs=(copy_text memory_use read_rows insert_history single_statements eight_threads
-  tuning backfill)
+  tuning backfill recorder)
 folder=$root/build/bench
 
 while [ $# -gt 0 ]; do

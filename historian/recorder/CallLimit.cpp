@@ -10,6 +10,9 @@
 namespace historian::recorder {
 namespace {
 
+// On Windows a call that was just about to wait does not notice that its socket is shut down.
+constexpr auto kUntilAgain = std::chrono::milliseconds(100);
+
 int SocketOf(Dbms& dbms) {
   const auto connection = dbms.GetConnection();
   if (!connection->isConnected()) return -1;
@@ -42,6 +45,7 @@ void CallLimit::Arm(int socket, Clock::time_point end) {
     const std::lock_guard lock(mutex_);
     socket_ = socket;
     end_ = end;
+    again_ = {};
   }
   changed_.notify_one();
 }
@@ -68,15 +72,15 @@ bool CallLimit::TakeExceeded() {
 void CallLimit::Watch() {
   std::unique_lock lock(mutex_);
   while (!stopping_) {
-    const Clock::time_point end = std::min(end_, lastEnd_);
+    const Clock::time_point end = std::max(std::min(end_, lastEnd_), again_);
     if (socket_ < 0 || end == Clock::time_point::max()) {
       changed_.wait(lock);
     } else if (Clock::now() < end) {
       changed_.wait_until(lock, end);
     } else {
       sys::ShutDownSocket(socket_);
-      socket_ = -1;
       exceeded_ = true;
+      again_ = Clock::now() + kUntilAgain;
     }
   }
 }

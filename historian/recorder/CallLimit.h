@@ -52,6 +52,7 @@ class CallLimit {
   int socket_ = -1;
   Clock::time_point end_ = Clock::time_point::max();
   Clock::time_point lastEnd_ = Clock::time_point::max();
+  Clock::time_point again_{};  // not before, once a link was cut off
   bool exceeded_ = false;
   bool stopping_ = false;
   std::thread thread_;

@@ -3,46 +3,18 @@
 #include <algorithm>
 #include <utility>
 
-#include "historian/recorder/BatchStore.h"
-#include "historian/recorder/LateSamples.h"
-#include "port/Utf8.h"
-
 namespace historian::recorder {
 namespace {
 
 constexpr auto kTimeToFinish = std::chrono::seconds(5);  // for a call that goes on when the recorder ends
-constexpr char kThisSession[] =
-    "select pid || ' ' || backend_start from pg_stat_activity where pid = pg_backend_pid()";
-// $1 as above.
-constexpr char kEndSession[] =
-    "select pg_terminate_backend(pid) from pg_stat_activity where pid || ' ' || backend_start = $1";
-constexpr char kBoundSession[] =
-    "set tcp_keepalives_idle = 30; set tcp_keepalives_interval = 10; set tcp_keepalives_count = 3";
-
-constexpr int kMostUnanswered = 3;
-constexpr int kMostPatience = 16;
-
-std::vector<std::string_view> Records(Kind kind, const std::vector<Piece>& pieces) {
-  std::vector<std::string_view> records;
-  for (const Piece& piece : pieces) {
-    const auto split = SplitRecords(kind, piece.bytes, static_cast<std::size_t>(piece.records));
-    records.insert(records.end(), split->begin(), split->end());
-  }
-  return records;
-}
-
-std::optional<TimeRange> LateIn(Kind kind, const std::vector<Piece>& pieces) {
-  return kind == Kind::Sample ? LateRange(Records(kind, pieces)) : std::nullopt;
-}
 
 }  // namespace
 
 Worker::Worker(std::shared_ptr<Dbms> dbms, const RecorderOptions& options, Spool& spool, Reporter& reporter)
-    : dbms_(std::move(dbms)),
-      options_(options),
+    : options_(options),
       spool_(spool),
       reporter_(reporter),
-      ledger_(spool.Id()),
+      delivery_(std::move(dbms), options, spool, reporter),
       backoff_(options.firstPause, options.longestPause),
       thread_([this] { Run(); }) {}
 
@@ -51,7 +23,7 @@ Worker::~Worker() {
     const std::lock_guard lock(mutex_);
     stopping_ = true;
   }
-  callLimit_.EndBy(Clock::now() + kTimeToFinish);
+  delivery_.EndBy(Clock::now() + kTimeToFinish);
   wake_.notify_all();
   settled_.notify_all();
   thread_.join();
@@ -110,11 +82,10 @@ void Worker::Turn() {
   if (!batch) return Idle();
 
   storing_ = batch->kind;
-  done_ = Store(*batch);
+  done_ = delivery_.Store(*batch);
   ready_ = done_.has_value();
   refused_[static_cast<std::size_t>(batch->kind)] = false;
   backoff_.Reset();
-  patience_ = 1;
   ShowState();
 }
 
@@ -124,75 +95,10 @@ void Worker::Prepare() {
     const std::lock_guard lock(mutex_);
     changeRole = std::exchange(changeRole_, false);
   }
-  if (changeRole) GoToAnotherServer();
-  if (!dbms_->Connect()) {
-    if (++unanswered_ % kMostUnanswered == 0) dbms_->NotifyRoleChange();
-    throw Error("connecting", sys::ToUtf8(dbms_->GetLastError()));
-  }
-  unanswered_ = 0;
-  const CallLimit::Guard limit(callLimit_, *dbms_, options_.callLimit * patience_);
-  Link link(*dbms_, "preparing to store");
-  EndFormerSession(link);
-  Ledger::Create(link);
-  SettleInFlight(link);
-  LearnSafeStart(link);
+  if (changeRole) delivery_.GoToAnotherServer();
+  done_ = delivery_.Prepare();
   ready_ = true;
   ShowState();
-}
-
-// Objects of another type, or without a selector, take no part in role changes: for them it may be another
-// host of the text that they connect to.
-void Worker::GoToAnotherServer() {
-  dbms_->NotifyRoleChange();
-  dbms_->GetConnection()->Destroy();
-}
-
-// A link may be lost without the server noticing: its session would keep the locks of its transaction for
-// hours, and nothing of the same key could be stored. The next such loss is also bounded on the server's
-// side.
-void Worker::EndFormerSession(Link& link) {
-  const std::string session(link.Run(kThisSession).Text(0, 0));
-  if (session == session_) return;
-  if (!session_.empty()) link.Run(kEndSession, {session_});
-  link.Run(kBoundSession);
-  session_ = session;
-}
-
-// Whether the batch on its way is stored is what the ledger says: a commit whose answer was lost has happened
-// or has not.
-void Worker::SettleInFlight(Link& link) {
-  const std::optional<Ledger::Entry> entry = ledger_.Read(link);
-  const std::optional<Batch>& batch = spool_.InFlight();
-  if (!entry) return;
-  spool_.SkipTo(entry->batch);
-  if (batch && entry->batch == batch->number) {
-    done_ = Outcome{entry->stored, LateIn(batch->kind, spool_.Load(*batch))};
-  }
-}
-
-// Nothing when the batch turns out to be stored already.
-std::optional<Outcome> Worker::Store(const Batch& batch) {
-  const std::vector<Piece> pieces = spool_.Load(batch);
-  const std::vector<std::string_view> records = Records(batch.kind, pieces);
-  CallLimit::Guard limit(callLimit_, *dbms_, options_.callLimit * patience_);
-  Link link(*dbms_, "storing");
-  try {
-    if (!ledger_.Begin(link, batch.number)) {
-      link.RollBack();
-      return std::nullopt;
-    }
-    BatchStore store(*dbms_, link, batch.kind, [&] { limit.Renew(); });
-    const Outcome outcome{store.Store(records), LateIn(batch.kind, pieces)};
-    spool_.HoldAside(store.refused());
-    ledger_.Commit(link, outcome.stored);
-    for (const Refused& one : store.refused()) {
-      reporter_.Say("set aside: " + Describe(batch.kind, one.record) + ": " + one.reason, one.sqlState);
-    }
-    return outcome;
-  } catch (...) {
-    link.RollBack();
-    throw;
-  }
 }
 
 void Worker::Idle() {
@@ -200,25 +106,11 @@ void Worker::Idle() {
   if (!Refresh() && !spool_.Shrink()) WaitForWork();
 }
 
-// Before anything late is stored; what was learned before that holds.
-void Worker::LearnSafeStart(Link& link) {
-  if (safeStartMs_ && spool_.Late()) return;
-  try {
-    safeStartMs_ = SafeStart(link);
-  } catch (const Error& error) {
-    if (error.SqlState().empty()) throw;
-    safeStartMs_.reset();
-    reporter_.Say("aggregates will not be refreshed: " + error.Text(), error.SqlState());
-  }
-}
-
 // A failure keeps nothing from being stored.
 bool Worker::Refresh() {
-  if (!safeStartMs_ || Clock::now() < refreshFrom_ || !spool_.Late()) return false;
+  if (Clock::now() < refreshFrom_) return false;
   try {
-    const CallLimit::Guard limit(callLimit_, *dbms_, options_.callLimit);
-    Link link(*dbms_, "refreshing aggregates");
-    return RefreshLate(spool_, link, *safeStartMs_);
+    return delivery_.RefreshAggregates();
   } catch (const Error& error) {
     refreshFrom_ = Clock::now() + options_.refusedPause;
     ready_ = false;
@@ -230,7 +122,7 @@ bool Worker::Refresh() {
 void Worker::Fail(const Error& error) {
   ready_ = false;
   done_.reset();
-  if (callLimit_.TakeExceeded()) patience_ = std::min(2 * patience_, kMostPatience);
+  delivery_.LearnFromFailure();
   const Verdict verdict = Classify(error.SqlState());
   if (verdict == Verdict::RefusedProgram) {
     reporter_.SetState(RecorderState::Refused, error.Text(), error.SqlState());
@@ -242,7 +134,7 @@ void Worker::Fail(const Error& error) {
     return;
   }
   reporter_.SetState(RecorderState::Waiting, error.Text(), error.SqlState());
-  if (verdict == Verdict::WrongServer) GoToAnotherServer();
+  if (verdict == Verdict::WrongServer) delivery_.GoToAnotherServer();
   Pause(backoff_.Next(std::generate_canonical<double, 32>(random_)));
 }
 

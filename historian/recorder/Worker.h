@@ -1,6 +1,6 @@
 #pragma once
 
-// The recorder's thread: takes batches from the spool and brings them to the server.
+// The recorder's thread: takes batches from the spool, has them delivered, and decides when to try again.
 
 #include <array>
 #include <condition_variable>
@@ -10,9 +10,8 @@
 #include <thread>
 
 #include "historian/Spool.h"
-#include "historian/recorder/CallLimit.h"
+#include "historian/recorder/Delivery.h"
 #include "historian/recorder/Failure.h"
-#include "historian/recorder/Ledger.h"
 #include "historian/recorder/Reporter.h"
 
 namespace historian::recorder {
@@ -33,12 +32,7 @@ class Worker {
   void Run();
   void Turn();
   void Prepare();
-  void GoToAnotherServer();
-  void EndFormerSession(Link& link);
-  void SettleInFlight(Link& link);
-  std::optional<Outcome> Store(const Batch& batch);
   void Idle();
-  void LearnSafeStart(Link& link);
   bool Refresh();
   void Fail(const Error& error);
   void ShowState();
@@ -48,12 +42,10 @@ class Worker {
   void WaitForWork();
   bool Stopping();
 
-  std::shared_ptr<Dbms> dbms_;
   const RecorderOptions& options_;
   Spool& spool_;
   Reporter& reporter_;
-  Ledger ledger_;
-  CallLimit callLimit_;
+  Delivery delivery_;
   Backoff backoff_;
   std::mt19937 random_{std::random_device()()};
 
@@ -62,11 +54,7 @@ class Worker {
   std::optional<Kind> storing_;  // of the batch on its way
   std::array<Clock::time_point, kKinds> refusedUntil_{};
   std::array<bool, kKinds> refused_{};
-  std::optional<std::int64_t> safeStartMs_;  // for refreshing aggregates, where there are any
-  Clock::time_point refreshFrom_{};          // not before
-  std::string session_;                      // process and start of the server's session, to be found again
-  int unanswered_ = 0;                       // attempts to connect in a row
-  int patience_ = 1;                         // times the call limit: doubles while it is exceeded
+  Clock::time_point refreshFrom_{};  // aggregates; not before
 
   std::mutex mutex_;
   std::condition_variable wake_, settled_;
