@@ -133,6 +133,24 @@ TEST_F(RecorderRefusals, ThePermissionIsTakenAwayAndGivenBack) {
   EXPECT_EQ(recorder.Report().duplicates, 0);
 }
 
+// A connection that is refused comes without an SQLSTATE.
+TEST_F(RecorderRefusals, AWrongPasswordWaitsWithTheServersWords) {
+  const auto restricted = Restricted("select, insert on datalog, alarm");
+  Run("create table historian_ledger (spool text primary key, batch bigint not null, stored bigint not null,"
+      " at timestamptz not null)");
+  Run("grant select, insert, update on historian_ledger to " + account_);
+  Run("alter role " + account_ + " password 'changed'");
+  Recorder recorder(restricted, Options());
+  ASSERT_TRUE(recorder.Record(Samples(0, 10)));
+  EXPECT_TRUE(events.WaitFor(RecorderState::Waiting));
+  const RecorderReport report = recorder.Report();
+  EXPECT_EQ(report.state, RecorderState::Waiting);
+  EXPECT_NE(report.lastError.find("password authentication failed"), std::string::npos) << report.lastError;
+  EXPECT_EQ(report.waiting, 10);
+  Run("alter role " + account_ + " password 'secret'");
+  ExpectAllSettled(recorder);
+}
+
 TEST_F(RecorderRefusals, AnAccountThatMayNotMakeTheLedgerFindsIt) {
   Recorder recorder(Restricted("select, insert on datalog"), Options());
   ASSERT_TRUE(recorder.Record(Samples(0, 10)));
@@ -229,44 +247,6 @@ TEST_F(RecorderRefusals, AClockThatJumpsBackChangesNothing) {
     all.insert(all.end(), more.begin(), more.end());
   }
   EXPECT_EQ(History(), Lines(all));
-}
-
-TEST_F(RecorderRefusals, AFullSpoolRefusesAndSaysSo) {
-  RecorderOptions options = Options();
-  options.mostBytes = 100000;
-  Run("alter table datalog rename to away");
-  Recorder recorder(NewDbms(), options);
-  std::int64_t accepted = 0;
-  while (recorder.Record(Samples(accepted, 100))) accepted += 100;
-  EXPECT_TRUE(events.WaitFor(RecorderState::Full));
-  EXPECT_EQ(recorder.Report().accepted, accepted);
-  ExpectTrueCounts(recorder.Report());
-  Run("alter table away rename to datalog");
-  ExpectAllSettled(recorder);
-  EXPECT_TRUE(recorder.Record(Samples(accepted, 100)));
-  ExpectAllSettled(recorder);
-  EXPECT_EQ(recorder.Report().state, RecorderState::Storing);
-  EXPECT_EQ(History(), Lines(Samples(0, accepted + 100)));
-}
-
-TEST_F(RecorderRefusals, AFullSpoolDropsTheOldestIfThatIsWanted) {
-  RecorderOptions options = Options();
-  options.mostBytes = 100000;
-  options.whenFull = WhenFull::DropOldest;
-  options.batch = 500;  // what is on its way to the server is not dropped
-  Run("alter table datalog rename to away");
-  Recorder recorder(NewDbms(), options);
-  for (int i = 0; i < 100; ++i) ASSERT_TRUE(recorder.Record(Samples(100 * i, 100)));
-  EXPECT_TRUE(events.WaitFor(RecorderState::Refused, "42P01"));
-  Run("alter table away rename to datalog");
-  ExpectAllSettled(recorder);
-  const RecorderReport report = recorder.Report();
-  EXPECT_EQ(report.accepted, 10000);
-  EXPECT_GT(report.dropped, 5000);
-  EXPECT_EQ(report.stored, 10000 - report.dropped);
-  EXPECT_EQ(Value("select count(*) from datalog"), std::to_string(report.stored));
-  // The last ones are there.
-  EXPECT_EQ(History().back(), Lines(Samples(9999, 1)).back());
 }
 
 }  // namespace

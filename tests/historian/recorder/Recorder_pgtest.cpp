@@ -119,5 +119,44 @@ TEST_F(RecorderTest, GoesOnWithWhatWaitsInTheSpool) {
   EXPECT_EQ(recorder.Report().stored, 1500);
 }
 
+TEST_F(RecorderTest, AFullSpoolRefusesAndSaysSo) {
+  RecorderOptions options = Options();
+  options.mostBytes = 100000;
+  Run("alter table datalog rename to away");
+  Recorder recorder(NewDbms(), options);
+  std::int64_t accepted = 0;
+  while (recorder.Record(Samples(accepted, 100))) accepted += 100;
+  EXPECT_TRUE(events.WaitFor(RecorderState::Full));
+  EXPECT_EQ(recorder.Report().accepted, accepted);
+  ExpectTrueCounts(recorder.Report());
+  Run("alter table away rename to datalog");
+  ExpectAllSettled(recorder);
+  EXPECT_EQ(recorder.Report().state, RecorderState::Full);
+  EXPECT_TRUE(recorder.Record(Samples(accepted, 100)));
+  ExpectAllSettled(recorder);
+  EXPECT_EQ(recorder.Report().state, RecorderState::Storing);
+  EXPECT_EQ(History(), Lines(Samples(0, accepted + 100)));
+}
+
+TEST_F(RecorderTest, AFullSpoolDropsTheOldestIfThatIsWanted) {
+  RecorderOptions options = Options();
+  options.mostBytes = 100000;
+  options.whenFull = WhenFull::DropOldest;
+  options.batch = 500;  // what is on its way to the server is not dropped
+  Run("alter table datalog rename to away");
+  Recorder recorder(NewDbms(), options);
+  for (int i = 0; i < 100; ++i) ASSERT_TRUE(recorder.Record(Samples(100 * i, 100)));
+  EXPECT_TRUE(events.WaitFor(RecorderState::Refused, "42P01"));
+  Run("alter table away rename to datalog");
+  ExpectAllSettled(recorder);
+  const RecorderReport report = recorder.Report();
+  EXPECT_EQ(report.accepted, 10000);
+  EXPECT_GT(report.dropped, 5000);
+  EXPECT_EQ(report.stored, 10000 - report.dropped);
+  EXPECT_EQ(Value("select count(*) from datalog"), std::to_string(report.stored));
+  // The last ones are there.
+  EXPECT_EQ(History().back(), Lines(Samples(9999, 1)).back());
+}
+
 }  // namespace
 }  // namespace historian

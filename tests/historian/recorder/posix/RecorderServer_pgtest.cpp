@@ -32,18 +32,22 @@ class RecorderServer : public RecorderTest {
 };
 
 TEST_F(RecorderServer, IsStoppedHardTwentyTimesUnderLoad) {
+  constexpr int kPlants = 8;
   Recorder recorder(NewDbms(), Options());
   std::atomic<bool> enough = false;
-  std::atomic<std::int64_t> accepted = 0;
-  std::thread plant([&] {
-    for (std::int64_t first = 0; !enough; first += 500) {
-      EXPECT_TRUE(recorder.Record(Samples(first, 500)));
-      EXPECT_TRUE(recorder.Record(std::vector<AlarmRecord>{AnAlarm(first)}));
-      EXPECT_TRUE(recorder.Record(std::vector<SystemLogRecord>{ALogRecord(first)}));
-      accepted = first + 500;
-      std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-  });
+  std::atomic<std::int64_t> calls = 0;
+  std::vector<std::thread> plants;
+  for (int i = 0; i < kPlants; ++i) {
+    plants.emplace_back([&] {
+      while (!enough) {
+        const std::int64_t call = calls++;
+        EXPECT_TRUE(recorder.Record(Samples(call * 100, 100)));
+        EXPECT_TRUE(recorder.Record(std::vector<AlarmRecord>{AnAlarm(call)}));
+        EXPECT_TRUE(recorder.Record(std::vector<SystemLogRecord>{ALogRecord(call)}));
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+      }
+    });
+  }
   for (int i = 0; i < 20 && !HasFatalFailure(); ++i) {
     // In the middle of the stream: once something more has been stored.
     const std::int64_t stored = recorder.Report().stored;
@@ -53,12 +57,12 @@ TEST_F(RecorderServer, IsStoppedHardTwentyTimesUnderLoad) {
     Ask("start");
   }
   enough = true;
-  plant.join();
+  for (std::thread& plant : plants) plant.join();
   ExpectAllSettled(recorder);
   Reconnect();
-  EXPECT_EQ(History(), Lines(Samples(0, accepted)));
-  EXPECT_EQ(Value("select count(*) from alarm"), std::to_string(accepted / 500));
-  EXPECT_EQ(Value("select count(*) from system_log"), std::to_string(accepted / 500));
+  EXPECT_EQ(History(), Lines(Samples(0, calls * 100)));
+  EXPECT_EQ(Value("select count(*) from alarm"), std::to_string(calls));
+  EXPECT_EQ(Value("select count(*) from system_log"), std::to_string(calls));
   EXPECT_EQ(recorder.Report().stored, recorder.Report().accepted);
 }
 
@@ -81,6 +85,26 @@ TEST_F(RecorderServer, IsFrozen) {
   EXPECT_EQ(History(), Lines(Samples(0, 11000)));
   // What the frozen server had been sent it carries out after all; that is none of the plant's duplicates.
   EXPECT_EQ(recorder.Report().stored, 11000);
+}
+
+// With the limit that a recorder has unless it is told otherwise: nothing happens for a minute.
+TEST_F(RecorderServer, IsFrozenForAMinute) {
+  RecorderOptions options = Options();
+  Recorder recorder(NewDbms(), options);
+  ASSERT_TRUE(recorder.Record(Samples(0, 1000)));
+  ExpectAllSettled(recorder);
+  Ask("freeze");
+  const auto frozen = std::chrono::steady_clock::now();
+  for (int i = 1; i <= 10; ++i) EXPECT_TRUE(recorder.Record(Samples(1000 * i, 1000)));
+  EXPECT_TRUE(events.WaitFor(RecorderState::Waiting));
+  EXPECT_GE(std::chrono::steady_clock::now() - frozen, options.callLimit);
+  EXPECT_EQ(recorder.Report().waiting, 10000);
+  EXPECT_TRUE(recorder.Record(Samples(11000, 1000)));
+  ExpectTrueCounts(recorder.Report());
+  Ask("thaw");
+  ExpectAllSettled(recorder);
+  EXPECT_EQ(History(), Lines(Samples(0, 12000)));
+  EXPECT_EQ(recorder.Report().stored, 12000);
 }
 
 TEST_F(RecorderServer, HasNoSpace) {
