@@ -13,8 +13,8 @@
 #
 # and says how long each part has taken. -R runs the tests of matching names only, of dev unless stages are named.
 # --timescale also tests against that release of TimescaleDB, which the server has to offer. --postgres names the
-# versions of the stage postgres; without it they are 14 and 18. The stages timescale and postgres run when they are
-# named; without a STAGE all others run.
+# versions of the stage postgres and has it run the tests of faults as well; without it they are 14 and 18, without
+# those. Without a STAGE all run.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 root=$(dirname "$here")
@@ -29,6 +29,8 @@ readonly usage='usage: test.sh [--timescale VERSION|all] [--postgres VERSION,...
 stages=()
 selection=()
 postgres_versions=14,18
+postgres_labels=server
+dev_is_built=
 summary=()
 last_line=     # of the last ctest run, that counts its tests
 closing_line=  # the same of the first run, which is dev's unless it is left out
@@ -41,6 +43,7 @@ while [ $# -gt 0 ]; do
       ;;
     --postgres)
       postgres_versions=${2:?--postgres needs versions or all}
+      postgres_labels='server|fault'
       [ "$postgres_versions" != all ] || postgres_versions=14,15,16,17,18
       shift
       ;;
@@ -55,7 +58,7 @@ while [ $# -gt 0 ]; do
 done
 if [ ${#stages[@]} -eq 0 ]; then
   stages=(dev)
-  [ ${#selection[@]} -gt 0 ] || stages+=(asan tsan clang windows)
+  [ ${#selection[@]} -gt 0 ] || stages+=(timescale postgres asan tsan clang windows)
 fi
 
 # note STAGE PART SINCE [RESULT]: a line of the summary.
@@ -74,6 +77,12 @@ build() {
   run_quietly "$folder.configure.log" cmake -S "$root" --preset "$stage" -B "$folder" "$@"
   run_quietly "$folder.build.log" cmake --build "$folder" --target "$target"
   note "$stage" build "$since"
+}
+
+# What several stages run, once.
+build_dev() {
+  [ -n "$dev_is_built" ] || build dev all
+  dev_is_built=yes
 }
 
 # run_tests STAGE [CTEST OPTION]...: no test at all is a failure.
@@ -101,10 +110,10 @@ run_plant_data() {
 # Outside ctest: a server without the extension runs none of these tests, and none may count as passed.
 run_timescale() {
   local since=$SECONDS log=$root/build/timescale.test.log tests=$root/build/dev/tests/timescale/timescale_tests
-  [ -x "$tests" ] || build dev all
+  build_dev
   run_quietly "$log" run_to_the_end "$root/tests/timescale/wasm.sh" "$root/build" "$tests"
   note timescale WebAssembly "$since" "$(tail -n 1 "$log")"
-  note timescale '' "$SECONDS" 'not shown there: sessions, locks, background jobs, authentication, a 64-bit server'
+  note timescale '' "$SECONDS" 'which cannot show sessions, locks, background jobs, authentication, a 64-bit server'
 
   since=$SECONDS
   run_quietly "$log" run_to_the_end "$root/tests/timescale/releases.sh" "$tests" "${DBMSAPI_TEST_TIMESCALE:-}"
@@ -116,12 +125,12 @@ run_timescale() {
 
 run_postgres() {
   local version since log programs=$root/build/dev
-  [ -x "$programs/tests/server/server_tests" ] || build dev all
+  build_dev
   for version in ${postgres_versions//,/ }; do
     since=$SECONDS log=$root/build/postgres-$version.test.log
     run_quietly "$log" run_to_the_end "$here/postgres.sh" "$version" ctest --test-dir "$programs" --parallel 2 --output-on-failure \
-      --no-tests=error --label-regex '^server$' "${selection[@]}"
-    note postgres "$version" "$since" "$(grep 'tests passed' "$log")"
+      --no-tests=error --label-regex "^($postgres_labels)\$" "${selection[@]}"
+    note postgres "$version" "$since" "$(grep 'tests passed' "$log"), labels $postgres_labels"
   done
 }
 
@@ -154,7 +163,7 @@ run_stage() {
   local since=$SECONDS
   case $1 in
     dev)
-      build dev all
+      build_dev
       run_tests dev
       [ ${#selection[@]} -gt 0 ] || run_plant_data
       ;;
@@ -162,7 +171,7 @@ run_stage() {
     postgres) run_postgres ;;
     asan)
       build asan all
-      run_tests asan --label-regex '^(unit|server)$'
+      run_tests asan --label-regex '^(unit|server|fault)$'
       ;;
     tsan)
       build tsan thread_tests -DDBMSAPI_BUILD_EXAMPLES=OFF

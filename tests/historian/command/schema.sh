@@ -46,7 +46,7 @@ for file in "$work"/query*.sql; do
   [[ $query == *"between '2026-03-01'"* ]] || fail 'has no range'
   rows=$(sql "$query" 2>&1) || fail "$rows"
   [ -n "$rows" ] || fail 'gives no row'
-  names=$(psql --no-psqlrc --quiet --no-align --pset footer=off --field-separator ' ' --command "$query" | head -n 1)
+  names=$(psql --no-psqlrc --quiet --no-align --pset footer=off --field-separator ' ' --command "$query" | sed -n 1p)
   [[ $names == time* ]] || fail "begins with $names"
   queries=$((queries + 1))
 done

@@ -99,7 +99,7 @@ tail -n +2 "$original" >"$work/headless.csv"
 refused 'without a header row' "$work/headless.csv" '--columns'
 variant 'without a header row' "$work/headless.csv" --columns time,BOILER.TEMP,BOILER.PRESSURE,PUMP.FLOW
 
-rewrite '$1 = mo "/" d "/" y " " h ":" mi' | head -n 30 >"$work/ambiguous.csv"
+rewrite '$1 = mo "/" d "/" y " " h ":" mi' | sed -n 1,30p >"$work/ambiguous.csv"
 refused 'ambiguous dates' "$work/ambiguous.csv" '--time-format us or eu'
 
 awk -F, -v OFS=, 'NR > 1 { gsub(/[- :]/, "", $1) } { print }' "$original" >"$work/pattern.csv"

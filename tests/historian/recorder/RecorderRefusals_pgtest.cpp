@@ -30,6 +30,7 @@ class RecorderRefusals : public RecorderTest {
     account_ = "recorder_" + Value("select current_database()");
     Run("create role " + account_ + " login password 'secret'");
     Run("grant usage on schema public to " + account_);
+    Run("revoke create on schema public from public");  // up to PostgreSQL 14 every account may
     if (!grants.empty()) Run("grant " + grants + " to " + account_);
     return Dbms::GetDbms(DbmsType::TirelScada, Host().c_str(), Port(), Database().c_str(),
                          std::wstring(account_.begin(), account_.end()).c_str(), L"secret");
