@@ -5,20 +5,10 @@ if(DBMSAPI_SQLAPI STREQUAL "builtin")
   find_package(PostgreSQL REQUIRED)
 endif()
 
-# Text formatting where the standard library has no <format>.
-include(CheckCXXSourceCompiles)
-set(CMAKE_REQUIRED_FLAGS "-std=c++20")
-if(MSVC)
-  set(CMAKE_REQUIRED_FLAGS "/std:c++20")
-endif()
-check_cxx_source_compiles(
-  "#include <format>\nint main() { return std::format(L\"{}\", 1).size() == 1 ? 0 : 1; }" DBMSAPI_HAVE_STD_FORMAT)
-unset(CMAKE_REQUIRED_FLAGS)
-if(NOT DBMSAPI_HAVE_STD_FORMAT)
-  find_path(DBMSAPI_FMT_INCLUDE_DIR fmt/format.h REQUIRED)
-  add_library(fmt::fmt-header-only INTERFACE IMPORTED)
-  target_include_directories(fmt::fmt-header-only INTERFACE ${DBMSAPI_FMT_INCLUDE_DIR})
-endif()
+# Text formatting; g++ 12 and clang 14 have no <format>.
+find_path(DBMSAPI_FMT_INCLUDE_DIR fmt/format.h REQUIRED)
+add_library(fmt::fmt-header-only INTERFACE IMPORTED)
+target_include_directories(fmt::fmt-header-only INTERFACE ${DBMSAPI_FMT_INCLUDE_DIR})
 
 # UTF-8 conversion where the platform has none of its own.
 if(NOT WIN32)

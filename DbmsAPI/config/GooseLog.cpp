@@ -1,10 +1,9 @@
 #include <charconv>
 #include <stdexcept>
 
-#include "DbmsAPI/frame/Number.h"
+#include "DbmsAPI/frame/Format.h"
 #include "DbmsAPI/frame/Operation.h"
 #include "DbmsAPI/frame/Sql.h"
-#include "port/Format.h"
 
 namespace {
 
@@ -80,12 +79,11 @@ double LeadingNumber(const std::wstring& text) {
 
 std::wstring InsertStatement(const GooseMessageRecord& message) {
   const double invaliditySeconds = LeadingNumber(message.invalidityTime) / 1000.0;
-  return sys::Format(kInsertGoose, message.GOOSE_ControlBlock_Ref, message.DataSet, message.GOOSE_ID,
-                     message.AllowedToLive, message.Structure_Number, message.Sequence_Number,
-                     message.simulation, message.ndsCom, ShortestText(invaliditySeconds), message.stateValid,
-                     message.srcMac, message.dstMac, message.appId, message.dataSetValues,
-                     message.dataSetValuesSelfAllocated, message.dstMacSet, message.isObserver,
-                     message.vlanSet, message.vlanId, message.vlanPrio);
+  return Format(kInsertGoose, message.GOOSE_ControlBlock_Ref, message.DataSet, message.GOOSE_ID,
+                message.AllowedToLive, message.Structure_Number, message.Sequence_Number, message.simulation,
+                message.ndsCom, ShortestText(invaliditySeconds), message.stateValid, message.srcMac,
+                message.dstMac, message.appId, message.dataSetValues, message.dataSetValuesSelfAllocated,
+                message.dstMacSet, message.isObserver, message.vlanSet, message.vlanId, message.vlanPrio);
 }
 
 }  // namespace

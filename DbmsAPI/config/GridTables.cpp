@@ -1,6 +1,6 @@
+#include "DbmsAPI/frame/Format.h"
 #include "DbmsAPI/frame/Operation.h"
 #include "DbmsAPI/frame/Sql.h"
-#include "port/Format.h"
 
 // A grid table holds text cells, col_0 and up, and the number of each row. Clients count columns from 1.
 //
@@ -47,14 +47,14 @@ std::int64_t ReadCount(SACommand& command, const std::wstring& query) {
 
 std::wstring CreateStatement(const wchar_t* table, int columnCount) {
   std::wstring columns;
-  for (int i = 0; i < columnCount; ++i) columns += sys::Format(kGridColumn, i);
-  return sys::Format(kCreateGridTable, table, columns);
+  for (int i = 0; i < columnCount; ++i) columns += Format(kGridColumn, i);
+  return Format(kCreateGridTable, table, columns);
 }
 
 std::wstring EmptyRowStatement(const wchar_t* table, int columnCount, std::int64_t row) {
   std::wstring cells;
   for (int i = 0; i < columnCount; ++i) cells += kEmptyCell;
-  return sys::Format(kInsertEmptyRow, table, cells, row);
+  return Format(kInsertEmptyRow, table, cells, row);
 }
 
 }  // namespace
@@ -65,7 +65,7 @@ bool TirelScada::CreateGridTable(const wchar_t* table, int columnCount) {
     // Kept: the name is looked up as it is written, but the server folds unquoted names to lower case. A
     // table whose name has capitals is never found, so each call drops it and makes an empty one. The columns
     // of same-named tables in all schemas are counted together.
-    const std::int64_t columns = ReadCount(command, sys::Format(kCountColumns, table));
+    const std::int64_t columns = ReadCount(command, Format(kCountColumns, table));
     // Kept: the drop is tried even when the table does not exist. The failure leaves its text in lastError,
     // and creation goes on.
     if (columns - 1 != columnCount) DropGridTable(table);
@@ -76,7 +76,7 @@ bool TirelScada::CreateGridTable(const wchar_t* table, int columnCount) {
 bool TirelScada::DropGridTable(const wchar_t* table) {
   return Run([&](SACommand& command) {
     Require({{L"table", table}});
-    Execute(command, sys::Format(kDropGridTable, table));
+    Execute(command, Format(kDropGridTable, table));
   });
 }
 
@@ -94,7 +94,7 @@ bool TirelScada::InsertEmptyGridRows(const wchar_t* table, int columnCount, int 
 bool TirelScada::UpdateGridCell(const wchar_t* table, int column, int row, const wchar_t* value) {
   return Run([&](SACommand& command) {
     Require({{L"table", table}, {L"value", value}});
-    Execute(command, sys::Format(kUpdateGridCell, table, std::int64_t{column} - 1, value, row));
+    Execute(command, Format(kUpdateGridCell, table, std::int64_t{column} - 1, value, row));
   });
 }
 
@@ -102,15 +102,15 @@ bool TirelScada::UpdateGridCell(const wchar_t* table, int column, int row, const
 bool TirelScada::AppendGridRow(const wchar_t* table, const wchar_t* values) {
   return Run([&](SACommand& command) {
     Require({{L"table", table}, {L"values", values}});
-    const std::int64_t count = ReadCount(command, sys::Format(kCountRows, table));
-    Execute(command, sys::Format(kInsertRow, table, values, count + 1));
+    const std::int64_t count = ReadCount(command, Format(kCountRows, table));
+    Execute(command, Format(kInsertRow, table, values, count + 1));
   });
 }
 
 bool TirelScada::GetGridCell(const wchar_t* table, int column, int row, std::wstring& value) {
   return Run([&](SACommand& command) {
     Require({{L"table", table}});
-    if (FetchFirst(command, sys::Format(kSelectRow, table, row))) {
+    if (FetchFirst(command, Format(kSelectRow, table, row))) {
       value = command.Field(column).asString();
     } else {
       value.clear();
@@ -121,14 +121,13 @@ bool TirelScada::GetGridCell(const wchar_t* table, int column, int row, std::wst
 bool TirelScada::GetGridRowCount(const wchar_t* table, int& count) {
   return Run([&](SACommand& command) {
     Require({{L"table", table}});
-    if (FetchFirst(command, sys::Format(kCountRows, table)))
-      count = static_cast<int>(command.Field(1).asInt64());
+    if (FetchFirst(command, Format(kCountRows, table))) count = static_cast<int>(command.Field(1).asInt64());
   });
 }
 
 bool TirelScada::ClearGridTable(const wchar_t* table) {
   return Run([&](SACommand& command) {
     Require({{L"table", table}});
-    Execute(command, sys::Format(kClearGridTable, table));
+    Execute(command, Format(kClearGridTable, table));
   });
 }

@@ -1,6 +1,6 @@
+#include "DbmsAPI/frame/Format.h"
 #include "DbmsAPI/frame/Operation.h"
 #include "DbmsAPI/frame/Sql.h"
-#include "port/Format.h"
 
 namespace {
 
@@ -39,7 +39,7 @@ std::wstring InsertStatement(std::size_t recordCount) {
   for (std::size_t k = 0; k < recordCount; ++k) {
     const std::size_t n = k * kParametersPerRecord;
     statement +=
-        sys::Format(kRecordMarkers, n + 1, n + 2, n + 3, n + 4, n + 5, n + 6, n + 7, n + 8, n + 9, n + 10);
+        Format(kRecordMarkers, n + 1, n + 2, n + 3, n + 4, n + 5, n + 6, n + 7, n + 8, n + 9, n + 10);
   }
   statement.pop_back();
   return statement;
@@ -69,8 +69,8 @@ bool TirelScada::UpdateNetworkStatus(const wchar_t* station, const wchar_t* stat
                                      int writePerct) {
   return Run([&](SACommand& command) {
     Require({{L"station", station}, {L"status", status}, {L"address", address}});
-    Execute(command, sys::Format(kUpdateNetworkStatus, status, address, read, readErr, readPerct, write,
-                                 writeErr, writePerct, station));
+    Execute(command, Format(kUpdateNetworkStatus, status, address, read, readErr, readPerct, write, writeErr,
+                            writePerct, station));
   });
 }
 

@@ -1,7 +1,7 @@
+#include "DbmsAPI/frame/Format.h"
 #include "DbmsAPI/frame/Operation.h"
 #include "DbmsAPI/frame/Sql.h"
 #include "DbmsAPI/frame/Timescale.h"
-#include "port/Format.h"
 
 namespace {
 
@@ -35,7 +35,7 @@ bool TirelScada::GetUncompressedChunkMap(
 bool TirelScada::CompressChunk(const wchar_t* chunk) {
   return Run([&](SACommand& command) {
     Require({{L"chunk", chunk}});
-    Execute(command, TimescaleVersion >= kColumnstoreVersion ? sys::Format(kConvertToColumnstore, chunk)
-                                                             : sys::Format(kCompressChunk, chunk));
+    Execute(command, TimescaleVersion >= kColumnstoreVersion ? Format(kConvertToColumnstore, chunk)
+                                                             : Format(kCompressChunk, chunk));
   });
 }

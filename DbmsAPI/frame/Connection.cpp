@@ -1,8 +1,8 @@
 #include "DbmsAPI/frame/Diagnostics.h"
+#include "DbmsAPI/frame/Format.h"
 #include "DbmsAPI/frame/Operation.h"
 #include "DbmsAPI/frame/RoleChange.h"
 #include "DbmsAPI/frame/ServerError.h"
-#include "port/Format.h"
 
 namespace {
 
@@ -33,7 +33,7 @@ bool TirelScada::GetServerVersion(std::wstring& text) {
 }
 
 void TirelScada::ConnectTo(SAConnection& target) {
-  const std::wstring server = sys::Format(L"{},{}@{}", host, Dbms::port, database);
+  const std::wstring server = Format(L"{},{}@{}", host, Dbms::port, database);
   target.Connect(server.c_str(), user.c_str(), password.c_str(), SA_PostgreSQL_Client);
 }
 
@@ -49,7 +49,7 @@ void TirelScada::HandleDbException(const SAException& error) {
 void TirelScada::ReportFailure(int errorClass, int nativeCode, const std::wstring& text) {
   lastError = text;
   lastSqlState.clear();
-  WriteDebugLine(sys::Format(L"on exception({}, {}) - {}\n", errorClass, nativeCode, text));
+  WriteDebugLine(Format(L"on exception({}, {}) - {}\n", errorClass, nativeCode, text));
 }
 
 bool TirelScada::ConnectionLost() { return !connection->isAlive() && connection->isConnected(); }

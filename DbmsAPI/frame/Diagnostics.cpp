@@ -5,8 +5,8 @@
 
 #include "DbmsAPI/Diagnostics.h"
 #include "DbmsAPI/TirelScada.h"
+#include "DbmsAPI/frame/Format.h"
 #include "port/DebugOutput.h"
-#include "port/Format.h"
 
 namespace {
 
@@ -59,7 +59,7 @@ void WriteDebugLine(const std::wstring& line) {
 std::optional<std::wstring> FitBuffer(std::size_t capacity, std::wstring text) {
   if (text.size() < capacity) return text;
   invalidParameterHandler.Call(
-      sys::Format(L"invalid parameter: {} characters do not fit a buffer of {}\n", text.size(), capacity),
+      Format(L"invalid parameter: {} characters do not fit a buffer of {}\n", text.size(), capacity),
       WriteDebugLine);
   return std::nullopt;
 }

@@ -1,6 +1,6 @@
 #include "DbmsAPI/frame/EpochText.h"
 
-#include "DbmsAPI/frame/Number.h"
+#include "DbmsAPI/frame/Format.h"
 
 double EpochSeconds(std::int64_t milliseconds) { return static_cast<double>(milliseconds) / 1000.0; }
 

@@ -1,7 +1,7 @@
+#include "DbmsAPI/frame/Format.h"
 #include "DbmsAPI/frame/Operation.h"
 #include "DbmsAPI/frame/Sql.h"
 #include "DbmsAPI/frame/Timescale.h"
-#include "port/Format.h"
 
 namespace {
 
@@ -54,10 +54,10 @@ void TirelScada::SetUpHypertable(SACommand& command, const wchar_t* table, const
 // tests for containment and removes with it.
 void TirelScada::SetRetentionPolicyLegacy(const wchar_t* table, int days) {
   SACommand command(connection.get());
-  if (FetchFirst(command, sys::Format(kLegacyRetention, table))) {
-    const std::wstring wanted = Bounded(kStatementBuffer, sys::Format(L"\"{} days\"", days));
+  if (FetchFirst(command, Format(kLegacyRetention, table))) {
+    const std::wstring wanted = Bounded(kStatementBuffer, Format(L"\"{} days\"", days));
     if (command.Field(1).asString() == wanted.c_str()) return;
-    Execute(command, Bounded(kStatementBuffer, sys::Format(kRemoveLegacyRetention, table)));
+    Execute(command, Bounded(kStatementBuffer, Format(kRemoveLegacyRetention, table)));
     if (days >= 1) Execute(command, Bounded(kStatementBuffer, AddRetentionStatement(table, days)));
   } else if (days >= 1) {
     Execute(command, AddRetentionStatement(table, days));
@@ -66,11 +66,11 @@ void TirelScada::SetRetentionPolicyLegacy(const wchar_t* table, int days) {
 
 void TirelScada::SetRetentionPolicy(const wchar_t* table, int days) {
   SACommand command(connection.get());
-  if (FetchFirst(command, Bounded(kJobQueryBuffer, sys::Format(kRetention, table)))) {
+  if (FetchFirst(command, Bounded(kJobQueryBuffer, Format(kRetention, table)))) {
     const std::wstring stored = command.Field(1).asString().operator const SAChar*();
-    const std::wstring wanted = Bounded(kDaysBuffer, sys::Format(L"{} days", days));
+    const std::wstring wanted = Bounded(kDaysBuffer, Format(L"{} days", days));
     if (stored.find(wanted) != std::wstring::npos) return;
-    Execute(command, Bounded(kJobQueryBuffer, sys::Format(kRemoveRetention, table)));
+    Execute(command, Bounded(kJobQueryBuffer, Format(kRemoveRetention, table)));
   }
-  if (days > 0) Execute(command, Bounded(kJobQueryBuffer, sys::Format(kAddRetention, table, days)));
+  if (days > 0) Execute(command, Bounded(kJobQueryBuffer, Format(kAddRetention, table, days)));
 }

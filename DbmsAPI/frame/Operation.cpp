@@ -2,7 +2,7 @@
 #include "DbmsAPI/frame/Sql.h"
 
 #include "DbmsAPI/frame/Diagnostics.h"
-#include "port/Format.h"
+#include "DbmsAPI/frame/Format.h"
 
 bool TirelScada::Run(const wchar_t* statement) {
   return Run([&](SACommand& command) { Execute(command, statement); });
@@ -10,7 +10,7 @@ bool TirelScada::Run(const wchar_t* statement) {
 
 void Require(std::initializer_list<Argument> arguments) {
   for (const Argument& argument : arguments) {
-    if (!argument.value) throw NullArgument{sys::Format(L"The argument {} is null", argument.name)};
+    if (!argument.value) throw NullArgument{Format(L"The argument {} is null", argument.name)};
   }
 }
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "port/Format.h"
+#include "DbmsAPI/frame/Format.h"
 
 namespace {
 
@@ -46,9 +46,9 @@ bool FetchFirst(SACommand& command, const std::wstring& query) {
 }
 
 std::int32_t CountTables(SACommand& command, const wchar_t* table) {
-  return FetchFirst(command, sys::Format(kCountTables, table)) ? command.Field(1).asLong() : 0;
+  return FetchFirst(command, Format(kCountTables, table)) ? command.Field(1).asLong() : 0;
 }
 
 bool HasColumn(SACommand& command, const wchar_t* table, const wchar_t* column) {
-  return FetchFirst(command, sys::Format(kFindColumn, table, column));
+  return FetchFirst(command, Format(kFindColumn, table, column));
 }

@@ -1,8 +1,10 @@
 #include "DbmsAPI/frame/Timescale.h"
 
-#include "DbmsAPI/frame/Number.h"
+#include <algorithm>
+#include <cwchar>
+
+#include "DbmsAPI/frame/Format.h"
 #include "DbmsAPI/frame/Sql.h"
-#include "port/Format.h"
 
 namespace {
 
@@ -39,6 +41,11 @@ constexpr wchar_t kAddCompressionPolicy[] = L"SELECT add_compression_policy('{}'
 // {}: table, days.
 constexpr wchar_t kAddRetention[] = L"select add_retention_policy('{}', interval '{} days')";
 
+// The number that a text begins with, 0 for none; limited, so that no version overflows.
+int LeadingNumber(const wchar_t* text) {
+  return static_cast<int>(std::clamp(std::wcstol(text, nullptr, 10), -9999L, 9999L));
+}
+
 bool HasColumnstore() { return TimescaleVersion >= kColumnstoreVersion; }
 
 }  // namespace
@@ -51,33 +58,31 @@ void DetectTimescaleVersion(SAConnection* connection) {
   const std::wstring version = command.Field(1).asString().operator const SAChar*();
   // Kept: without a point the same number is read as major and minor.
   const std::size_t point = version.find(L'.');
-  const std::wstring rest = version.substr(point + 1);
-  const int major = LeadingInteger(version.substr(0, point));
-  const int minor = LeadingInteger(rest.substr(0, rest.find(L'.')));
-  TimescaleVersion = major * 100 + minor;
+  const wchar_t* const afterPoint = version.c_str() + (point == version.npos ? 0 : point + 1);
+  TimescaleVersion = LeadingNumber(version.c_str()) * 100 + LeadingNumber(afterPoint);
 }
 
 std::optional<short> CompressionState(SACommand& command, const wchar_t* table) {
-  if (!FetchFirst(command, sys::Format(kCompressionState, table))) return std::nullopt;
+  if (!FetchFirst(command, Format(kCompressionState, table))) return std::nullopt;
   return command.Field(1).asShort();
 }
 
 void CreateHypertable(SACommand& command, const wchar_t* table) {
-  Execute(command, TimescaleVersion >= kByRangeVersion ? sys::Format(kCreateByRange, table)
-                                                       : sys::Format(kCreateByInterval, table));
+  Execute(command, TimescaleVersion >= kByRangeVersion ? Format(kCreateByRange, table)
+                                                       : Format(kCreateByInterval, table));
 }
 
 void SetCompression(SACommand& command, const wchar_t* table, const wchar_t* segmentBy) {
-  Execute(command, HasColumnstore() ? sys::Format(kEnableColumnstore, table, segmentBy)
-                                    : sys::Format(kEnableCompression, table, segmentBy));
+  Execute(command, HasColumnstore() ? Format(kEnableColumnstore, table, segmentBy)
+                                    : Format(kEnableCompression, table, segmentBy));
 }
 
 void AddCompressionPolicy(SACommand& command, const wchar_t* table) {
-  if (FetchFirst(command, sys::Format(kFindCompressionPolicy, table))) return;
-  Execute(command, HasColumnstore() ? sys::Format(kAddColumnstorePolicy, table)
-                                    : sys::Format(kAddCompressionPolicy, table));
+  if (FetchFirst(command, Format(kFindCompressionPolicy, table))) return;
+  Execute(command,
+          HasColumnstore() ? Format(kAddColumnstorePolicy, table) : Format(kAddCompressionPolicy, table));
 }
 
 std::wstring AddRetentionStatement(const wchar_t* table, int days) {
-  return sys::Format(kAddRetention, table, days);
+  return Format(kAddRetention, table, days);
 }

@@ -1,8 +1,8 @@
 #include <limits>
 
+#include "DbmsAPI/frame/Format.h"
 #include "DbmsAPI/frame/Operation.h"
 #include "DbmsAPI/frame/Sql.h"
-#include "port/Format.h"
 
 namespace {
 
@@ -40,7 +40,7 @@ void AppendCodes(std::wstring& filter, const CodeColumn& column, std::int16_t ma
   if (!filter.empty()) filter += L" and ";
   filter.append(column.name).append(L" in (");
   for (int code = 0; code < 16; ++code) {
-    if ((selected >> code & 1U) != 0) filter += sys::Format(L"{},", code);
+    if ((selected >> code & 1U) != 0) filter += Format(L"{},", code);
   }
   filter.back() = L')';
 }
@@ -53,7 +53,7 @@ void AppendExcludedRanges(std::wstring& filter,
   filter += filter.empty() ? L"(" : L" and ";
   const wchar_t* joint = L"";
   for (const auto& [from, to] : ranges) {
-    filter += sys::Format(L"{}time < to_timestamp({}) or time > to_timestamp({})", joint, from, to);
+    filter += Format(L"{}time < to_timestamp({}) or time > to_timestamp({})", joint, from, to);
     joint = L" or ";
   }
   filter += L")";
@@ -65,7 +65,7 @@ void AppendTagPrefixes(std::wstring& filter, const std::vector<const wchar_t*>& 
   filter += filter.empty() ? L"(" : L" and (";
   const wchar_t* joint = L"";
   for (const wchar_t* prefix : prefixes) {
-    filter += sys::Format(L"{}tag_name like '{}%'", joint, prefix);
+    filter += Format(L"{}tag_name like '{}%'", joint, prefix);
     joint = L" or ";
   }
   filter += L")";
@@ -115,8 +115,8 @@ bool TirelScada::GetAlarmData(std::int64_t startTime, std::int64_t endTime, std:
     AppendCodes(filter, kZone, zoneMask);
     AppendExcludedRanges(filter, excludedRanges);
     AppendTagPrefixes(filter, tagPrefixes);
-    Execute(command, filter.empty() ? sys::Format(kAllAlarms, startTime, endTime)
-                                    : sys::Format(kFilteredAlarms, startTime, endTime, filter));
+    Execute(command, filter.empty() ? Format(kAllAlarms, startTime, endTime)
+                                    : Format(kFilteredAlarms, startTime, endTime, filter));
     ReadAlarms(command, records);
   });
 }
@@ -124,7 +124,7 @@ bool TirelScada::GetAlarmData(std::int64_t startTime, std::int64_t endTime, std:
 bool TirelScada::GetAllAlarmData(std::int64_t startTime, std::int64_t endTime,
                                  std::vector<AlarmRecord>& records) {
   return Run([&](SACommand& command) {
-    Execute(command, sys::Format(kAllAlarms, startTime, endTime));
+    Execute(command, Format(kAllAlarms, startTime, endTime));
     ReadAlarms(command, records);
   });
 }

@@ -3,12 +3,12 @@
 #include <algorithm>
 
 #include "DbmsAPI/frame/Diagnostics.h"
+#include "DbmsAPI/frame/Format.h"
 #include "DbmsAPI/frame/Operation.h"
 #include "DbmsAPI/frame/ServerError.h"
 #include "DbmsAPI/frame/Sql.h"
 #include "DbmsAPI/history/CopyText.h"
 #include "DbmsAPI/history/TagNameCache.h"
-#include "port/Format.h"
 #include "port/Utf8.h"
 
 namespace {
@@ -108,7 +108,7 @@ bool Batch::Step(const char* statement, const wchar_t* name) {
   const Result result = Execute(statement);
   if (Has(result, kCommandOk)) return true;
   KeepFailure(result.get());
-  WriteDebugLine(sys::Format(L"[InsertLogData] {} failed\n", name));
+  WriteDebugLine(Format(L"[InsertLogData] {} failed\n", name));
   return false;
 }
 
@@ -118,7 +118,7 @@ bool Batch::StartCopy() {
   if (copying_) return true;
   KeepFailure(result.get());
   const auto message =
-      FitBuffer(kMaxMessageSize, sys::Format(L"[InsertLogData] COPY FROM STDIN failed: {}\n", failure_.text));
+      FitBuffer(kMaxMessageSize, Format(L"[InsertLogData] COPY FROM STDIN failed: {}\n", failure_.text));
   if (message) WriteDebugLine(*message);
   return false;
 }

@@ -1,8 +1,8 @@
 #include <cfloat>
 
+#include "DbmsAPI/frame/Format.h"
 #include "DbmsAPI/frame/Operation.h"
 #include "DbmsAPI/frame/Sql.h"
-#include "port/Format.h"
 
 namespace {
 
@@ -25,7 +25,7 @@ bool TirelScada::GetLogData(std::int64_t startTime, std::int64_t endTime,
   return Run([&](SACommand& command) {
     std::wstring query = kGetSamples;
     AppendKeys(query, data);
-    Execute(command, query + Bounded(kMaxRangeSize, sys::Format(kInRange, startTime, endTime)));
+    Execute(command, query + Bounded(kMaxRangeSize, Format(kInRange, startTime, endTime)));
     // Rows are ordered by tag, so the points of a tag are looked up once for all its rows.
     std::pair<const std::wstring, std::vector<LogPoint>>* tag = nullptr;
     while (command.FetchNext()) {

@@ -2,11 +2,11 @@
 
 #include "DbmsAPI/frame/DatabaseName.h"
 #include "DbmsAPI/frame/EpochText.h"
+#include "DbmsAPI/frame/Format.h"
 #include "DbmsAPI/frame/LocalEpoch.h"
 #include "DbmsAPI/frame/Operation.h"
 #include "DbmsAPI/frame/Sql.h"
 #include "DbmsAPI/frame/Timescale.h"
-#include "port/Format.h"
 #include "port/LocalTime.h"
 
 namespace {
@@ -62,13 +62,13 @@ std::wstring Declaration(const UserLogColumn& column) {
   switch (column.type) {
     case kInteger: return L" int2,";
     case kDouble: return L" float8,";
-    case kText: return sys::Format(L" varchar({}),", column.length);
+    case kText: return Format(L" varchar({}),", column.length);
     default: return {};
   }
 }
 
 std::wstring CreateStatement(const std::wstring& table, const std::vector<UserLogColumn>& columns) {
-  std::wstring statement = sys::Format(kCreateUserLog, table);
+  std::wstring statement = Format(kCreateUserLog, table);
   for (const UserLogColumn& column : columns) statement.append(column.name).append(Declaration(column));
   statement.back() = L')';
   return statement;
@@ -88,16 +88,16 @@ bool Matches(SACommand& stored, const UserLogColumn& column) {
 }
 
 bool Exists(SACommand& command, const std::wstring& table) {
-  return FetchFirst(command, sys::Format(kCountUserLogs, table)) && command.Field(1).asShort() >= 1;
+  return FetchFirst(command, Format(kCountUserLogs, table)) && command.Field(1).asShort() >= 1;
 }
 
 // Whether a stored table has exactly these columns after its time.
 bool HasColumns(SACommand& command, const std::wstring& database, const std::wstring& table,
                 const std::vector<UserLogColumn>& columns) {
-  if (!FetchFirst(command, sys::Format(kUserLogColumns, database, table))) {
+  if (!FetchFirst(command, Format(kUserLogColumns, database, table))) {
     // A stored table has columns, so the server knows the database by another name than the connection does,
     // as with a pooler. The rows must not be lost for that.
-    FetchFirst(command, sys::Format(kUserLogColumns, CurrentDatabase(command), table));
+    FetchFirst(command, Format(kUserLogColumns, CurrentDatabase(command), table));
   }
   for (const UserLogColumn& column : columns) {
     if (!command.FetchNext() || !Matches(command, column)) return false;
@@ -151,7 +151,7 @@ bool TirelScada::CreateUserLogTable(const wchar_t* name, const std::vector<UserL
     const std::wstring table = TableName(name);
     const bool exists = Exists(command, table);
     const bool kept = exists && HasColumns(command, DatabaseName(command, database), table, columns);
-    if (exists && !kept) Execute(command, sys::Format(kDropUserLog, table));
+    if (exists && !kept) Execute(command, Format(kDropUserLog, table));
     if (!kept) Execute(command, CreateStatement(table, columns));
     if (TimescaleVersion <= 0) return;
 
@@ -168,7 +168,7 @@ bool TirelScada::CreateUserLogTable(const wchar_t* name, const std::vector<UserL
 bool TirelScada::InsertUserLogData(const wchar_t* name, const UserLogRow& row) {
   return Run([&](SACommand& command) {
     Require({{L"name", name}});
-    std::wstring statement = sys::Format(kInsertUserLogRow, name, EpochSecondsText(row.time));
+    std::wstring statement = Format(kInsertUserLogRow, name, EpochSecondsText(row.time));
     for (const std::wstring& value : row.values) statement.append(value).append(L",");
     statement.back() = L')';
     Execute(command, statement);
@@ -184,9 +184,9 @@ bool TirelScada::GetUserLogData(const wchar_t* name, std::int64_t startTime, std
     if (startTime < 1 || endTime < 1 || startTime == endTime) return;
     const auto [from, to] = std::minmax(startTime, endTime);
     if (!condition || *condition == L'\0') {
-      Execute(command, Bounded(kMaxRowsQuerySize, sys::Format(kUserLogRows, name, from, to)));
+      Execute(command, Bounded(kMaxRowsQuerySize, Format(kUserLogRows, name, from, to)));
     } else {
-      command.setCommandText(ToSAString(sys::Format(kUserLogRowsWhere, name, from, to, condition)));
+      command.setCommandText(ToSAString(Format(kUserLogRowsWhere, name, from, to, condition)));
       for (const UserLogBind& bind : binds) Bind(command, bind);
       command.Execute();
     }

@@ -1,6 +1,6 @@
+#include "DbmsAPI/frame/Format.h"
 #include "DbmsAPI/frame/Operation.h"
 #include "DbmsAPI/frame/Sql.h"
-#include "port/Format.h"
 
 namespace {
 
@@ -51,7 +51,7 @@ constexpr Migration kMigrations[] = {
 
 void Migrate(SACommand& command) {
   for (const Migration& migration : kMigrations) {
-    const bool found = FetchFirst(command, sys::Format(kFindAuditColumn, migration.condition));
+    const bool found = FetchFirst(command, Format(kFindAuditColumn, migration.condition));
     if (found == migration.whenFound) Execute(command, migration.statement);
   }
 }

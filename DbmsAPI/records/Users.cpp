@@ -1,7 +1,7 @@
+#include "DbmsAPI/frame/Format.h"
 #include "DbmsAPI/frame/LocalEpoch.h"
 #include "DbmsAPI/frame/Operation.h"
 #include "DbmsAPI/frame/Sql.h"
-#include "port/Format.h"
 #include "port/LocalTime.h"
 
 namespace {
@@ -62,8 +62,8 @@ int CountAccountColumns(SACommand& command) {
 }
 
 void Insert(SACommand& command, const UserRecord& account) {
-  command.setCommandText(ToSAString(
-      sys::Format(kInsertAccount, account.login_date, account.expired_date, account.last_reset_pass)));
+  command.setCommandText(
+      ToSAString(Format(kInsertAccount, account.login_date, account.expired_date, account.last_reset_pass)));
   command << ToSAString(account.id) << ToSAString(account.username) << ToSAString(account.password)
           << ToSAString(account.old_password) << account.security_level << account.sign_level
           << ToSAString(account.user_group) << ToSAString(account.user_role) << account.is_now_login

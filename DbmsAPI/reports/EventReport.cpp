@@ -1,7 +1,7 @@
 #include "DbmsAPI/frame/EpochText.h"
+#include "DbmsAPI/frame/Format.h"
 #include "DbmsAPI/frame/Operation.h"
 #include "DbmsAPI/frame/Sql.h"
-#include "port/Format.h"
 
 namespace {
 
@@ -50,7 +50,7 @@ void MigrateEventReport(SACommand& command) {
 std::wstring InsertStatement(const wchar_t* model, const wchar_t* sheet, std::size_t cells) {
   std::wstring statement = kInsertEventReport;
   for (std::size_t i = 0; i < cells; ++i) {
-    statement += sys::Format(kEventReportRow, 3 * i + 1, model, sheet, 3 * i + 2, 3 * i + 3);
+    statement += Format(kEventReportRow, 3 * i + 1, model, sheet, 3 * i + 2, 3 * i + 3);
   }
   statement.pop_back();
   return statement;
@@ -71,7 +71,7 @@ bool TirelScada::CreateEventReportTable() {
 bool TirelScada::DeleteEventReportData(const wchar_t* modelName) {
   return Run([&](SACommand& command) {
     Require({{L"modelName", modelName}});
-    Execute(command, sys::Format(kDeleteEventReport, modelName));
+    Execute(command, Format(kDeleteEventReport, modelName));
   });
 }
 
@@ -91,7 +91,7 @@ bool TirelScada::GetEventReportData(const wchar_t* modelName, const wchar_t* she
                                     std::unordered_map<std::wstring, std::vector<std::wstring>>& values) {
   return Run([&](SACommand& command) {
     Require({{L"modelName", modelName}, {L"sheet", sheet}});
-    Execute(command, sys::Format(kSelectEventReport, modelName, sheet));
+    Execute(command, Format(kSelectEventReport, modelName, sheet));
     while (command.FetchNext()) {
       const SAString cell = command.Field(1).asString();
       const SAString value = command.Field(2).asString();

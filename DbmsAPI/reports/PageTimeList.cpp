@@ -1,7 +1,7 @@
 #include "DbmsAPI/frame/EpochText.h"
+#include "DbmsAPI/frame/Format.h"
 #include "DbmsAPI/frame/Operation.h"
 #include "DbmsAPI/frame/Sql.h"
-#include "port/Format.h"
 
 namespace {
 
@@ -72,14 +72,14 @@ bool TirelScada::InsertPageTimeList(const wchar_t* pageName, std::int64_t startT
                                     const std::vector<std::wstring>& users) {
   return Run([&](SACommand& command) {
     Require({{L"pageName", pageName}});
-    Execute(command, sys::Format(kInsertPageTime, pageName, EpochSecondsText(startTimeMs), UserList(users)));
+    Execute(command, Format(kInsertPageTime, pageName, EpochSecondsText(startTimeMs), UserList(users)));
   });
 }
 
 bool TirelScada::ClosePageTimeList(const wchar_t* pageName, std::int64_t endTimeMs) {
   return Run([&](SACommand& command) {
     Require({{L"pageName", pageName}});
-    Execute(command, sys::Format(kClosePageTime, EpochSecondsText(endTimeMs), pageName));
+    Execute(command, Format(kClosePageTime, EpochSecondsText(endTimeMs), pageName));
   });
 }
 

@@ -5,10 +5,10 @@
 #include <tuple>
 #include <type_traits>
 
+#include "DbmsAPI/frame/Format.h"
 #include "DbmsAPI/frame/LocalEpoch.h"
 #include "DbmsAPI/frame/Operation.h"
 #include "DbmsAPI/frame/Sql.h"
-#include "port/Format.h"
 #include "port/LocalTime.h"
 
 namespace {
@@ -92,7 +92,7 @@ void AppendMarker(std::wstring& text, std::size_t number, const Field&) {
 template <class Kind>
 std::wstring InsertStatement(const wchar_t* period, const Rows<Kind>& rows) {
   const bool isMinute = IsMinute(period);
-  std::wstring text = sys::Format(kInsertRows, Kind::kName, period);
+  std::wstring text = Format(kInsertRows, Kind::kName, period);
   text.reserve(rows.size() * kMarkersOfRow);
   std::size_t number = 0;
   for (const auto& row : rows) {
@@ -129,10 +129,9 @@ void InsertRows(SACommand& command, const wchar_t* period, const Rows<Kind>& row
 template <class Kind>
 std::wstring RowsQuery(const wchar_t* period, std::int64_t startTime, std::int64_t endTime,
                        const RowsByTag<Kind>& data) {
-  std::wstring query = sys::Format(kGetRows, Kind::kName, period);
+  std::wstring query = Format(kGetRows, Kind::kName, period);
   AppendKeys(query, data);
-  return query +
-         (endTime != 0 ? sys::Format(kInRange, startTime, endTime) : sys::Format(kAtInstant, startTime));
+  return query + (endTime != 0 ? Format(kInRange, startTime, endTime) : Format(kAtInstant, startTime));
 }
 
 // The calendar fields are those of the session's zone and are read as local time of the process.

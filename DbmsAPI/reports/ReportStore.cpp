@@ -1,6 +1,6 @@
+#include "DbmsAPI/frame/Format.h"
 #include "DbmsAPI/frame/Operation.h"
 #include "DbmsAPI/frame/Sql.h"
-#include "port/Format.h"
 
 namespace {
 
@@ -91,8 +91,8 @@ constexpr Period kPeriods[] = {{L"minute", false, true},
                                {L"year", true, false}};
 
 std::wstring CreateStatement(const std::wstring& table, const Kind& kind, const Period& period) {
-  return sys::Format(L"create table if not exists {} ({}{}primary key (time, tag_name))", table, kind.columns,
-                     period.hasFurtherColumns ? kind.furtherColumns : L"");
+  return Format(L"create table if not exists {} ({}{}primary key (time, tag_name))", table, kind.columns,
+                period.hasFurtherColumns ? kind.furtherColumns : L"");
 }
 
 }  // namespace
@@ -116,15 +116,14 @@ bool TirelScada::CreateReportDataTables(int retentionDays) {
 bool TirelScada::GetReportDataTime(const wchar_t* kind, const wchar_t* period, std::int64_t* epochSeconds) {
   return Run([&](SACommand& command) {
     Require({{L"kind", kind}, {L"period", period}, {L"epochSeconds", epochSeconds}});
-    if (FetchFirst(command, sys::Format(kGetWatermark, period, kind)))
-      *epochSeconds = command.Field(1).asInt64();
+    if (FetchFirst(command, Format(kGetWatermark, period, kind))) *epochSeconds = command.Field(1).asInt64();
   });
 }
 
 bool TirelScada::SetReportDataTime(const wchar_t* kind, const wchar_t* period, std::int64_t epochSeconds) {
   return Run([&](SACommand& command) {
     Require({{L"kind", kind}, {L"period", period}});
-    Execute(command, sys::Format(kSetWatermark, period, epochSeconds, kind));
+    Execute(command, Format(kSetWatermark, period, epochSeconds, kind));
   });
 }
 
@@ -132,7 +131,6 @@ bool TirelScada::GetReportDataFirstTime(const wchar_t* kind, const wchar_t* peri
                                         std::int64_t* epochSeconds) {
   return Run([&](SACommand& command) {
     Require({{L"kind", kind}, {L"period", period}, {L"epochSeconds", epochSeconds}});
-    if (FetchFirst(command, sys::Format(kGetFirstTime, kind, period)))
-      *epochSeconds = command.Field(1).asInt64();
+    if (FetchFirst(command, Format(kGetFirstTime, kind, period))) *epochSeconds = command.Field(1).asInt64();
   });
 }

@@ -1,7 +1,7 @@
 #include "DbmsAPI/frame/EpochText.h"
+#include "DbmsAPI/frame/Format.h"
 #include "DbmsAPI/frame/Operation.h"
 #include "DbmsAPI/frame/Sql.h"
-#include "port/Format.h"
 
 namespace {
 
@@ -41,7 +41,7 @@ void AppendRow(std::wstring& statement, const TagValueRecord& record) {
 // Kept: a record without a tag name still gets its separator. After the first row that leaves two separators
 // in a row, and a queue of only such records leaves no row at all. The server refuses both.
 std::wstring TakeQueue(const wchar_t* table, std::deque<std::vector<TagValueRecord>>& queue) {
-  std::wstring statement = sys::Format(kInsertTagValues, table);
+  std::wstring statement = Format(kInsertTagValues, table);
   const std::size_t head = statement.size();
   for (; !queue.empty(); queue.pop_front()) {
     for (const TagValueRecord& record : queue.front()) {
@@ -56,7 +56,7 @@ std::wstring TakeQueue(const wchar_t* table, std::deque<std::vector<TagValueReco
 // rows collected by then are lost.
 void StoreInBatches(SAConnection& connection, SACommand& command, const wchar_t* table,
                     const std::vector<TagValueRecord>& records) {
-  std::wstring statement = sys::Format(kInsertTagValues, table);
+  std::wstring statement = Format(kInsertTagValues, table);
   const std::size_t head = statement.size();
   std::size_t rows = 0;
   for (const TagValueRecord& record : records) {
@@ -77,7 +77,7 @@ bool TirelScada::CreateTagValueTable(const wchar_t* tableName) {
   return Run([&](SACommand& command) {
     Require({{L"tableName", tableName}});
     const std::wstring table = LowerAscii(tableName);  // Kept: only this operation lowers the name.
-    Execute(command, sys::Format(kCreateTagValues, table));
+    Execute(command, Format(kCreateTagValues, table));
     SetUpHypertable(command, table.c_str(), L"tag_name", std::nullopt);
   });
 }
@@ -85,9 +85,9 @@ bool TirelScada::CreateTagValueTable(const wchar_t* tableName) {
 bool TirelScada::PurgeTagValueTable(const wchar_t* tableName, std::int64_t days) {
   return Run([&](SACommand& command) {
     Require({{L"tableName", tableName}});
-    Execute(command, timescaleEnabled ? sys::Format(kDropOldChunks, tableName, days)
-                                      : sys::Format(kDeleteOldValues, tableName, days));
-    Execute(command, sys::Format(kDeleteOldIntervals, days, tableName));
+    Execute(command, timescaleEnabled ? Format(kDropOldChunks, tableName, days)
+                                      : Format(kDeleteOldValues, tableName, days));
+    Execute(command, Format(kDeleteOldIntervals, days, tableName));
   });
 }
 

@@ -7,11 +7,11 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 #include "ConnectionDefaults.h"
 #include "Errors.h"
-#include "port/ConnectionRefused.h"
 #include "port/Socket.h"
 
 namespace pq {
@@ -28,7 +28,9 @@ constexpr int kMinTimeLimit = 2;  // seconds; libpq's, too
 using Deadline = sys::SocketDeadline;
 
 [[noreturn]] void ThrowConnectFailure(const PGconn* connection) {
-  throw ConnectFailure(PQerrorMessage(connection), sys::ConnectionRefusedText());
+  // libpq's text holds the system's own, in the language of the process.
+  const auto refused = std::make_error_code(std::errc::connection_refused).message();
+  throw ConnectFailure(PQerrorMessage(connection), refused);
 }
 
 [[noreturn]] void ThrowTimeoutExpired(const PGconn* connection) {

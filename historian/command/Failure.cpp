@@ -1,11 +1,11 @@
 #include "Failure.h"
 
-#include "port/Console.h"
+#include "Console.h"
 
 namespace historian::command {
 
 void ThrowIfInterrupted() {
-  if (sys::InterruptNoted() != 0) throw Interrupted("interrupted");
+  if (InterruptNoted() != 0) throw Interrupted("interrupted");
 }
 
 }  // namespace historian::command

@@ -1,11 +1,11 @@
 // How import stores a file that it has understood.
 #include <cfloat>
 
+#include "Console.h"
 #include "Failure.h"
 #include "Import.h"
 #include "Text.h"
 #include "historian/Backfill.h"
-#include "port/Console.h"
 #include "port/Utf8.h"
 
 namespace historian::command {
@@ -83,7 +83,7 @@ Outcome Load(Server& server, Plan& plan, const ImportOptions& options, Terminal&
     } else {
       progress.Show(static_cast<double>(at.chunksDone) / static_cast<double>(at.chunks), samples);
     }
-    return sys::InterruptNoted() == 0;
+    return InterruptNoted() == 0;
   };
   RowReader rows(*plan.file);
   const auto read = [&](std::int64_t position, std::vector<LogSample>& samples) {

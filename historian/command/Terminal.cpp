@@ -4,8 +4,8 @@
 #include <cstdlib>
 #include <iostream>
 
+#include "Console.h"
 #include "Text.h"
-#include "port/Console.h"
 
 namespace historian::command {
 namespace {
@@ -17,7 +17,7 @@ constexpr std::size_t kMargin = 11;
 }  // namespace
 
 Terminal Terminal::StandardOutput() {
-  const sys::Console console = sys::StandardOutput();
+  const Console console = command::StandardOutput();
   const char* no_color = std::getenv("NO_COLOR");
   const bool coloured = console.interactive && (no_color == nullptr || *no_color == '\0');
   const bool wide = console.interactive && console.columns != 0;

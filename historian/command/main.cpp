@@ -5,11 +5,11 @@
 #include <iostream>
 #include <vector>
 
+#include "Console.h"
 #include "Failure.h"
 #include "Manual.h"
 #include "Subcommand.h"
 #include "Text.h"
-#include "port/Console.h"
 
 namespace historian::command {
 namespace {
@@ -18,14 +18,14 @@ void Complain(const std::string& what) { std::cerr << "historian: " << OneLine(w
 
 int Run(const Subcommand& subcommand, Terminal& terminal) {
   try {
-    sys::DeferInterrupts();
+    DeferInterrupts();
     const int status = subcommand.run(terminal);
     if (std::cout.flush()) return status;
     Complain("cannot write to standard output");
   } catch (const Interrupted& interrupted) {
     terminal.ClearDrawing();
     Complain(interrupted.what());
-    return kSignalled + sys::InterruptNoted();
+    return kSignalled + InterruptNoted();
   } catch (const Refusal& refusal) {
     terminal.ClearDrawing();
     Complain(refusal.what());
@@ -93,4 +93,6 @@ int Main(std::vector<std::string> arguments) {
 
 }  // namespace historian::command
 
-int main(int argc, char** argv) { return historian::command::Main(sys::Arguments(argc, argv)); }
+int main(int argc, char** argv) {
+  return historian::command::Main(historian::command::Arguments(argc, argv));
+}

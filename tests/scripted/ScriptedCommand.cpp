@@ -3,8 +3,7 @@
 #include <deque>
 #include <map>
 
-#include "DbmsAPI/frame/Number.h"
-#include "port/Format.h"
+#include "DbmsAPI/frame/Format.h"
 #include "port/Utf8.h"
 #include "pq/Cell.h"
 #include "pq/Markers.h"
@@ -19,9 +18,9 @@ std::wstring Written(const SAValue& value) {
     case SAValue::Kind::Unbound: return L"unbound";
     case SAValue::Kind::Null: return L"null";
     case SAValue::Kind::Bool: return value.boundBool() ? L"bool true" : L"bool false";
-    case SAValue::Kind::Short: return sys::Format(L"int2 {}", static_cast<int>(value.boundShort()));
-    case SAValue::Kind::Long: return sys::Format(L"int4 {}", value.boundLong());
-    case SAValue::Kind::Int64: return sys::Format(L"int8 {}", value.boundInt64());
+    case SAValue::Kind::Short: return Format(L"int2 {}", static_cast<int>(value.boundShort()));
+    case SAValue::Kind::Long: return Format(L"int4 {}", value.boundLong());
+    case SAValue::Kind::Int64: return Format(L"int8 {}", value.boundInt64());
     case SAValue::Kind::Double: return L"float8 " + ShortestText(value.boundDouble());
     case SAValue::Kind::String:
       return std::wstring(L"text ") + static_cast<const SAChar*>(value.boundString());

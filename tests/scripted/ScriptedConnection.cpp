@@ -1,6 +1,6 @@
 #include "scripted/ScriptedConnection.h"
 
-#include "port/Format.h"
+#include "DbmsAPI/frame/Format.h"
 #include "scripted/ScriptedServer.h"
 
 using scripted::Server;
@@ -18,8 +18,8 @@ void SAConnection::Connect(const SAString& dbString, const SAString& user, const
                            SAClient_t client, saConnectionHandler_t) {
   Server& server = Server::Current();
   const std::wstring target =
-      sys::Format(L"{} {} {} {}", static_cast<const SAChar*>(dbString), static_cast<const SAChar*>(user),
-                  static_cast<const SAChar*>(password), static_cast<int>(client));
+      Format(L"{} {} {} {}", static_cast<const SAChar*>(dbString), static_cast<const SAChar*>(user),
+             static_cast<const SAChar*>(password), static_cast<int>(client));
   server.connects.push_back(target);
   Note(L"connect");
   if (server.refusal) {
@@ -53,7 +53,7 @@ void SAConnection::Commit() { Note(L"commit"); }
 void SAConnection::Rollback() { Note(L"rollback"); }
 
 void SAConnection::setIsolationLevel(SAIsolationLevel_t level) {
-  Note(sys::Format(L"isolation {}", static_cast<int>(level)));
+  Note(Format(L"isolation {}", static_cast<int>(level)));
   impl_->level = level;
 }
 

@@ -34,6 +34,20 @@ TEST_F(Timescale, AVersionWithoutAPointServesAsMajorAndMinor) { EXPECT_EQ(Detect
 
 TEST_F(Timescale, AVersionWithoutNumbersIsUnknown) { EXPECT_EQ(Detect(L"dev"), 0); }
 
+TEST_F(Timescale, TheNumbersOfAVersionAreWhatItsPartsBeginWith) {
+  EXPECT_EQ(Detect(L"13.1"), 1301);
+  EXPECT_EQ(Detect(L"  42rest.  3rest"), 4203);
+  EXPECT_EQ(Detect(L"+7.+8"), 708);
+  EXPECT_EQ(Detect(L"-7.0"), -700);
+  EXPECT_EQ(Detect(L"0-dev.0-dev"), 0);
+  EXPECT_EQ(Detect(L"."), 0);
+  EXPECT_EQ(Detect(L"+-3.+-3"), 0);
+}
+
+TEST_F(Timescale, NumbersTooLargeForAVersionAreLimited) {
+  EXPECT_EQ(Detect(L"99999999999999999999.99999999999999999999"), 9999 * 100 + 9999);
+}
+
 TEST_F(Timescale, WithoutTheExtensionTheVersionStaysAsItWas) {
   DetectTimescaleVersion(dbms->GetConnection().get());
   EXPECT_EQ(TimescaleVersion, 0);

@@ -1,10 +1,10 @@
-#include "../Console.h"
+#include "historian/command/Console.h"
 
 #include <signal.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
-namespace sys {
+namespace historian::command {
 namespace {
 
 volatile sig_atomic_t noted = 0;
@@ -23,8 +23,6 @@ Console StandardOutput() {
   return console;
 }
 
-bool StandardInputIsTerminal() { return isatty(STDIN_FILENO) != 0; }
-
 void DeferInterrupts() {
   struct sigaction action {};
   action.sa_handler = Note;
@@ -36,4 +34,4 @@ void DeferInterrupts() {
 
 int InterruptNoted() { return noted; }
 
-}  // namespace sys
+}  // namespace historian::command

@@ -1,4 +1,4 @@
-#include "../Console.h"
+#include "historian/command/Console.h"
 
 #include <fcntl.h>
 #include <io.h>
@@ -10,12 +10,12 @@
 #include <csignal>
 #include <cstdio>
 
-#include "../Utf8.h"
+#include "port/Utf8.h"
 
-namespace sys {
+namespace historian::command {
 namespace {
 
-// Noted on a thread of the system's.
+// The system calls Note on a thread of its own.
 std::atomic<int> noted = 0;
 
 // A second event ends the program at once.
@@ -27,12 +27,12 @@ BOOL WINAPI Note(DWORD event) {
 
 }  // namespace
 
-// What main is given is in the system's code page, which has not every character.
+// main's arguments are in the system's code page, which lacks most characters.
 std::vector<std::string> Arguments(int, char**) {
   int count = 0;
   wchar_t** const wide = CommandLineToArgvW(GetCommandLineW(), &count);
   std::vector<std::string> arguments;
-  for (int i = 1; i < count; ++i) arguments.push_back(ToUtf8(wide[i]));
+  for (int i = 1; i < count; ++i) arguments.push_back(sys::ToUtf8(wide[i]));
   LocalFree(wide);
   return arguments;
 }
@@ -53,13 +53,8 @@ Console StandardOutput() {
   return console;
 }
 
-bool StandardInputIsTerminal() {
-  _setmode(_fileno(stdin), _O_BINARY);
-  return _isatty(_fileno(stdin)) != 0;
-}
-
 void DeferInterrupts() { SetConsoleCtrlHandler(Note, TRUE); }
 
 int InterruptNoted() { return noted; }
 
-}  // namespace sys
+}  // namespace historian::command

@@ -1,4 +1,4 @@
-#include "DbmsAPI/frame/Number.h"
+#include "DbmsAPI/frame/Format.h"
 
 #include <gtest/gtest.h>
 
@@ -11,15 +11,4 @@ TEST(ShortestText, ReadsBackAndPrefersTheShorterForm) {
   EXPECT_EQ(ShortestText(0.0), L"0");
   EXPECT_EQ(ShortestText(-0.5), L"-0.5");
   EXPECT_EQ(ShortestText(std::numeric_limits<double>::max()), L"1.7976931348623157e+308");
-}
-
-TEST(LeadingInteger, ReadsWhatATextBeginsWith) {
-  EXPECT_EQ(LeadingInteger(L"13"), 13);
-  EXPECT_EQ(LeadingInteger(L"  42rest"), 42);
-  EXPECT_EQ(LeadingInteger(L"+7"), 7);
-  EXPECT_EQ(LeadingInteger(L"-7"), -7);
-  EXPECT_EQ(LeadingInteger(L"0-dev"), 0);
-  EXPECT_EQ(LeadingInteger(L"dev"), 0);
-  EXPECT_EQ(LeadingInteger(L""), 0);
-  EXPECT_EQ(LeadingInteger(L"+-3"), 0);
 }
