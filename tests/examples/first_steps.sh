@@ -6,23 +6,23 @@ set -euo pipefail
 
 fresh_database
 for case in 'the first time' 'once more'; do
-  start "$PGHOST" "$PGPORT" "$database" "$PGUSER" "$PGPASSWORD"
+  run "$PGHOST" "$PGPORT" "$database" "$PGUSER" "$PGPASSWORD"
   expect_status 0
   [ "$out" = '1700000000.123 s: 21.500
-1700000001.123 s: 21.700' ] || fail "$case: said $out"
-  [ -z "$err" ] || fail "$case: said $err"
+1700000001.123 s: 21.700' ] || fail "said $out"
+  [ -z "$err" ] || fail "said $err"
 done
 found=$(sql 'select extract(epoch from time), tag_name, value from datalog order by time')
 [ "$found" = '1700000000.123000|PUMP.SPEED|21.5
-1700000001.123000|PUMP.SPEED|21.7' ] || fail "$case: stored $found"
+1700000001.123000|PUMP.SPEED|21.7' ] || fail "stored $found"
 
 case='no server'
-start 127.0.0.1 1 "$database" "$PGUSER" "$PGPASSWORD"
+run 127.0.0.1 1 "$database" "$PGUSER" "$PGPASSWORD"
 expect_status 1
-[[ $err == *'(0x0000274D/10061)'* ]] || fail "$case: said $err"
+[[ $err == *'(0x0000274D/10061)'* ]] || fail "said $err"
 
 case='no arguments'
-start
+run
 expect_status 2
 
 finish 'first_steps does what the README says'

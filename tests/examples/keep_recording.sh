@@ -11,20 +11,20 @@ sql 'create table datalog (time timestamptz not null, tag_name text not null, va
 cd "$work"
 
 case='no server'
-start 127.0.0.1 1 "$database" "$PGUSER" "$PGPASSWORD"
+run 127.0.0.1 1 "$database" "$PGUSER" "$PGPASSWORD"
 expect_status 3
-[ "$(sqlite3 plant.spool 'select accepted, stored from spool')" = '1|0' ] || fail "$case: the sample is not in the spool"
+[ "$(sqlite3 plant.spool 'select accepted, stored from spool')" = '1|0' ] || fail "the sample is not in the spool"
 
 # The sample of the first run is stored, that of the second is the same again.
 case='the server is back'
-start "$PGHOST" "$PGPORT" "$database" "$PGUSER" "$PGPASSWORD"
+run "$PGHOST" "$PGPORT" "$database" "$PGUSER" "$PGPASSWORD"
 expect_status 0
 found=$(sql 'select extract(epoch from time), tag_name, value from datalog')
-[ "$found" = '1700000000.123000|PUMP.SPEED|21.5' ] || fail "$case: stored $found"
-[ "$(sqlite3 plant.spool 'select accepted, stored, duplicates from spool')" = '2|1|1' ] || fail "$case: counted wrong"
+[ "$found" = '1700000000.123000|PUMP.SPEED|21.5' ] || fail "stored $found"
+[ "$(sqlite3 plant.spool 'select accepted, stored, duplicates from spool')" = '2|1|1' ] || fail "counted wrong"
 
 case='no arguments'
-start
+run
 expect_status 2
 
 finish 'keep_recording does what the README says'

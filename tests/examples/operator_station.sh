@@ -6,7 +6,7 @@ set -euo pipefail
 
 case='a start-up in a fresh database'
 fresh_database
-start "$PGHOST" "$PGPORT" "$database" "$PGUSER" "$PGPASSWORD"
+run "$PGHOST" "$PGPORT" "$database" "$PGUSER" "$PGPASSWORD"
 expect_status 0
 expected="server: $(sql "select substring(version() for position(' on ' in version()) - 1)")
 signed on: op1
@@ -17,13 +17,13 @@ batch: 17, lemonade
 recipe: lemonade {\"sugar\": 80, \"water\": 920}
 event report: level high
 pump state: stopped"
-[ "$out" = "$expected" ] || fail "$case: said $out"
+[ "$out" = "$expected" ] || fail "said $out"
 
 # expect_value QUERY VALUE
 expect_value() {
   local value
   value=$(sql "$1")
-  [ "$value" = "$2" ] || fail "$case: $1 gives '$value', expected '$2'"
+  [ "$value" = "$2" ] || fail "$1 gives '$value', expected '$2'"
 }
 expect_value 'select count(*), count(value) from datalog' '1800|1797'
 expect_value 'select count(*), count(free_time) from alarm' '2|1'
@@ -37,13 +37,13 @@ expect_value "select message from system_log order by time" 'station started
 station stopped'
 
 case='no server'
-start 127.0.0.1 1 "$database" "$PGUSER" "$PGPASSWORD"
+run 127.0.0.1 1 "$database" "$PGUSER" "$PGPASSWORD"
 expect_status 1
-[[ $err == *'(0x0000274D/10061)'* ]] || fail "$case: said $err"
+[[ $err == *'(0x0000274D/10061)'* ]] || fail "said $err"
 
 case='no arguments'
-start
+run
 expect_status 2
-[ "$err" = 'usage: operator_station HOST PORT DATABASE USER PASSWORD' ] || fail "$case: said $err"
+[ "$err" = 'usage: operator_station HOST PORT DATABASE USER PASSWORD' ] || fail "said $err"
 
 finish 'operator_station does what it should'

@@ -5,10 +5,10 @@ set -euo pipefail
 . "$(dirname "$0")/program.sh"
 
 case='two seconds'
-start "$work/machine.csv" 2
+run "$work/machine.csv" 2
 expect_status 0
-understood=$("$2" import "$work/machine.csv" --dry-run --json) || fail "$case: cannot be imported"
-[[ $understood == *'"bad_rows": 0'* && $understood == *'"rows": 2,'* ]] || fail "$case: understood as $understood"
-head -n 1 "$work/machine.csv" | grep -q '^time,cpu.user_percent,' || fail "$case: begins with $(head -n 1 "$work/machine.csv")"
+understood=$("$2" import "$work/machine.csv" --dry-run --json) || fail "cannot be imported"
+[[ $understood == *'"bad_rows": 0'* && $understood == *'"rows": 2,'* ]] || fail "understood as $understood"
+head -n 1 "$work/machine.csv" | grep -q '^time,cpu.user_percent,' || fail "begins with $(head -n 1 "$work/machine.csv")"
 
 finish 'what is recorded can be imported'
