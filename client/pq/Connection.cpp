@@ -17,9 +17,10 @@ constexpr char kCommitRolledBack[] = "The transaction was rolled back: a stateme
 constexpr char kDeallocate[] = "DEALLOCATE ";
 constexpr char kNamePrefix[] = "dbmsapi_";
 constexpr char kCopyRefused[] = "COPY goes through the native connection";
+constexpr char kEndlessCopy[] = "The server answered the end of COPY by another COPY";
 constexpr int kTextResults = 0;
 
-// Ends a COPY that nobody feeds or reads.
+// Ends a COPY without sending data or keeping what was received.
 void EndCopy(PGconn* handle, ExecStatusType status) {
   if (status == PGRES_COPY_IN || status == PGRES_COPY_BOTH) PQputCopyEnd(handle, kCopyRefused);
   if (status == PGRES_COPY_OUT || status == PGRES_COPY_BOTH) {
@@ -60,7 +61,7 @@ bool Connection::IsAlive() {
 }
 
 PGconn* Connection::NativeHandle() {
-  // Only what a command has left: a COPY that the owner of the handle is in the middle of goes on.
+  // Only rows that a command left unread; a COPY that the owner of the handle has started continues.
   if (handle_ && reading_ != 0) DiscardUnread();
   return handle_.get();
 }
@@ -68,19 +69,28 @@ PGconn* Connection::NativeHandle() {
 void Connection::MakeReady() {
   if (!handle_) throw UsageError(L"The connection is not connected");
   DiscardUnread();
+  if (!handle_) throw StatementFailure(PGRES_FATAL_ERROR, kEndlessCopy, "");
   // A client may have set another style.
   if (!ReportsIsoDates(handle_.get()) && PQtransactionStatus(handle_.get()) != PQTRANS_INERROR) {
     SetIsoDates(handle_.get());
   }
 }
 
-// libpq counts a connection as active until its answer is read to the end.
+// Reads what is left of an answer; libpq counts a connection as active until then. Destroys a connection
+// whose server does not end a COPY.
 void Connection::DiscardUnread() {
   reading_ = 0;
-  // Of a LISTEN; libpq keeps them until they are fetched.
+  // Notifications after a LISTEN; libpq keeps them until they are fetched.
   while (PGnotify* const notification = PQnotifies(handle_.get())) PQfreemem(notification);
   if (PQtransactionStatus(handle_.get()) != PQTRANS_ACTIVE) return;
-  while (const Result piece{PQgetResult(handle_.get())}) EndCopy(handle_.get(), PQresultStatus(piece.get()));
+  bool copyEnded = false;
+  while (const Result piece{PQgetResult(handle_.get())}) {
+    const ExecStatusType status = PQresultStatus(piece.get());
+    if (!IsCopy(status)) continue;
+    // libpq returns a COPY again and again when the connection breaks in it.
+    if (std::exchange(copyEnded, true)) return Destroy();
+    EndCopy(handle_.get(), status);
+  }
 }
 
 Result Connection::Execute(const char* statement) {
