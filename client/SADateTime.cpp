@@ -1,23 +1,24 @@
+#include <chrono>
+
 #include "SQLAPI.h"
 
 namespace {
 
-constexpr int kDaysBeforeMonth[] = {0, 31, 59, 90, 120, 151, 181, 212, 243, 273, 304, 334};
-constexpr int kFirstDayOfEra = 6;  // every 400 years 1 January is a Saturday again, as in 2000
-
-bool IsLeapYear(int year) { return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0); }
-
-// From 0. Year 0 is 1 BC; the Gregorian rules hold for all years.
-int DayOfYear(int year, int month, int day) {
-  if (month < 1 || month > 12) return 0;
-  return kDaysBeforeMonth[month - 1] + day - 1 + (month > 2 && IsLeapYear(year) ? 1 : 0);
+// A day of the same weekday and day of the year, in a year that std::chrono has: the calendar repeats itself
+// every 400 years. Year 0 is 1 BC; the Gregorian rules hold for all years.
+std::chrono::sys_days Day(int year, int month, int day) {
+  using namespace std::chrono;
+  return sys_days((std::chrono::year(2000 + year % 400) / January + months(month - 1)) / 1) + days(day - 1);
 }
 
 // From 0, which is Sunday.
 int DayOfWeek(int year, int month, int day) {
-  const int yearOfEra = ((year % 400) + 400) % 400;
-  const int leapDays = yearOfEra == 0 ? 0 : (yearOfEra - 1) / 4 - (yearOfEra - 1) / 100 + 1;
-  return (kFirstDayOfEra + yearOfEra * 365 + leapDays + DayOfYear(year, month, day)) % 7;
+  return static_cast<int>(std::chrono::weekday(Day(year, month, day)).c_encoding());
+}
+
+// From 0.
+int DayOfYear(int year, int month, int day) {
+  return static_cast<int>((Day(year, month, day) - Day(year, 1, 1)).count());
 }
 
 }  // namespace

@@ -37,14 +37,6 @@ constexpr wchar_t kSelectRow[] = L"select * from {} where row_num = {}";
 // {}: table.
 constexpr wchar_t kClearGridTable[] = L"delete from {}";
 
-// The number that a counting query returns; 0 without a row.
-std::int64_t ReadCount(SACommand& command, const std::wstring& query) {
-  std::int64_t count = 0;
-  Execute(command, query);
-  while (command.FetchNext()) count = command.Field(1).asInt64();
-  return count;
-}
-
 std::wstring CreateStatement(const wchar_t* table, int columnCount) {
   std::wstring columns;
   for (int i = 0; i < columnCount; ++i) columns += Format(kGridColumn, i);
@@ -65,7 +57,7 @@ bool TirelScada::CreateGridTable(const wchar_t* table, int columnCount) {
     // Kept: the name is looked up as it is written, but the server folds unquoted names to lower case. A
     // table whose name has capitals is never found, so each call drops it and makes an empty one. The columns
     // of same-named tables in all schemas are counted together.
-    const std::int64_t columns = ReadCount(command, Format(kCountColumns, table));
+    const std::int64_t columns = FetchNumber(command, Format(kCountColumns, table), 0);
     // Kept: the drop is tried even when the table does not exist. The failure leaves its text in lastError,
     // and creation goes on.
     if (columns - 1 != columnCount) DropGridTable(table);
@@ -102,7 +94,7 @@ bool TirelScada::UpdateGridCell(const wchar_t* table, int column, int row, const
 bool TirelScada::AppendGridRow(const wchar_t* table, const wchar_t* values) {
   return Run([&](SACommand& command) {
     Require({{L"table", table}, {L"values", values}});
-    const std::int64_t count = ReadCount(command, Format(kCountRows, table));
+    const std::int64_t count = FetchNumber(command, Format(kCountRows, table), 0);
     Execute(command, Format(kInsertRow, table, values, count + 1));
   });
 }

@@ -20,15 +20,10 @@ class Replaceable {
     function_ = std::move(function);
   }
 
-  // Calls the function, or the default when it is empty. Not under the lock: it may use the library itself.
-  template <class Default>
-  void Call(const std::wstring& text, Default byDefault) {
-    Function function;
-    {
-      std::lock_guard lock(mutex_);
-      function = function_;
-    }
-    function ? function(text.c_str()) : byDefault(text);
+  // Returns a copy, to be called without the lock: the function may itself use the library.
+  Function Get() {
+    std::lock_guard lock(mutex_);
+    return function_;
   }
 
  private:
@@ -53,13 +48,15 @@ std::string LastSqlState(const Dbms& dbms) {
 }
 
 void WriteDebugLine(const std::wstring& line) {
-  debugSink.Call(line, [](const std::wstring& text) { sys::WriteDebugOutput(text.c_str()); });
+  const auto sink = debugSink.Get();
+  sink ? sink(line.c_str()) : sys::WriteDebugOutput(line.c_str());
 }
 
 std::optional<std::wstring> FitBuffer(std::size_t capacity, std::wstring text) {
   if (text.size() < capacity) return text;
-  invalidParameterHandler.Call(
-      Format(L"invalid parameter: {} characters do not fit a buffer of {}\n", text.size(), capacity),
-      WriteDebugLine);
+  const std::wstring reason =
+      Format(L"invalid parameter: {} characters do not fit a buffer of {}\n", text.size(), capacity);
+  const auto handler = invalidParameterHandler.Get();
+  handler ? handler(reason.c_str()) : WriteDebugLine(reason);
   return std::nullopt;
 }

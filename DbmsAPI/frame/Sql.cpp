@@ -45,6 +45,13 @@ bool FetchFirst(SACommand& command, const std::wstring& query) {
   return command.FetchNext();
 }
 
+std::int64_t FetchNumber(SACommand& command, const std::wstring& query, std::int64_t otherwise) {
+  std::int64_t number = otherwise;
+  Execute(command, query);
+  while (command.FetchNext()) number = command.Field(1).asInt64();
+  return number;
+}
+
 std::int32_t CountTables(SACommand& command, const wchar_t* table) {
   return FetchFirst(command, Format(kCountTables, table)) ? command.Field(1).asLong() : 0;
 }

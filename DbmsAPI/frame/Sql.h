@@ -31,6 +31,9 @@ void Execute(SACommand& command, const std::wstring& statement);
 // Runs a query and fetches its first row; false when there is none.
 bool FetchFirst(SACommand& command, const std::wstring& query);
 
+// The number in the first column of a query's last row; `otherwise` when there is no row.
+std::int64_t FetchNumber(SACommand& command, const std::wstring& query, std::int64_t otherwise);
+
 // How many tables of that name the schema public has.
 std::int32_t CountTables(SACommand& command, const wchar_t* table);
 

@@ -6,20 +6,12 @@
 
 namespace {
 
-// {}: bounds in epoch seconds, filter.
-constexpr wchar_t kFilteredAlarms[] =
+// {}: bounds in epoch seconds, nothing or " and " with a filter.
+constexpr wchar_t kAlarms[] =
     L"select extract(epoch from time),tag_name,value,label,status,type,level,zone,"
     L"extract(epoch from occ_time),extract(epoch from free_time)"
     L" from alarm"
-    L" where time >= to_timestamp({}) and time <= to_timestamp({}) and {}"
-    L" order by time desc";
-
-// {}: bounds in epoch seconds.
-constexpr wchar_t kAllAlarms[] =
-    L"select extract(epoch from time),tag_name,value,label,status,type,level,zone,"
-    L"extract(epoch from occ_time),extract(epoch from free_time)"
-    L" from alarm"
-    L" where time >= to_timestamp({}) and time <= to_timestamp({})"
+    L" where time >= to_timestamp({}) and time <= to_timestamp({}){}"
     L" order by time desc";
 
 // A column that a mask filters by bit position, and the codes that exist.
@@ -115,8 +107,7 @@ bool TirelScada::GetAlarmData(std::int64_t startTime, std::int64_t endTime, std:
     AppendCodes(filter, kZone, zoneMask);
     AppendExcludedRanges(filter, excludedRanges);
     AppendTagPrefixes(filter, tagPrefixes);
-    Execute(command, filter.empty() ? Format(kAllAlarms, startTime, endTime)
-                                    : Format(kFilteredAlarms, startTime, endTime, filter));
+    Execute(command, Format(kAlarms, startTime, endTime, filter.empty() ? filter : L" and " + filter));
     ReadAlarms(command, records);
   });
 }
@@ -124,7 +115,7 @@ bool TirelScada::GetAlarmData(std::int64_t startTime, std::int64_t endTime, std:
 bool TirelScada::GetAllAlarmData(std::int64_t startTime, std::int64_t endTime,
                                  std::vector<AlarmRecord>& records) {
   return Run([&](SACommand& command) {
-    Execute(command, Format(kAllAlarms, startTime, endTime));
+    Execute(command, Format(kAlarms, startTime, endTime, L""));
     ReadAlarms(command, records);
   });
 }

@@ -29,16 +29,10 @@ constexpr wchar_t kCreateUserLog[] = L"create table {}(time timestamptz not null
 // {}: name, epoch seconds; the values follow.
 constexpr wchar_t kInsertUserLogRow[] = L"insert into user_{} values(to_timestamp({}),";
 
-// {}: name, bounds in epoch seconds.
+// {}: name, bounds in epoch seconds, nothing or " and (...)" with a condition.
 constexpr wchar_t kUserLogRows[] =
     L"select * from user_{}"
-    L" where time >= to_timestamp({}) and time <= to_timestamp({})"
-    L" order by time";
-
-// {}: name, bounds in epoch seconds, condition.
-constexpr wchar_t kUserLogRowsWhere[] =
-    L"select * from user_{}"
-    L" where time >= to_timestamp({}) and time <= to_timestamp({}) and ({})"
+    L" where time >= to_timestamp({}) and time <= to_timestamp({}){}"
     L" order by time";
 
 constexpr std::size_t kMaxTableNameSize = 64;
@@ -184,9 +178,10 @@ bool TirelScada::GetUserLogData(const wchar_t* name, std::int64_t startTime, std
     if (startTime < 1 || endTime < 1 || startTime == endTime) return;
     const auto [from, to] = std::minmax(startTime, endTime);
     if (!condition || *condition == L'\0') {
-      Execute(command, Bounded(kMaxRowsQuerySize, Format(kUserLogRows, name, from, to)));
+      Execute(command, Bounded(kMaxRowsQuerySize, Format(kUserLogRows, name, from, to, L"")));
     } else {
-      command.setCommandText(ToSAString(Format(kUserLogRowsWhere, name, from, to, condition)));
+      command.setCommandText(
+          ToSAString(Format(kUserLogRows, name, from, to, Format(L" and ({})", condition))));
       for (const UserLogBind& bind : binds) Bind(command, bind);
       command.Execute();
     }

@@ -53,14 +53,6 @@ constexpr wchar_t kGetAccounts[] = L"select * from userinfo_table";
 
 constexpr wchar_t kGetLoggedInIds[] = L"select id from userinfo_table where is_now_login = 1";
 
-// Kept: without a row the table counts as up to date.
-int CountAccountColumns(SACommand& command) {
-  int count = kAccountColumns;
-  Execute(command, kCountAccountColumns);
-  while (command.FetchNext()) count = command.Field(1).asLong();
-  return count;
-}
-
 void Insert(SACommand& command, const UserRecord& account) {
   command.setCommandText(
       ToSAString(Format(kInsertAccount, account.login_date, account.expired_date, account.last_reset_pass)));
@@ -104,8 +96,10 @@ void Read(SACommand& command, UserRecord& account) {
 
 bool TirelScada::CreateUserTables() {
   return Run([&](SACommand& command) {
-    // Kept: a table with more columns is dropped with its accounts; one with fewer is left as it is.
-    if (CountAccountColumns(command) > kAccountColumns) Execute(command, kDropAccounts);
+    // Kept: a table with more columns is dropped with its accounts; one with fewer, and one whose columns
+    // cannot be counted, is left as it is.
+    const std::int64_t columns = FetchNumber(command, kCountAccountColumns, kAccountColumns);
+    if (columns > kAccountColumns) Execute(command, kDropAccounts);
     Execute(command, kCreateAccounts);
     Execute(command, kCreateLockList);
   });

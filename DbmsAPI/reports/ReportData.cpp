@@ -78,13 +78,11 @@ void VisitColumns(Row& row, bool isMinute, Visit visit) {
 // seconds.
 template <class Field>
 void AppendMarker(std::wstring& text, std::size_t number, const Field&) {
-  constexpr bool isTime = std::is_same_v<Field, std::int64_t>;
   char digits[24];
-  wchar_t wide[24];
   char* const end = std::to_chars(digits, std::end(digits), number).ptr;
-  wchar_t* const wideEnd = std::copy(digits, end, wide);
+  constexpr bool isTime = std::is_same_v<Field, std::int64_t>;
   text += isTime ? L"to_timestamp(:" : L":";
-  text.append(wide, static_cast<std::size_t>(wideEnd - wide));
+  std::copy(digits, end, std::back_inserter(text));
   text += isTime ? L")," : L",";
 }
 

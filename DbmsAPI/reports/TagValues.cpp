@@ -23,18 +23,13 @@ constexpr wchar_t kDeleteOldIntervals[] =
 
 // {}: table; the rows follow.
 constexpr wchar_t kInsertTagValues[] = L"insert into {} values ";
+// {}: epoch seconds, tag, value. Kept: texts are not escaped; a quote in one ends the literal early.
+constexpr wchar_t kRow[] = L"(to_timestamp({}), '{}', '{}')";
 
 constexpr std::size_t kBatchRows = 1000;
 
-// Kept: texts are not escaped; a quote in one ends the literal early.
 void AppendRow(std::wstring& statement, const TagValueRecord& record) {
-  statement.append(L"(to_timestamp(")
-      .append(EpochSecondsText(record.time))
-      .append(L"), '")
-      .append(record.tag_name)
-      .append(L"', '")
-      .append(record.tag_value)
-      .append(L"')");
+  statement += Format(kRow, EpochSecondsText(record.time), record.tag_name, record.tag_value);
 }
 
 // Takes every vector off the queue and makes one statement of them.

@@ -11,16 +11,16 @@
 namespace pq {
 namespace {
 
-// A connection that cannot be made is given up after 10 seconds; one whose other end is silent after 30, or
-// after 25 while only an answer is awaited.
+// An attempt to connect ends after 10 seconds. A connection whose other end is silent counts as lost after 30
+// seconds, or after 25 while it only waits for an answer.
 constexpr std::pair<const char*, const char*> kLimits[] = {{"connect_timeout", "10"},
                                                            {"keepalives_idle", "10"},
                                                            {"keepalives_interval", "5"},
                                                            {"keepalives_count", "3"},
                                                            {"tcp_user_timeout", "30000"}};
 
-// Of what the server does not report. Without it numbers may arrive rounded.
-constexpr char kSessionOptions[] = "-c extra_float_digits=1";
+// Without it numbers may arrive rounded. The server does not report this setting.
+constexpr char kSessionOptions[] = "-c extra_float_digits=1 ";
 
 constexpr char kUnreadable[] = "The database text holds keywords that cannot be read";
 
@@ -49,7 +49,8 @@ bool HoldsKeywords(std::string_view database) {
          database.starts_with("postgres://");
 }
 
-// libpq would do so, but quotes the text, with a password in it, when it cannot read it.
+// Replaces a database text by the keywords in it. libpq would do that too, but when it cannot read the text
+// it quotes it in its message, with the password.
 ConnectionKeywords Expand(const ConnectionKeywords& keywords) {
   const bool namesHost = !Find(keywords, "host").empty();
   ConnectionKeywords expanded;
@@ -58,45 +59,35 @@ ConnectionKeywords Expand(const ConnectionKeywords& keywords) {
       expanded.emplace_back(name, value);
       continue;
     }
-    char* quoting = nullptr;
-    const Options options(PQconninfoParse(value.c_str(), &quoting));
-    PQfreemem(quoting);
+    char* quotingMessage = nullptr;
+    const Options options(PQconninfoParse(value.c_str(), &quotingMessage));
+    PQfreemem(quotingMessage);
     if (!options) throw ConnectFailure(kUnreadable, {});
     for (const PQconninfoOption* option = options.get(); option->keyword; ++option) {
-      const bool overruled = namesHost && option->keyword == std::string_view("hostaddr");
-      if (option->val && !overruled) expanded.emplace_back(option->keyword, option->val);
+      const bool overridden = namesHost && option->keyword == std::string_view("hostaddr");
+      if (option->val && !overridden) expanded.emplace_back(option->keyword, option->val);
     }
   }
   return expanded;
 }
 
-bool NamesService(const ConnectionKeywords& keywords, const Options& environment) {
-  return !Find(keywords, "service").empty() || !Find(environment, "service").empty();
-}
-
 }  // namespace
 
-ConnectionKeywords Complete(const ConnectionKeywords& keywords) {
+ConnectionKeywords Complete(const ConnectionKeywords& keywords, SessionOptions options) {
   ConnectionKeywords complete = Expand(keywords);
   const Options environment(PQconndefaults());
-  if (NamesService(complete, environment)) return complete;
-  for (const auto& [keyword, value] : kLimits) {
-    if (Find(complete, keyword).empty() && Find(environment, keyword).empty()) {
-      complete.emplace_back(keyword, value);
-    }
+  const auto value = [&](std::string_view keyword) {
+    const std::string_view given = Find(complete, keyword);
+    return given.empty() ? Find(environment, keyword) : given;
+  };
+  if (!value("service").empty()) return complete;
+  for (const auto& [keyword, limit] : kLimits) {
+    if (value(keyword).empty()) complete.emplace_back(keyword, limit);
+  }
+  if (options == SessionOptions::Sent) {
+    complete.emplace_back("options", std::string(kSessionOptions).append(value("options")));
   }
   return complete;
-}
-
-ConnectionKeywords WithSessionOptions(ConnectionKeywords keywords) {
-  const Options environment(PQconndefaults());
-  if (NamesService(keywords, environment)) return keywords;
-  std::string_view given = Find(keywords, "options");
-  if (given.empty()) given = Find(environment, "options");
-  std::string options = kSessionOptions;
-  if (!given.empty()) options.append(" ").append(given);
-  keywords.emplace_back("options", std::move(options));
-  return keywords;
 }
 
 }  // namespace pq

@@ -4,14 +4,14 @@
 
 namespace pq {
 
-// The keywords to connect with. Those that a database text holds take its place; a `hostaddr` among them does
-// not count where the server is named. Limits of waiting are added for what neither the keywords nor libpq's
-// environment decide; where a service is named, its file decides. Throws a connect failure when a database
-// text cannot be read.
-ConnectionKeywords Complete(const ConnectionKeywords& keywords);
+// Whether the settings that a session needs to read numbers unchanged are part of the keyword `options`. Some
+// poolers refuse that keyword.
+enum class SessionOptions { Sent, LeftOut };
 
-// Adds what a session needs to read numbers unchanged, before the options that are given. A pooler may refuse
-// it.
-ConnectionKeywords WithSessionOptions(ConnectionKeywords keywords);
+// Returns the keywords to connect with. A database text is replaced by the keywords in it, except `hostaddr`
+// if a server is named. Time limits are added unless the keywords or libpq's environment set them; if a
+// service is named, nothing is added, since its file may set them. Throws a connect failure when the database
+// text cannot be read.
+ConnectionKeywords Complete(const ConnectionKeywords& keywords, SessionOptions options);
 
 }  // namespace pq

@@ -150,10 +150,9 @@ void SetSettings(PGconn* connection) {
 void FinishConnection::operator()(PGconn* connection) const { PQfinish(connection); }
 
 ConnectionHandle Connect(const ConnectionKeywords& keywords) {
-  const ConnectionKeywords complete = Complete(keywords);
-  ConnectionHandle connection = Open(WithSessionOptions(complete));
+  ConnectionHandle connection = Open(Complete(keywords, SessionOptions::Sent));
   if (std::string_view(PQerrorMessage(connection.get())).find(kOptionRefused) != std::string_view::npos) {
-    connection = Open(complete);
+    connection = Open(Complete(keywords, SessionOptions::LeftOut));
   }
   if (PQstatus(connection.get()) != CONNECTION_OK) ThrowConnectFailure(connection.get());
   SetSettings(connection.get());

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
-#include <iterator>
+#include <string_view>
 #include <unordered_map>
 #include <utility>
 
@@ -12,88 +12,44 @@
 namespace pq {
 namespace {
 
-constexpr std::size_t kMostDigits = 9;  // a longer run of digits is a name
+constexpr std::size_t kMaxDigits = 9;  // a longer run of digits is a name
 
 // The number of a marker; -1 for a named one.
 int NumberOf(std::string_view name) {
-  if (name[0] < '0' || name[0] > '9' || name.size() > kMostDigits) return -1;
+  if (name[0] < '0' || name[0] > '9' || name.size() > kMaxDigits) return -1;
   int number = 0;
-  for (const char digit : name) number = number * 10 + (digit - '0');
+  std::from_chars(name.data(), name.data() + name.size(), number);
   return number;
 }
 
-void AppendNumber(std::string& text, std::size_t number) {
-  char digits[20];
-  text.append(digits, std::to_chars(digits, std::end(digits), number).ptr);
+// The index of a number among others in ascending order, which are 1, 2, ... in nearly all statements.
+std::size_t IndexOf(int number, const std::vector<int>& numbers) {
+  const auto usual = static_cast<std::size_t>(number) - 1;
+  if (usual < numbers.size() && numbers[usual] == number) return usual;
+  const auto found = std::lower_bound(numbers.begin(), numbers.end(), number);
+  return static_cast<std::size_t>(found - numbers.begin());
 }
 
-// Gives each parameter its place: the numbered ones ascending, then the named ones by appearance.
-class Places {
- public:
-  // Takes the next marker, and gives its key: its number, or for a named one -1, -2, ... by name.
-  int Add(std::string_view name) {
-    const int number = NumberOf(name);
-    if (number >= 0) {
-      numbers_.push_back(number);
-      return number;
-    }
-    const auto [place, isNew] = places_.try_emplace(name, named_.size());
-    if (isNew) named_.push_back(name);
-    return -1 - static_cast<int>(place->second);
-  }
+std::string_view NameOf(const Marker& marker, std::string_view statement) {
+  return statement.substr(marker.at + 1, marker.length - 1);
+}
 
-  // After the last one was added.
-  void Arrange() {
-    if (!std::is_sorted(numbers_.begin(), numbers_.end())) std::sort(numbers_.begin(), numbers_.end());
-    numbers_.erase(std::unique(numbers_.begin(), numbers_.end()), numbers_.end());
-  }
-
-  std::size_t Of(int key) const {
-    if (key < 0) return numbers_.size() + static_cast<std::size_t>(-1 - key);
-    const std::size_t dense = static_cast<std::size_t>(key - numbers_.front());
-    if (dense < numbers_.size() && numbers_[dense] == key) return dense;
-    const auto found = std::lower_bound(numbers_.begin(), numbers_.end(), key);
-    return static_cast<std::size_t>(found - numbers_.begin());
-  }
-
-  // Whether the parameters are 1, 2, ... without a gap and a name.
-  bool AreNumbers() const {
-    return named_.empty() && !numbers_.empty() && numbers_.front() == 1 &&
-           static_cast<std::size_t>(numbers_.back()) == numbers_.size();
-  }
-
-  std::vector<int> TakeNumbers() { return std::move(numbers_); }
-
-  std::vector<std::wstring> Named() const {
-    std::vector<std::wstring> named;
-    for (const std::string_view name : named_) named.push_back(sys::FromUtf8(name));
-    return named;
-  }
-
- private:
-  std::vector<int> numbers_;
-  std::vector<std::string_view> named_;
-  std::unordered_map<std::string_view, std::size_t> places_;  // among the named ones
-};
-
-// Writes the statement with the places of its parameters.
-std::string WithPlaces(const std::string& statement, const std::vector<Marker>& markers,
-                       const std::vector<int>& keys, const Places& places) {
+// Makes each marker $k, k being one more than the index that `indexOf` gives for its name.
+template <class Index>
+std::string WithDollars(std::string statement, const std::vector<Marker>& markers, Index indexOf) {
   std::string text;
-  text.reserve(statement.size() + markers.size());
   std::size_t copied = 0;
-  for (std::size_t i = 0; i < markers.size(); ++i) {
-    text.append(statement, copied, markers[i].at - copied).append(markers[i].glued ? " $" : "$");
-    AppendNumber(text, places.Of(keys[i]) + 1);
-    copied = markers[i].at + markers[i].length;
+  for (const Marker& marker : markers) {
+    statement[marker.at] = '$';
+    const std::string_view name = NameOf(marker, statement);
+    const std::size_t k = indexOf(name) + 1;
+    const bool isDone = !marker.glued && name[0] != '0' && NumberOf(name) == static_cast<int>(k);
+    if (isDone) continue;
+    text.append(statement, copied, marker.at - copied).append(marker.glued ? " $" : "$") += std::to_string(k);
+    copied = marker.at + marker.length;
   }
+  if (copied == 0) return statement;
   return text.append(statement, copied);
-}
-
-// The same where the numbers are the places, as they are in nearly all statements: only the colons change.
-std::string WithDollars(std::string statement, const std::vector<Marker>& markers) {
-  for (const Marker& marker : markers) statement[marker.at] = '$';
-  return statement;
 }
 
 }  // namespace
@@ -101,26 +57,26 @@ std::string WithDollars(std::string statement, const std::vector<Marker>& marker
 MarkedStatement ReplaceMarkers(std::wstring_view wide) {
   std::string statement = sys::ToUtf8(wide);
   const std::vector<Marker> markers = FindMarkers(statement);
-  Places places;
-  std::vector<int> keys;
-  keys.reserve(markers.size());
-  bool isPlain = true;  // without leading zeros, and a blank to be put before them
+  std::vector<int> numbers;
+  std::vector<std::wstring> named;
+  std::unordered_map<std::string, std::size_t> indexOfNamed;
   for (const Marker& marker : markers) {
-    keys.push_back(places.Add(std::string_view(statement).substr(marker.at + 1, marker.length - 1)));
-    if (statement[marker.at + 1] == '0' || marker.glued) isPlain = false;
+    const std::string_view name = NameOf(marker, statement);
+    if (const int number = NumberOf(name); number >= 0) {
+      numbers.push_back(number);
+    } else if (indexOfNamed.try_emplace(std::string(name), named.size()).second) {
+      named.push_back(sys::FromUtf8(name));
+    }
   }
-  places.Arrange();
-  auto named = places.Named();
-  std::string text = isPlain && places.AreNumbers() ? WithDollars(std::move(statement), markers)
-                                                    : WithPlaces(statement, markers, keys, places);
-  return {std::move(text), places.TakeNumbers(), std::move(named)};
-}
+  if (!std::is_sorted(numbers.begin(), numbers.end())) std::sort(numbers.begin(), numbers.end());
+  numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());
 
-std::vector<std::wstring> MarkedStatement::Names() const {
-  std::vector<std::wstring> names;
-  for (const int number : numbers) names.push_back(std::to_wstring(number));
-  names.insert(names.end(), named.begin(), named.end());
-  return names;
+  const auto indexOf = [&](std::string_view name) {
+    const int number = NumberOf(name);
+    return number >= 0 ? IndexOf(number, numbers) : numbers.size() + indexOfNamed.at(std::string(name));
+  };
+  std::string text = WithDollars(std::move(statement), markers, indexOf);
+  return {std::move(text), std::move(numbers), std::move(named)};
 }
 
 }  // namespace pq

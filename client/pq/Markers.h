@@ -14,7 +14,6 @@ struct MarkedStatement {
   std::vector<std::wstring> named;
 
   bool HasParameters() const { return !numbers.empty() || !named.empty(); }
-  std::vector<std::wstring> Names() const;  // of all parameters
 };
 
 // Finds the markers (`:1`, `:name`) of a statement, which may repeat. Not markers: colons inside '...' and

@@ -27,10 +27,9 @@ bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
 // Without the blanks around it and a plus sign before it.
 std::string_view Bare(std::string_view text) {
-  const std::size_t first = text.find_first_not_of(" \t");
-  if (first == std::string_view::npos) return {};
-  text = text.substr(first, text.find_last_not_of(" \t") - first + 1);
-  const bool plus = text.size() > 1 && text[0] == '+' && text[1] != '-';
+  while (text.starts_with(' ') || text.starts_with('\t')) text.remove_prefix(1);
+  while (text.ends_with(' ') || text.ends_with('\t')) text.remove_suffix(1);
+  const bool plus = text.starts_with('+') && text.size() > 1 && text[1] != '-';
   return plus ? text.substr(1) : text;
 }
 
@@ -54,14 +53,6 @@ std::int64_t CutToInteger(double value, std::string_view text) {
   return static_cast<std::int64_t>(whole);
 }
 
-// Reads a bare number, as the server writes it: without blanks around it and to its end.
-template <class Number>
-bool ReadBare(std::string_view text, Number& value) {
-  const char* const textEnd = text.data() + text.size();
-  const auto [end, error] = std::from_chars(text.data(), textEnd, value);
-  return end == textEnd && error == std::errc();
-}
-
 // What follows the whole part is decimals and nothing else.
 bool IsDecimals(std::string_view rest) {
   return rest.starts_with('.') && std::all_of(rest.begin() + 1, rest.end(), IsDigit);
@@ -69,7 +60,6 @@ bool IsDecimals(std::string_view rest) {
 
 std::int64_t ParseWhole(std::string_view text) {
   std::int64_t value = 0;
-  if (ReadBare(text, value)) return value;
   const std::string_view number = Bare(text);
   const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), value);
   const std::string_view rest = number.substr(static_cast<std::size_t>(end - number.data()));
@@ -90,7 +80,6 @@ std::int64_t ParseInteger(std::string_view text, std::int64_t least, std::int64_
 
 double ParseDouble(std::string_view text) {
   double value = 0;
-  if (ReadBare(text, value)) return value;
   const std::string_view number = Bare(text);
   const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), value);
   if (number.empty() || end != number.data() + number.size() || error == std::errc::invalid_argument) {

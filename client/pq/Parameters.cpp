@@ -17,18 +17,10 @@ constexpr unsigned kInt2 = 21;
 constexpr unsigned kInt4 = 23;
 constexpr unsigned kFloat8 = 701;
 
-constexpr std::size_t kMaxKeptValues = 2000;  // buffers for more are freed
+constexpr std::size_t kMaxKeptValues = 2000;  // buffers for more are freed with the next, shorter statement
 
 constexpr int kText = 0;
 constexpr int kBinary = 1;
-
-// The bytes of a number from the highest to the lowest.
-std::uint64_t InNetworkOrder(std::uint64_t bits) {
-  if constexpr (std::endian::native == std::endian::big) return bits;
-  bits = (bits & 0x00FF00FF00FF00FF) << 8 | (bits >> 8 & 0x00FF00FF00FF00FF);
-  bits = (bits & 0x0000FFFF0000FFFF) << 16 | (bits >> 16 & 0x0000FFFF0000FFFF);
-  return bits << 32 | bits >> 32;
-}
 
 SAException ParameterError(const SAParam& parameter, const wchar_t* what) {
   return UsageError(L"The parameter :" + std::wstring(parameter.Name()) + what);
@@ -71,12 +63,13 @@ void Parameters::Set(std::size_t index, const SAParam& value) {
   }
 }
 
-// `bits` holds the value in its low end.
+// The value is in the low `size` bytes of `bits`.
 void Parameters::SetScalar(std::size_t index, unsigned type, std::size_t size, std::uint64_t bits) {
   Scalar& bytes = scalars_[index];
-  bytes = std::bit_cast<Scalar>(InNetworkOrder(bits));
+  for (std::size_t i = 0; i < bytes.size(); ++i)
+    bytes[bytes.size() - 1 - i] = static_cast<char>(bits >> 8 * i);
   types_[index] = type;
-  values_[index] = bytes.data() + sizeof bytes - size;
+  values_[index] = bytes.data() + bytes.size() - size;
   lengths_[index] = static_cast<int>(size);
   formats_[index] = kBinary;
 }

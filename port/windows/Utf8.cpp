@@ -4,12 +4,6 @@
 
 namespace sys {
 
-std::string ToUtf8(std::wstring_view text) {
-  std::string bytes;
-  AppendUtf8(bytes, text);
-  return bytes;
-}
-
 void AppendUtf8(std::string& bytes, std::wstring_view text) {
   const int length = static_cast<int>(text.size());
   const std::size_t before = bytes.size();

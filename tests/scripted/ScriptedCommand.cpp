@@ -85,10 +85,13 @@ void SACommand::setCommandText(SAString&& text) {
   impl_->params.clear();
   impl_->places.clear();
   impl_->next = 0;
-  for (const std::wstring& name : pq::ReplaceMarkers(impl_->text).Names()) {
+  const auto add = [this](const std::wstring& name) {
     impl_->places[name] = impl_->params.size();
-    impl_->params.emplace_back(SAString(name.c_str()));
-  }
+    impl_->params.emplace_back(SAString(name));
+  };
+  const pq::MarkedStatement marked = pq::ReplaceMarkers(impl_->text);
+  for (const int number : marked.numbers) add(std::to_wstring(number));
+  for (const std::wstring& name : marked.named) add(name);
 }
 
 SAString SACommand::CommandText() const { return impl_->text; }
