@@ -37,7 +37,7 @@ int TryInVain() {
   return good;
 }
 
-TEST_F(Failures, EachObjectTellsItsOwn) {
+TEST_F(Failures, EachObjectReportsItsOwn) {
   std::atomic<int> lines{0};
   SetDbmsDebugSink([&](const wchar_t*) { ++lines; });
   std::atomic<int> good{0};

@@ -49,7 +49,7 @@ TEST_F(Catalog, ChunksHoldADay) {
             WithEach(tables, "|time|1 day"));
 }
 
-TEST_F(Catalog, RowsAreSegmentedByWhatTellsThemApart) {
+TEST_F(Catalog, RowsAreSegmentedByTheColumnsThatDistinguishThem) {
   const auto segments = [&](const std::string& table) {
     return Value(
         "select string_agg(attname, ', ' order by segmentby_column_index) from "

@@ -7,7 +7,7 @@
 namespace {
 
 // Operations whose statements follow another rule when one fails; their own tests cover it.
-bool HasARuleOfItsOwn(int number) {
+bool HasItsOwnRule(int number) {
   return number == 5       // rolls back
          || number == 42   // goes on after a drop that failed
          || number == 65;  // sends nothing
@@ -50,7 +50,7 @@ TEST_F(EveryOperation, SendsNothingWhenTheServerRefuses) {
 TEST_F(EveryOperation, StopsAtTheStatementThatFails) {
   for (const int version : {0, 212, 218}) {
     for (const OperationCall& operation : AllOperations()) {
-      if (HasARuleOfItsOwn(operation.number)) continue;
+      if (HasItsOwnRule(operation.number)) continue;
       TimescaleVersion = version;
       const std::size_t count = CountStatements(operation);
       for (std::size_t k = 1; k <= count; ++k) {
@@ -70,7 +70,7 @@ TEST_F(EveryOperation, StopsAtTheStatementThatFails) {
 
 TEST_F(EveryOperation, LosesAServerThatDiesUnderIt) {
   for (const OperationCall& operation : AllOperations()) {
-    if (HasARuleOfItsOwn(operation.number) || CountStatements(operation) == 0) continue;
+    if (HasItsOwnRule(operation.number) || CountStatements(operation) == 0) continue;
     SCOPED_TRACE(operation.name);
     const auto object = NewDbms();
     object->hostSelector = [](const wchar_t*) { return L"standby"; };

@@ -57,7 +57,7 @@ TEST_F(RecorderLink, IsCutAtFiftyRandomBytes) {
 }
 
 // The answer to COMMIT never comes: the batch is stored, and neither sent again nor counted as duplicate.
-TEST_F(RecorderLink, IsCutBehindEveryCommit) {
+TEST_F(RecorderLink, IsCutAfterEveryCommit) {
   // Samples of today, so that nothing but the batches goes over the link; batch numbers of two digits.
   const std::int64_t now = std::chrono::duration_cast<std::chrono::milliseconds>(
                                std::chrono::system_clock::now().time_since_epoch())

@@ -74,7 +74,7 @@ TEST_F(Commands, LeavesTheTypeOfATextToTheServer) {
             (std::vector<std::string>{"name|1|42|1704164645|x"}));
 }
 
-TEST_F(Commands, LetsAMarkerStandInSeveralPlaces) {
+TEST_F(Commands, LetsAMarkerOccurInSeveralPlaces) {
   SACommand command(&connection,
                     L"select :2::text || :1::text || :2::text, ':1', '2024-01-01 10:20:30'::timestamp");
   EXPECT_EQ(command.ParamCount(), 2);
@@ -197,14 +197,14 @@ TEST_F(Commands, ReportAFailureMidwayAfterTheRowsBeforeIt) {
   EXPECT_EQ(Ask(L"select 1"), L"1");
 }
 
-TEST_F(Commands, ReportAFailureBehindTheFirstRowAtOnce) {
+TEST_F(Commands, ReportAFailureAfterTheFirstRowAtOnce) {
   SACommand command(&connection, L"select 6 / (2 - i) from generate_series(1, 9) i");
   EXPECT_SA_ERROR(SA_DBMS_API_Error, 7, command.Execute());
   EXPECT_FALSE(command.FetchNext());
 }
 
 // The row comes before the commit that is refused: nobody may take the statement for done.
-TEST_F(Commands, ReportAFailureOfTheCommitBehindTheRow) {
+TEST_F(Commands, ReportAFailureOfTheCommitAfterTheRow) {
   Run("create table p (a int primary key);"
       "create table c (a int references p deferrable initially deferred)");
   SACommand command(&connection, L"insert into c values (1) returning a");

@@ -14,7 +14,7 @@ TEST_F(Connecting, ReachesTheDatabaseNamed) {
   EXPECT_EQ(Ask(L"select current_user"), User());
 }
 
-TEST_F(Connecting, TellsTheServersVersion) {
+TEST_F(Connecting, ReportsTheServersVersion) {
   EXPECT_SA_ERROR(SA_Library_Error, 0, connection.ServerVersionString());
   Connect();
   const std::wstring version = Wide(connection.ServerVersionString());
@@ -138,7 +138,7 @@ TEST_F(Connecting, WorksAgainAfterDisconnectAndDestroy) {
   EXPECT_EQ(Ask(L"select 1"), L"1");
 }
 
-TEST_F(Connecting, LeavesNoServerProcessBehind) {
+TEST_F(Connecting, LeavesNoServerProcess) {
   {
     SAConnection short_lived;
     Connect(short_lived);
@@ -155,7 +155,7 @@ TEST_F(Connecting, TakesKeywordsInTheDatabasePart) {
   EXPECT_EQ(Ask(L"show application_name"), L"keyworded");
 }
 
-TEST_F(Connecting, TakesServerOptionsBehindTheDatabase) {
+TEST_F(Connecting, TakesServerOptionsAfterTheDatabase) {
   ConnectTo(connection, Server() + L"@" + Database() + L";-c work_mem=77MB -c search_path=elsewhere");
   EXPECT_EQ(Ask(L"show work_mem"), L"77MB");
   EXPECT_EQ(Ask(L"show search_path"), L"elsewhere");
@@ -187,7 +187,7 @@ TEST_F(Connecting, SpeaksUtf8WhateverIsSet) {
   EXPECT_EQ(Ask(L"select 'd\u00e4mpfer'"), L"d\u00e4mpfer");
 }
 
-TEST_F(Connecting, TellsAHandlerBeforeAndAfter) {
+TEST_F(Connecting, CallsAHandlerBeforeAndAfter) {
   static std::vector<std::pair<int, bool>> stages;
   stages.clear();
   const std::wstring server = Server() + L"@" + Database();

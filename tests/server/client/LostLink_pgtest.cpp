@@ -69,7 +69,7 @@ TEST_F(LostLink, UnderAStatementFailsIt) {
   EXPECT_FALSE(connection.isAlive());
 }
 
-TEST_F(LostLink, WithoutAWordIsNamedAllTheSame) {
+TEST_F(LostLink, WithoutAMessageIsNamedToo) {
   const std::wstring host = Host();
   ProtocolTap tap(std::string(host.begin(), host.end()), Port());
   ConnectTo(connection, L"127.0.0.1," + std::to_wstring(tap.Port()) + L"@dbname=" + Database() +

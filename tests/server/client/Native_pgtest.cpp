@@ -59,7 +59,7 @@ TEST_F(Native, ExecutesStatements) {
   EXPECT_EQ(Rows("select * from t"), (std::vector<std::string>{"1|one"}));
 }
 
-TEST_F(Native, TellsWhatFailed) {
+TEST_F(Native, ReportsWhatFailed) {
   PGresult* result = api.PQexec(Link(), "select no_such_column");
   EXPECT_TRUE(std::string(api.PQresultErrorMessage(result)).starts_with("ERROR:  column \"no_such_column\""));
   EXPECT_TRUE(std::string(api.PQerrorMessage(Link())).starts_with("ERROR:  column \"no_such_column\""));

@@ -92,7 +92,7 @@ TEST_F(Session, KeepsWarningsOfTheConnectingOffStderr) {
   EXPECT_TRUE(connection.isAlive());
 }
 
-TEST_F(Session, CommitsEachStatementByItself) {
+TEST_F(Session, CommitsEachStatementSeparately) {
   Run("create table t (a int)");
   Connect();
   Ask(L"insert into t values (1)");

@@ -85,7 +85,7 @@ TEST_F(GridTables, KeepsTheTextOfTheDropOnAFreshDatabase) {
   EXPECT_EQ(RowCount(), 0);
 }
 
-TEST_F(GridTables, KeepsMakingATableWithCapitalsAnewEveryTime) {
+TEST_F(GridTables, KeepsRecreatingATableWithCapitalsEveryTime) {
   ASSERT_TRUE(dbms->CreateGridTable(L"Grid", 1));
   ASSERT_TRUE(dbms->AppendGridRow(L"Grid", L"'a'"));
   ASSERT_TRUE(dbms->CreateGridTable(L"Grid", 1));
@@ -129,7 +129,7 @@ TEST_F(GridTables, AServerLostUnderTheDropEndsTheCreationAndTheNextCallConnectsA
 
 // ---- Rows ----
 
-TEST_F(GridTables, RowsAreAppendedBehindTheLast) {
+TEST_F(GridTables, RowsAreAppendedAfterTheLast) {
   ASSERT_TRUE(dbms->CreateGridTable(L"grid", 2));
   EXPECT_TRUE(dbms->AppendGridRow(L"grid", L"'a', 'b'"));
   EXPECT_TRUE(dbms->InsertEmptyGridRows(L"grid", 2, 0));
@@ -137,7 +137,7 @@ TEST_F(GridTables, RowsAreAppendedBehindTheLast) {
   EXPECT_EQ(Rows("select * from grid order by row_num"), (Lines{"a|b|1", "c|it's|2"}));
 }
 
-TEST_F(GridTables, AppendingBehindEmptyRowsGoesOnWithTheirNumbers) {
+TEST_F(GridTables, AppendingAfterEmptyRowsContinuesTheirNumbers) {
   ASSERT_TRUE(dbms->CreateGridTable(L"grid", 1));
   ASSERT_TRUE(dbms->InsertEmptyGridRows(L"grid", 1, 4));
   ASSERT_TRUE(dbms->AppendGridRow(L"grid", L"'a'"));

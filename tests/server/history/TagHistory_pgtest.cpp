@@ -177,7 +177,7 @@ TEST_F(TagHistory, KeepsQueriesThatTheServerRefuses) {
   EXPECT_TRUE(dbms->GetLogData(kStart, kStart + 1, plain)) << Error();
 }
 
-TEST_F(TagHistory, TheOldestTimeIsToldOnceThereIsOne) {
+TEST_F(TagHistory, TheOldestTimeIsReportedOnceThereIsOne) {
   std::int64_t oldest = 7;
   EXPECT_TRUE(dbms->GetOldestLogTime(oldest)) << Error();
   EXPECT_EQ(oldest, 7);

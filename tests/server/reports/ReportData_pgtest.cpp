@@ -58,7 +58,7 @@ TEST_F(ReportData, DigitalRowsOfEveryPeriodAreReadBack) {
   }
 }
 
-TEST_F(ReportData, EachFieldStandsInItsColumn) {
+TEST_F(ReportData, EachFieldIsInItsColumn) {
   ASSERT_TRUE(dbms->InsertReportAnalogData(
       L"day", {{1, L"A", 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17}}));
   ASSERT_TRUE(dbms->InsertReportDigitalData(L"day", {{1, L"A", 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13}}));
@@ -144,7 +144,7 @@ TEST_F(ReportData, KeepsTheDamagedStatements) {
   EXPECT_FALSE(dbms->GetReportDigitalData(L"minute", kStart, 0, digital));
 }
 
-TEST_F(ReportData, KeepsQuotesInTagNamesAsTheyStand) {
+TEST_F(ReportData, KeepsQuotesInTagNamesAsTheyAre) {
   ASSERT_TRUE(dbms->InsertReportAnalogData(L"hour", {Analog(L"it's", kStart)})) << Error();
   AnalogByTag plain = {{L"it's", {}}};
   EXPECT_FALSE(dbms->GetReportAnalogData(L"hour", kStart, 0, plain));

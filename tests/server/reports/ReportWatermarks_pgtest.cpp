@@ -19,7 +19,7 @@ TEST_F(ReportWatermarks, AWatermarkNeverSetReadsAsZero) {
   }
 }
 
-TEST_F(ReportWatermarks, EachWatermarkIsKeptByItself) {
+TEST_F(ReportWatermarks, EachWatermarkIsKeptSeparately) {
   std::int64_t time = 1700000000;
   for (const wchar_t* kind : kKinds) {
     for (const wchar_t* period : kPeriods)

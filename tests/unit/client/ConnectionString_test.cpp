@@ -35,7 +35,7 @@ const Case kCases[] = {
     {"PortZero", L"db1,0@scada", {{"dbname", "scada"}, {"host", "db1"}}},
     {"NothingButPortZero", L",0@", {}},
     {"NoServer", L"@scada", {{"dbname", "scada"}}},
-    {"OptionsBehindTheDatabase",
+    {"OptionsAfterTheDatabase",
      L"db1@scada;-c a=b",
      {{"dbname", "scada"}, {"host", "db1"}, {"options", "-c a=b"}}},
     {"OptionsWithoutServer", L"scada;-c a=b", {{"dbname", "scada"}, {"options", "-c a=b"}}},

@@ -71,7 +71,7 @@ TEST_F(ParametersTest, SendNullWithoutAType) {
   EXPECT_EQ(SentAlone(), "0 text NULL");
 }
 
-TEST_F(ParametersTest, StandInTheirOrder) {
+TEST_F(ParametersTest, AreInTheirOrder) {
   Add().setAsLong() = 1;
   Add().setAsString() = L"two";
   Add().setAsNull();

@@ -72,7 +72,7 @@ TEST(SADateTimeTest, IsEmptyWithoutADate) {
   EXPECT_EQ(fields.tm_isdst, -1);
 }
 
-TEST(SAExceptionTest, TellsWhatHappened) {
+TEST(SAExceptionTest, ReportsWhatHappened) {
   const SAException error(SA_DBMS_API_Error, 7, L"n\u00e4h");
   EXPECT_EQ(error.ErrClass(), SA_DBMS_API_Error);
   EXPECT_EQ(error.ErrNativeCode(), 7);

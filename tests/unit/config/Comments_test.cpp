@@ -19,7 +19,7 @@ TEST_F(Comments, AllAreDeletedByOneStatement) {
   EXPECT_EQ(server.Statements(), Texts{L"delete from comment"});
 }
 
-TEST_F(Comments, EachIsInsertedByAnExecutionOfItsOwn) {
+TEST_F(Comments, EachIsInsertedByASeparateExecution) {
   EXPECT_TRUE(dbms->InsertComments({{1, 2, 3, L"it's", L"Arial,10"}, {-1, 0, INT32_MAX, L"b", L"Mono"}}));
   ASSERT_EQ(server.Statements(), (Texts{kInsert, kInsert}));
   EXPECT_EQ(server.sent[0].binds, (Texts{L"int4 1", L"int4 2", L"int4 3", L"text it's", L"text Arial,10"}));

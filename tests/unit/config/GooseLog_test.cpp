@@ -87,7 +87,7 @@ TEST_F(GooseLog, TheOtherFlagsAndExtremeNumbersAreWrittenToo) {
           L"insert into iec_goose (time, GOOSE_ControlBlock_Ref, DataSet, GOOSE_ID, AllowedToLive, Structure_Number,Sequence_Number, simulation, ndsCom, invalidityTime, stateValid, srcMac, dstMac, appId, dataSetValues,dataSetValuesSelfAllocated, dstMacSet, isObserver, vlanSet, vlanId, vlanPrio) values(now(), '', '', '', '2147483647', '-2147483648', '0', 'false', 'true', to_timestamp('0'), 'false', '', '', '-1', '{}', 'true', 'false', 'true', 'false', '-2', '-3')"});
 }
 
-TEST_F(GooseLog, KeepsQuotesInValuesAsTheyStand) {
+TEST_F(GooseLog, KeepsQuotesInValuesAsTheyAre) {
   GooseMessageRecord message = Message(L"0");
   message.dataSetValues = L"it's";
   ASSERT_TRUE(dbms->Connect());

@@ -34,7 +34,7 @@ TEST_F(GridTables, ATableWithTheColumnsAskedForIsNotDropped) {
   EXPECT_EQ(server.Statements(), (Texts{kColumns, kCreate}));
 }
 
-TEST_F(GridTables, ATableWithOtherColumnsIsDroppedAndMadeAnew) {
+TEST_F(GridTables, ATableWithOtherColumnsIsDroppedAndRecreated) {
   for (const wchar_t* count : {L"1", L"2", L"4"}) {
     server.Forget();
     HasColumns(count);
@@ -115,7 +115,7 @@ TEST_F(GridTables, AServerLostUnderTheDropEndsTheCreationAndTheNextCallConnectsE
   EXPECT_EQ(server.connects.back(), L"standby,5432@scada operator secret 10");
 }
 
-TEST_F(GridTables, KeepsNamesAsTheyStand) {
+TEST_F(GridTables, KeepsNamesAsTheyAre) {
   EXPECT_TRUE(dbms->CreateGridTable(L"it's", 1));
   EXPECT_EQ(
       server.Statements(),
@@ -187,7 +187,7 @@ TEST_F(GridTables, ACellTextWithAColonIsNoParameter) {
   EXPECT_TRUE(server.sent[0].binds.empty());
 }
 
-TEST_F(GridTables, KeepsQuotesInCellsAsTheyStand) {
+TEST_F(GridTables, KeepsQuotesInCellsAsTheyAre) {
   ASSERT_TRUE(dbms->Connect());
   server.FailStatement(1, {3, 7, L"ERROR:  syntax error"});
   EXPECT_FALSE(dbms->UpdateGridCell(L"grid", 2, 3, L"it's"));
@@ -206,7 +206,7 @@ TEST_F(GridTables, ACellIsReadByItsFieldNumber) {
   EXPECT_EQ(server.Statements(), (Texts{statement[0], statement[0]}));
 }
 
-TEST_F(GridTables, TheFieldBehindTheCellsIsTheRowNumber) {
+TEST_F(GridTables, TheFieldAfterTheCellsIsTheRowNumber) {
   server.Answer(L"select * from grid where row_num = 5", {{L"first", L"second", L"5"}});
   std::wstring value;
   EXPECT_TRUE(dbms->GetGridCell(L"grid", 3, 5, value));

@@ -65,7 +65,7 @@ TEST_F(NetworkStatus, CountersMayBeNegative) {
           L"update network_table set status = '', address = '', read = -1, readerr = -2, readperct = -3, write = -4, writeerr = -2147483648, writeperct = 2147483647  where station = 'S1';"});
 }
 
-TEST_F(NetworkStatus, KeepsQuotesInAnUpdateAsTheyStand) {
+TEST_F(NetworkStatus, KeepsQuotesInAnUpdateAsTheyAre) {
   ASSERT_TRUE(dbms->Connect());
   server.FailStatement(1, {3, 7, L"ERROR:  unterminated quoted string"});
   EXPECT_FALSE(dbms->UpdateNetworkStatus(L"it's", L"up", L"a", 1, 2, 3, 4, 5, 6));

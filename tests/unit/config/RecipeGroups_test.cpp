@@ -19,7 +19,7 @@ TEST_F(RecipeGroups, AllAreDeletedByOneStatement) {
   EXPECT_EQ(server.Statements(), Texts{L"delete from recipe_group"});
 }
 
-TEST_F(RecipeGroups, EachIsInsertedByAnExecutionOfItsOwn) {
+TEST_F(RecipeGroups, EachIsInsertedByASeparateExecution) {
   EXPECT_TRUE(dbms->InsertRecipeGroups({{L"m", L"g", L"{\"a\": [1]}"}, {L"it's", L"", L"[]"}}));
   ASSERT_EQ(server.Statements(), (Texts{kInsert, kInsert}));
   EXPECT_EQ(server.sent[0].binds, (Texts{L"text m", L"text g", L"text {\"a\": [1]}"}));

@@ -52,7 +52,7 @@ TEST_F(ChunkCompression, KeepsCountingWhatTheCallerLeftInTheMap) {
   EXPECT_EQ(chunks, (ChunkMap{{L"alarm", {}}}));
 }
 
-TEST_F(ChunkCompression, NewNamesGoBehindOldOnes) {
+TEST_F(ChunkCompression, NewNamesGoAfterOldOnes) {
   server.Answer(kChunks, kThreeChunks);
   ChunkMap chunks = {{L"alarm", {L"old"}}};
   EXPECT_TRUE(dbms->GetUncompressedChunkMap(chunks));

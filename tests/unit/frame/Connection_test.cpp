@@ -141,7 +141,7 @@ TEST_F(Connection, OtherClassesAndCodesChangeNothing) {
   EXPECT_TRUE(asked.empty());
 }
 
-TEST_F(Connection, TheDebugLineTellsClassCodeAndText) {
+TEST_F(Connection, TheDebugLineHasClassCodeAndText) {
   Handle(3, 7, L"x");
   EXPECT_EQ(debugLines, Texts{L"on exception(3, 7) - x\n"});
 }
@@ -154,7 +154,7 @@ TEST_F(Connection, TheLastErrorStaysAfterASuccess) {
   EXPECT_STREQ(dbms->GetLastError(), L"second");
 }
 
-TEST_F(Connection, TheServerVersionComesOverAConnectionOfItsOwn) {
+TEST_F(Connection, TheServerVersionComesOverASeparateConnection) {
   std::wstring text;
   EXPECT_TRUE(dbms->GetServerVersion(text));
   EXPECT_EQ(text, L"PostgreSQL of the script");

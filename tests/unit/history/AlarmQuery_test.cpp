@@ -53,7 +53,7 @@ TEST_F(AlarmQuery, AMaskOfZeroSelectsNothingAndSendsNothing) {
   }
 }
 
-TEST_F(AlarmQuery, AMaskOfZeroNeedsTheConnectionAllTheSame) {
+TEST_F(AlarmQuery, AMaskOfZeroNeedsTheConnectionToo) {
   server.RefuseConnections({3, 1, L"refused"});
   EXPECT_FALSE(Get({.status = 0}));
   EXPECT_EQ(server.connects.size(), 1u);

@@ -68,7 +68,7 @@ TEST_F(UserLogRows, BoundsBelowOneOrEqualSendNothing) {
   EXPECT_TRUE(rows.empty());
 }
 
-TEST_F(UserLogRows, BoundsThatSelectNothingNeedTheConnectionAllTheSame) {
+TEST_F(UserLogRows, BoundsThatSelectNothingNeedTheConnectionToo) {
   server.RefuseConnections({3, 1, L"refused"});
   EXPECT_FALSE(Get(0, 0));
 }

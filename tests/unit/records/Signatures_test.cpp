@@ -30,7 +30,7 @@ TEST_F(Signatures, ACurrentTableIsNotDropped) {
   EXPECT_EQ(Create(), (Texts{kCount, kHasUser, kCreate}));
 }
 
-TEST_F(Signatures, ATableWithoutUserIsDroppedAndCreatedAnew) {
+TEST_F(Signatures, ATableWithoutUserIsDroppedAndRecreated) {
   server.Answer(kCount, {{L"1"}});
   EXPECT_EQ(Create(), (Texts{kCount, kHasUser, kDrop, kCreate}));
 }

@@ -87,7 +87,7 @@ TEST_F(EventReport, KeepsTheDamagedStatementOfAnEmptyCapture) {
   EXPECT_STREQ(dbms->GetLastError(), L"ERROR:  syntax error");
 }
 
-TEST_F(EventReport, KeepsQuotesInModelAndSheetAsTheyStand) {
+TEST_F(EventReport, KeepsQuotesInModelAndSheetAsTheyAre) {
   Values values;
   dbms->DeleteEventReportData(L"it's");
   dbms->InsertEventReportData(L"a'b", L"c'd", 1000, {{L"A1", L"x"}});

@@ -82,7 +82,7 @@ TEST_F(PageTimeList, NoUsersAreANullList) {
             Texts{L"insert into pr_timelist values ('Page', to_timestamp(0), NULL, null)"});
 }
 
-TEST_F(PageTimeList, KeepsQuotesInNamesAsTheyStand) {
+TEST_F(PageTimeList, KeepsQuotesInNamesAsTheyAre) {
   EXPECT_TRUE(dbms->InsertPageTimeList(L"it's", 1000, {L"o'p"}));
   EXPECT_TRUE(dbms->ClosePageTimeList(L"it's", 2000));
   EXPECT_EQ(

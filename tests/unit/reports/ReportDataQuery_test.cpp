@@ -241,7 +241,7 @@ TEST_F(ReportDataQuery, KeepsTheDamagedStatementOfAnEmptyMap) {
   EXPECT_STREQ(dbms->GetLastError(), L"ERROR:  syntax error");
 }
 
-TEST_F(ReportDataQuery, KeepsQuotesInTagNamesAsTheyStand) {
+TEST_F(ReportDataQuery, KeepsQuotesInTagNamesAsTheyAre) {
   DigitalByTag data = {{L"it's", {}}};
   EXPECT_TRUE(dbms->GetReportDigitalData(L"hour", 1, 0, data));
   EXPECT_EQ(

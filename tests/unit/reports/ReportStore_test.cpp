@@ -122,7 +122,7 @@ TEST_F(ReportStore, KeepsFourNullsForFivePeriodsInTheFirstRows) {
   EXPECT_EQ(Create(0, 10), (Texts{kCreateWatermarks, kCount, kFirstRows} + TheTables(0, Nothing)));
 }
 
-TEST_F(ReportStore, RowsThatStandAreNotRepaired) {
+TEST_F(ReportStore, ExistingRowsAreNotRepaired) {
   for (const wchar_t* count : {L"1", L"2", L"3"}) {
     server.Answer(kCount, {{count}});
     EXPECT_EQ(Create(0, 10), (Texts{kCreateWatermarks, kCount} + TheTables(0, Nothing)));

@@ -51,7 +51,7 @@ TEST_F(ReportWatermarks, AWatermarkIsSetInDecimalSeconds) {
   EXPECT_TRUE(server.sent[0].binds.empty());
 }
 
-TEST_F(ReportWatermarks, KeepsKindAndPeriodAsTheyStand) {
+TEST_F(ReportWatermarks, KeepsKindAndPeriodAsTheyAre) {
   EXPECT_TRUE(dbms->SetReportDataTime(L"it's", L"hour = null, day", 1));
   EXPECT_EQ(server.Statements(),
             Texts{L"update report_data_time set hour = null, day = to_timestamp(1) where type = 'it's'"});

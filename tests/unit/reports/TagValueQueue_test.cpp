@@ -66,7 +66,7 @@ TEST_F(TagValueQueue, KeepsTheHeadAloneWithoutAUsableRow) {
   EXPECT_EQ(Send({{kNone}, {kNone}}), L"insert into Page values ");
 }
 
-TEST_F(TagValueQueue, KeepsQuotesInTextsAsTheyStand) {
+TEST_F(TagValueQueue, KeepsQuotesInTextsAsTheyAre) {
   EXPECT_EQ(Send({{{1000, L"it's", L"'"}}}), L"insert into Page values (to_timestamp(1), 'it's', ''')");
 }
 

@@ -182,7 +182,7 @@ TEST_F(TagValues, KeepsAnsweringTrueWhenNoRecordHasATag) {
   EXPECT_EQ(Events(), (Texts{L"isolation 1", L"isolation -1"}));
 }
 
-TEST_F(TagValues, KeepsQuotesInTextsAsTheyStand) {
+TEST_F(TagValues, KeepsQuotesInTextsAsTheyAre) {
   EXPECT_TRUE(Store({{1000, L"it's", L"'"}}));
   EXPECT_EQ(server.Statements(), Texts{L"insert into Page values (to_timestamp(1), 'it's', ''')"});
 }
