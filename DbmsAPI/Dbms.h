@@ -35,7 +35,7 @@ enum class DbmsType : int {
 // next operation connects again. No database error leaves an operation as an exception.
 //
 // Aggregates, compression and retention need TimescaleDB and, in each process, CreateSystemLogTable. Without
-// them the tables are plain ones, and the server drops nothing by itself.
+// them the tables are plain ones, and the server drops no rows.
 //
 // Result containers belong to the caller. Rows are appended; nothing is cleared first. A query that finds
 // nothing succeeds. What was read before a failure stays in the container.
@@ -61,7 +61,7 @@ class DBMSAPI_EXPORT Dbms {
   // several hosts instead (see GetDbms), or call NotifyRoleChange.
   //
   // An exception that it throws leaves the operation, or NotifyRoleChange, after the connection was dropped;
-  // the host is kept. BroadcastRoleChange goes on with the other objects and then throws the first one.
+  // the host is kept. BroadcastRoleChange continues with the other objects, then throws the first exception.
   std::function<const wchar_t*(const wchar_t*)> hostSelector;
 
   // Keeps the parameters and makes a connection object. Does not connect or register the object. A null text
@@ -102,7 +102,7 @@ class DBMSAPI_EXPORT Dbms {
 
   // 1: Connects unless the connection is open. One that has broken unnoticed counts as open.
   virtual bool Connect() = 0;
-  // 2: Gets the server's version text over a connection of its own; on failure gets the error message.
+  // 2: Gets the server's version text over a separate connection; on failure gets the error message.
   virtual bool GetServerVersion(std::wstring& text) = 0;
 
   // ---- Tag history ----

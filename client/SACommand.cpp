@@ -16,8 +16,8 @@ SAException NoParameter(const std::wstring& name) {
 
 SAException NoColumn(const std::wstring& name) { return pq::UsageError(L"The result has no column " + name); }
 
-// Whether a prepared statement failed because of what has changed since it was prepared: a table has got
-// other columns, or the server has forgotten the statement.
+// Whether a prepared statement failed because a table has other columns now, or because the server has
+// forgotten the statement.
 bool IsOutdated(const SAException& error) {
   const std::string state = error.SqlState();
   return state == "0A000" || state == "26000";

@@ -4,11 +4,11 @@
 
 namespace sys {
 
-// Notices a TZ that has changed, as mktime of POSIX does at every call. Call it before the times of a result
-// are read. The C runtime of Windows reads TZ once; there this does nothing.
+// Applies a changed TZ, as POSIX's mktime does at every call. Call it before reading the times of a result.
+// The C runtime of Windows reads TZ once; there this does nothing.
 void ReadTimeZone();
 
-// How many seconds local time is ahead of UTC at an instant. Windows applies the rules of today to all years.
+// Seconds that local time is ahead of UTC at an instant. Windows applies today's rules to all years.
 std::int64_t LocalOffset(std::int64_t instant);
 
 }  // namespace sys

@@ -4,16 +4,15 @@
 
 namespace sys {
 
-// Shuts a connected socket down in both directions, without waiting: what is unsent is given up, and later
-// reads and writes on it return at once. The descriptor stays open. A negative one is ignored.
+// Shuts a connected socket down in both directions without waiting. Unsent data is discarded, and later reads
+// and writes return at once. The descriptor stays open. A negative one is ignored.
 void ShutDownSocket(int socket);
 
 enum class SocketEvent { Readable, Writable };
 
 using SocketDeadline = std::chrono::steady_clock::time_point;  // max(): none
 
-// Waits until a socket can be read from or written to without waiting, or has failed; false when the deadline
-// comes first.
+// Waits until a socket is readable or writable, or has failed; returns false when the deadline comes first.
 bool WaitForSocket(int socket, SocketEvent event, SocketDeadline deadline);
 
 }  // namespace sys

@@ -58,8 +58,8 @@ bool TirelScada::CreateGridTable(const wchar_t* table, int columnCount) {
     // table whose name has capitals is never found, so each call drops it and makes an empty one. The columns
     // of same-named tables in all schemas are counted together.
     const std::int64_t columns = FetchNumber(command, Format(kCountColumns, table), 0);
-    // Kept: the drop is tried even when the table does not exist. The failure leaves its text in lastError,
-    // and creation goes on.
+    // Kept: the table is dropped even when it does not exist. That failure leaves its text in lastError and
+    // does not stop the creation.
     if (columns - 1 != columnCount) DropGridTable(table);
     Execute(command, CreateStatement(table, columnCount));
   });

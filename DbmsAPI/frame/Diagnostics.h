@@ -1,6 +1,6 @@
 #pragma once
 
-// What the library calls; clients replace the two by DbmsAPI/Diagnostics.h.
+// Called by the library. Clients replace what they do by DbmsAPI/Diagnostics.h.
 
 #include <cstddef>
 #include <optional>

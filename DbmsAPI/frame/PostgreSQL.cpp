@@ -22,8 +22,8 @@ bool PostgreSQL::ProbeTimescaleExtension() {
   return Run([&](SACommand& command) { return timescaleEnabled = FetchFirst(command, kFindExtension); });
 }
 
-// Kept: an operation goes on whatever the probe finds. When the server cannot be reached, Connect is tried
-// twice. A null name sends nothing, so there is no probe.
+// Kept: an operation continues whatever the probe finds. When the server cannot be reached, Connect is tried
+// twice. A null name sends nothing, not even the probe.
 
 bool PostgreSQL::CreateLogTable(int retentionDays) {
   ProbeTimescaleExtension();

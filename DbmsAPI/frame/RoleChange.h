@@ -5,8 +5,7 @@
 #include <functional>
 #include <string>
 
-// Asks the selector, when there is one, for the next host (`current` is its argument; null as its answer
-// keeps the host) and drops the connection. An exception of the selector goes on to the caller after the
-// drop.
+// Sets the host to what the selector, if any, returns for `current` (null keeps the host), and drops the
+// connection. If the selector throws, the connection is dropped all the same.
 void SwitchHost(const std::function<const wchar_t*(const wchar_t*)>& selector, const wchar_t* current,
                 std::wstring& host, SAConnection& connection);

@@ -1,6 +1,6 @@
 #pragma once
 
-// What a failure says of itself. The bodies are chosen by DBMSAPI_SQLAPI.
+// Details of a failure. DBMSAPI_SQLAPI chooses the implementation.
 
 #include <pgAPI.h>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-// What statements and their parameters are made of, and how they are run.
+// Helpers to make and run statements.
 
 #include <SQLAPI.h>
 
@@ -8,16 +8,17 @@
 #include <string>
 #include <unordered_map>
 
-// The whole text: a NUL character in it is refused by the client layer, where a C string would end unnoticed.
+// Converts the whole text, so that the client layer refuses one with a NUL character. A C string would end
+// there unnoticed.
 SAString ToSAString(const std::wstring& text);
 
 // Binds a text, or NULL for the empty one.
 void BindOrNull(SAParam& parameter, const std::wstring& text);
 
-// Lowers A to Z, as the server does with a name without quotes; other letters stay.
+// Converts A to Z to lower case, as the server does in unquoted names.
 std::wstring LowerAscii(std::wstring name);
 
-// Ends a list of names with the keys of a map: after "in (" it appends "'a','b')".
+// Appends the keys of a map as a list of texts: 'a','b').
 // Kept: keys are spliced, and without any the opening parenthesis is overwritten, which the server refuses.
 template <class Value>
 void AppendKeys(std::wstring& statement, const std::unordered_map<std::wstring, Value>& map) {

@@ -18,17 +18,17 @@ constexpr int kColumnstoreVersion = 218;
 // Reads the extension's version; leaves TimescaleVersion alone when the extension is not installed.
 void DetectTimescaleVersion(SAConnection* connection);
 
-// How far compression is set up for a hypertable: 1 when it is. Nothing when the table is not a hypertable.
+// The compression state of a hypertable, 1 when compression is set up; nothing for another table.
 std::optional<short> CompressionState(SACommand& command, const wchar_t* table);
 
-// Makes a table a hypertable over its column time, in chunks of one day.
+// Makes a table a hypertable by its column time, in chunks of one day.
 void CreateHypertable(SACommand& command, const wchar_t* table);
 
 // Turns compression on, ordered by time and segmented by a comma-separated list of columns.
 void SetCompression(SACommand& command, const wchar_t* table, const wchar_t* segmentBy);
 
-// Has chunks compressed when they are a day old, unless the table has such a policy already.
+// Adds a policy that compresses chunks when they are a day old, unless the table has one.
 void AddCompressionPolicy(SACommand& command, const wchar_t* table);
 
-// The statement that has rows dropped when they are older than so many days.
+// The statement that adds a policy to drop rows older than `days`.
 std::wstring AddRetentionStatement(const wchar_t* table, int days);

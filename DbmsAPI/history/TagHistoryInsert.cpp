@@ -44,13 +44,13 @@ struct ClearResult {
 };
 using Result = std::unique_ptr<PGresult, ClearResult>;
 
-// The first failure of a batch that came with a text. What fails after it is a consequence.
+// The first failure of a batch that has a text. Later ones are its consequences.
 struct Failure {
   std::wstring text;
   std::string sqlState;
 };
 
-// One batch on its way through the native connection of a session. Each step returns whether it succeeded.
+// One batch, stored over the native connection. Each step returns whether it succeeded.
 class Batch {
  public:
   Batch(SAConnection& connection, const std::vector<LogSample>& samples, TagNameCache& names,
@@ -86,7 +86,7 @@ class Batch {
   TagNameCache& names_;
   std::string& buffer_;
   bool copying_ = false;
-  bool endless_ = false;  // the server does not end the COPY
+  bool endless_ = false;  // the server answered the end of COPY by another COPY
   Failure failure_;
 };
 
@@ -159,7 +159,7 @@ Result Batch::EndCopy(const char* error) {
   api_.PQputCopyEnd(conn_, error);
   Result failed(nullptr, {&api_});
   while (Result result{api_.PQgetResult(conn_), {&api_}}) {
-    // libpq returns these again and again, also after the connection is closed.
+    // libpq would return these again and again, even after the connection is closed.
     endless_ = Has(result, kCopyIn) || Has(result, kCopyOut) || Has(result, kCopyBoth);
     if (!failed && !Has(result, kCommandOk)) failed = std::move(result);
     if (endless_) break;
@@ -177,7 +177,7 @@ bool Batch::Rollback() {
   return Has(Execute("ROLLBACK"), kCommandOk);
 }
 
-// A connection that is lost has a text only for the step that found it so.
+// After a connection is lost, only the step that noticed it has a text.
 void Batch::KeepFailure(const PGresult* result) {
   if (!failure_.text.empty()) return;
   std::string text = TextOf(api_, result);

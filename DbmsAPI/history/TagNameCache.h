@@ -3,9 +3,9 @@
 #include <string>
 #include <unordered_map>
 
-// Tag names as COPY takes them. Hashing a name costs more than formatting its line, and the tags of a plant
-// come in the same order cycle after cycle: so each tag predicts the next one, and only a wrong prediction is
-// looked up.
+// Tag names as COPY takes them. Hashing a name costs more than formatting its line. Since the tags of a plant
+// come in the same order in every cycle, each tag predicts the next one, and only a wrong prediction needs a
+// lookup.
 class TagNameCache {
  public:
   // The name in UTF-8, escaped. Valid as long as the cache.
@@ -21,7 +21,7 @@ class TagNameCache {
   using Entry = std::pair<const std::wstring, Tag>;
   struct Tag {
     std::string escaped;
-    Entry* next = nullptr;  // the one that followed the last time
+    Entry* next = nullptr;  // the tag that came next last time
   };
 
   Entry* LookUp(const std::wstring& tagName);

@@ -89,8 +89,8 @@ bool Exists(SACommand& command, const std::wstring& table) {
 bool HasColumns(SACommand& command, const std::wstring& database, const std::wstring& table,
                 const std::vector<UserLogColumn>& columns) {
   if (!FetchFirst(command, Format(kUserLogColumns, database, table))) {
-    // A stored table has columns, so the server knows the database by another name than the connection does,
-    // as with a pooler. The rows must not be lost for that.
+    // The table exists, so it has columns. The server must know the database by another name than the
+    // connection text does, as with a pooler; that is no reason to drop the rows.
     FetchFirst(command, Format(kUserLogColumns, CurrentDatabase(command), table));
   }
   for (const UserLogColumn& column : columns) {

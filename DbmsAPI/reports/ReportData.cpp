@@ -64,7 +64,7 @@ void VisitStatistics(Row& row, bool isMinute, Visit visit) {
   if (!isMinute) std::apply(visitAll, Kind::kFurtherStatistics);
 }
 
-// The same with time and tag_name before them.
+// The same, with time and tag_name first.
 template <class Kind, class Row, class Visit>
 void VisitColumns(Row& row, bool isMinute, Visit visit) {
   visit(row.time);
@@ -132,7 +132,7 @@ std::wstring RowsQuery(const wchar_t* period, std::int64_t startTime, std::int64
   return query + (endTime != 0 ? Format(kInRange, startTime, endTime) : Format(kAtInstant, startTime));
 }
 
-// The calendar fields are those of the session's zone and are read as local time of the process.
+// Calendar fields of the session's time zone are read as local time of the process.
 // Kept: seconds have 32 bits; instants from 19 January 2038 on wrap around.
 void Read(const SAField& field, std::int64_t& time) {
   time = static_cast<std::int32_t>(LocalEpochSeconds(field.asDateTime()));

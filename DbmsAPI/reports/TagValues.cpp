@@ -32,9 +32,9 @@ void AppendRow(std::wstring& statement, const TagValueRecord& record) {
   statement += Format(kRow, EpochSecondsText(record.time), record.tag_name, record.tag_value);
 }
 
-// Takes every vector off the queue and makes one statement of them.
-// Kept: a record without a tag name still gets its separator. After the first row that leaves two separators
-// in a row, and a queue of only such records leaves no row at all. The server refuses both.
+// Empties the queue and makes one statement of it.
+// Kept: a record without a tag name still gets a separator. After a row that makes two separators in a row,
+// and a queue of nothing else makes no row at all. The server refuses both.
 std::wstring TakeQueue(const wchar_t* table, std::deque<std::vector<TagValueRecord>>& queue) {
   std::wstring statement = Format(kInsertTagValues, table);
   const std::size_t head = statement.size();

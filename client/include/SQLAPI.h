@@ -3,7 +3,7 @@
 // The client layer: connections, commands and values over PostgreSQL's own client library.
 //
 // Text is wide here (UTF-32 or UTF-16, after the platform's wchar_t) and UTF-8 at the server.
-// Everything that fails throws SAException.
+// Every failure throws SAException.
 
 #include <memory>
 
@@ -36,14 +36,14 @@ class SQLAPI_EXPORT SAConnection {
   // value (`password='a;b'`). libpq's environment applies to the rest, but the client encoding is
   // always UTF-8. A handler is called before (stage 0) and after (stage 1).
   //
-  // Waiting for a silent network is limited: connect_timeout=10 (seconds), keepalives_idle=10,
+  // The wait for a silent network is limited: connect_timeout=10 (seconds), keepalives_idle=10,
   // keepalives_interval=5, keepalives_count=3 and tcp_user_timeout=30000 (milliseconds, where the
   // system has it; Windows has not), unless the database part, libpq's environment or a service says
   // otherwise; 0 removes a limit. A statement may take any time while the network answers.
   //
-  // The session reads dates in ISO style, also after a client has set another, numbers with all their
-  // digits (extra_float_digits=1, unless the options say otherwise) and backslashes in strings as they
-  // are (standard_conforming_strings=on). Notices and notifications of the server are discarded.
+  // Dates come in ISO style, even after a client has set another; numbers with all their digits
+  // (extra_float_digits=1, unless the options say otherwise); a backslash in a string is an ordinary
+  // character (standard_conforming_strings=on). Notices and notifications are discarded.
   //
   // Throws class 3, native code 1, when no connection can be made; class 2 when already connected and
   // for a text that holds a NUL.
@@ -56,8 +56,8 @@ class SQLAPI_EXPORT SAConnection {
   // rows of a command are discarded.
   bool isAlive() const;
 
-  // Both end a connection, which may then be made again. Commands on it lose their unread rows; they
-  // may be executed again on the new one.
+  // Both close the connection; it may be opened again. Commands on it lose their unread rows, and may be
+  // executed again afterwards.
   void Disconnect();  // in an orderly way; class 2 when not connected
   void Destroy();     // without sending anything; never blocks, never throws
 
@@ -121,11 +121,11 @@ class SQLAPI_EXPORT SACommand {
   // Sends the statement with the values bound, which stay bound.
   //
   // The server parses a statement with parameters the first time, and the second time as a prepared
-  // statement. From then on all commands of the connection with this text use the prepared one,
-  // whatever else is sent in between; the 64 texts used last (of up to 2,000 characters) are kept.
-  // Values of other types and a failure start over. A prepared statement that the server has
-  // forgotten, or whose result has got other columns, is parsed and executed again outside a
-  // transaction; inside one that is an error (SQLSTATE 26000, 0A000).
+  // statement. From then on all commands of the connection with this text use the prepared one. The 64
+  // texts used last, of up to 2,000 characters, are kept.
+  // After a failure, and for values of other types, this starts over. A prepared statement that the server
+  // has forgotten, or whose result has got other columns, is parsed and executed again outside a transaction;
+  // inside one that is an error (SQLSTATE 26000, 0A000).
   //
   // Without parameters a text may hold several statements; the rows are those of the first result.
   // Throws class 2 for a parameter never bound, class 3 for what the server refuses, also when that
@@ -138,8 +138,8 @@ class SQLAPI_EXPORT SACommand {
   // of the connection; asking for a row that was discarded is a class 2 error.
   bool FetchNext();
 
-  // Columns of the result, to be used until the next Execute: NULL while no row is at hand. Class 2
-  // error for one that the result does not have.
+  // Columns of the result, valid until the next Execute; NULL while there is no current row. Class 2 error
+  // for a column that the result does not have.
   int FieldCount() const;
   SAField& Field(int number);  // from 1
   SAField& Field(const SAString& name);

@@ -13,8 +13,8 @@
 typedef struct pg_conn PGconn;
 typedef struct pg_result PGresult;
 
-// The members bear libpq's own names. PQresultStatus and PQstatus give libpq's ExecStatusType and
-// ConnStatusType as numbers.
+// The members have the names of libpq's functions. PQresultStatus and PQstatus return libpq's ExecStatusType
+// and ConnStatusType as numbers.
 class SQLAPI_EXPORT pgAPI : public saAPI {
  public:
   PGresult* (*PQexec)(PGconn* connection, const char* query) = nullptr;

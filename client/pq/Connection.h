@@ -13,8 +13,8 @@ namespace pq {
 // Identifies a query that was sent over a connection; 0 is none.
 using QueryId = std::uint64_t;
 
-// A connection to a server, and which query is being read from it. It may be opened again after it was
-// closed. What needs an open connection throws class 2 when there is none.
+// A connection to a server, and the query whose answer is being read. It may be opened again after it was
+// closed. Functions that need an open connection throw class 2 when there is none.
 class Connection {
  public:
   void Open(const ConnectionKeywords& keywords);  // while it is closed
@@ -24,22 +24,22 @@ class Connection {
   bool IsAlive();
 
   const PGconn* handle() const { return handle_.get(); }
-  // The handle for others to use, null while closed. Nothing is left unread on it.
+  // The handle for use outside this layer, with nothing left unread; null while closed.
   PGconn* NativeHandle();
 
-  // Statements of the layer's own, run to their end. Value gives the first value of the first row.
+  // Statements of this layer itself. Value returns the first value of the first row.
   void Run(const char* statement) { Execute(statement); }
   std::string Value(const char* query);
   void Commit();    // nothing outside a transaction
   void Rollback();  // likewise
 
-  // Sends a statement. Its answer is then read piece by piece with Next.
+  // Sends a statement; Next reads its answer.
   //
-  // A statement with parameters goes without a name the first time. The second time it is prepared under one,
-  // which serves it from then on. Values of other types, and a new connection, start over.
+  // A statement with parameters is sent unnamed the first time. The second time it is prepared under a name,
+  // which is used from then on. Values of other types, and a new connection, start over.
   QueryId Send(Statement& statement, const Parameters& parameters);
 
-  // Whether the answer that comes next is still the one to this query.
+  // Whether Next still reads the answer to this query.
   bool IsReading(QueryId query) const { return query == reading_; }
 
   // A row, or the end of a statement; null after the last one.

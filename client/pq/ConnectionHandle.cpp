@@ -41,8 +41,7 @@ using Deadline = sys::SocketDeadline;
 
 void IgnoreNotice(void*, const char*) {}
 
-// The first message that libpq makes looks for its translations; on Windows two threads that do so at the
-// same time may end the process.
+// Makes libpq load its translations, once. On Windows, two threads that do so at the same time may crash.
 void PrepareMessages() { [[maybe_unused]] static const char* const first = PQerrorMessage(nullptr); }
 
 PGconn* Start(const ConnectionKeywords& keywords) {
@@ -57,7 +56,7 @@ PGconn* Start(const ConnectionKeywords& keywords) {
   return PQconnectStartParams(names.data(), values.data(), kLeaveDatabaseName);
 }
 
-// The value of a keyword that the connection goes by; empty when it has none.
+// The value that the connection uses for a keyword; empty if none.
 std::string Value(PGconn* connection, std::string_view keyword) {
   PQconninfoOption* const options = PQconninfo(connection);
   std::string value;
@@ -68,7 +67,7 @@ std::string Value(PGconn* connection, std::string_view keyword) {
   return value;
 }
 
-// When the time is over that connecting may take from now on. Nothing for a limit that is no number.
+// When an attempt to connect that starts now has to end. Nothing for a limit that is not a number.
 std::optional<Deadline> DeadlineOf(PGconn* connection) {
   const std::string text = Value(connection, "connect_timeout");
   int seconds = 0;
@@ -88,7 +87,7 @@ bool HasSeveralHosts(PGconn* connection) {
 void Await(PGconn* connection) {
   if (PQstatus(connection) == CONNECTION_BAD) return;
   const auto deadline = DeadlineOf(connection);
-  // Only libpq's own waiting goes on to the next host after a time limit, and reports a limit it cannot read.
+  // Only libpq itself can try the next host after a time limit, and report a limit that is not a number.
   if (!deadline || (*deadline != Deadline::max() && HasSeveralHosts(connection))) return PQreset(connection);
   PostgresPollingStatusType wanted = PGRES_POLLING_WRITING;
   while (wanted == PGRES_POLLING_READING || wanted == PGRES_POLLING_WRITING) {
@@ -99,7 +98,7 @@ void Await(PGconn* connection) {
   }
 }
 
-// In steps, because the server may send notices while the connection is made.
+// In steps, because the server may send notices while the connection is made, which libpq would print.
 ConnectionHandle Open(const ConnectionKeywords& keywords) {
   ConnectionHandle connection(Start(keywords));
   PQsetNoticeProcessor(connection.get(), IgnoreNotice, nullptr);
@@ -109,7 +108,7 @@ ConnectionHandle Open(const ConnectionKeywords& keywords) {
   return connection;
 }
 
-// Runs statements of the layer's own while the time limit for connecting lasts.
+// Runs statements of this layer within the time limit for connecting.
 void RunInTime(PGconn* connection, const std::string& statements) {
   const Deadline deadline = DeadlineOf(connection).value_or(Deadline::max());
   if (!PQsendQuery(connection, statements.c_str())) ThrowConnectFailure(connection);
@@ -130,7 +129,7 @@ bool Reports(const PGconn* connection, const char* setting, std::string_view sta
   return value && std::string_view(value).starts_with(start);
 }
 
-// What the layer and the library read and write by, where the server or the role has set something else.
+// Sets what the library's parsing depends on, where the server or the role has another setting.
 void SetSettings(PGconn* connection) {
   std::string statements;
   const auto add = [&](const char* statement) {

@@ -16,7 +16,7 @@ struct Parts {
 
 bool IsDigit(wchar_t c) { return c >= L'0' && c <= L'9'; }
 
-// A sign is let through, so that a port below 0 is refused as such.
+// A negative number counts as a port, so that libpq refuses it.
 bool IsPort(std::wstring_view text) {
   if (text.starts_with(L'-')) text.remove_prefix(1);
   return !text.empty() && std::all_of(text.begin(), text.end(), IsDigit);
@@ -27,15 +27,14 @@ void SplitServer(std::wstring_view server, Parts& parts) {
   const std::size_t comma = server.rfind(L',');
   if (comma == std::wstring_view::npos || !IsPort(server.substr(comma + 1))) return;
   parts.host = server.substr(0, comma);
-  // Callers that put a number in any case write 0 for none.
+  // 0 is no port: callers that always write a number use it for none.
   if (server.substr(comma + 1) != L"0") parts.port = server.substr(comma + 1);
 }
 
-// The first semicolon that is not part of a quoted value: `keyword='...'`, with a backslash before quotes in
-// it.
+// The first semicolon outside quoted values: `keyword='...'`, where a backslash escapes a quote.
 std::size_t FindOptions(std::wstring_view text) {
   bool quoted = false;
-  wchar_t last = 0;  // that is no blank
+  wchar_t last = 0;  // the last character that was not blank
   for (std::size_t i = 0; i < text.size(); ++i) {
     const wchar_t c = text[i];
     if (quoted && c == L'\\') {

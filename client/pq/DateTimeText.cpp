@@ -15,8 +15,7 @@ constexpr int kGreatestYear = 9999999;
 
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
-// Takes the fields of a text off its front. After the first that is not there, nothing more is taken and ok()
-// is false.
+// Reads the fields of a text one after the other. After the first that is missing, ok() is false.
 class Scanner {
  public:
   explicit Scanner(std::string_view text) : rest_(text) {}

@@ -10,7 +10,7 @@ namespace pq {
 // A text without the line feeds at its end.
 std::string_view WithoutLineFeeds(std::string_view text);
 
-// The layer was used wrongly, or a value cannot be read as asked: class 2.
+// This layer was used wrongly, or a value is not of the type asked for: class 2.
 SAException UsageError(std::wstring text);
 
 // No connection could be made: class 3, native code 1. `text` is libpq's, `refused` what the process's

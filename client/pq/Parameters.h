@@ -16,8 +16,8 @@ class Parameters {
 
   explicit Parameters(std::size_t maxTextSize = kMaxTextSize) : maxTextSize_(maxTextSize) {}
 
-  // Takes the values over, in the place of former ones. Class 2 error for one never bound and for a text with
-  // a NUL character in it or of more than 1 GiB.
+  // Replaces the values. Class 2 error for a value never bound, and for a text that holds a NUL character or
+  // more than 1 GiB.
   void Bind(const std::vector<SAParam>& values);
 
   int Count() const { return static_cast<int>(types_.size()); }
@@ -29,7 +29,7 @@ class Parameters {
   // Whether a statement parsed for these types takes the values as they are. NULL fits any type.
   bool Fit(const std::vector<unsigned>& parsed) const;
 
-  // Turns types into those to parse for: a NULL leaves the type of the former value.
+  // Updates types to those to parse for. A NULL leaves the type of the value before.
   void UpdateTypes(std::vector<unsigned>& types) const;
 
  private:

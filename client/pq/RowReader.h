@@ -8,22 +8,23 @@
 
 namespace pq {
 
-// Streams the rows of a query. One row is read ahead, so that the end is known as soon as it is there.
+// Streams the rows of a query. One row is read ahead, so that the end of the answer is noticed with the last
+// row.
 class RowReader {
  public:
   explicit RowReader(Connection& connection) : connection_(connection) {}
 
-  // Discards the former result and reads the answer to a query: to its end when that gives no more than one
-  // row. Further result sets, of a text with several statements, are passed over.
+  // Discards the former result and reads the answer to a query, to its end if it has at most one row. Of a
+  // text with several statements, only the first result set is delivered.
   void Start(QueryId query);
 
   // Puts the next row into the cells; at the end sets them to NULL.
   bool FetchNext();
 
-  // Without a result.
+  // Drops the result.
   void Clear();
 
-  // Of the current result: none without a result set.
+  // Of the current result; empty without one.
   const std::vector<Cell>& Cells() const { return cells_; }
   const std::vector<std::string>& ColumnNames() const { return columnNames_; }
 

@@ -14,32 +14,32 @@ namespace pq {
 // Names of prepared statements. A list, because moving a name from one to another needs no memory.
 using PreparedNames = std::list<std::string>;
 
-// A statement's text, and what the server knows of it.
+// A statement's text, and its state at the server.
 struct Statement : MarkedStatement {
   explicit Statement(MarkedStatement marked) : MarkedStatement(std::move(marked)) {}
   ~Statement() { Release(); }
   Statement(const Statement&) = delete;
   Statement& operator=(const Statement&) = delete;
 
-  // Makes the next execution parse the statement. A name that the server knows is left to be deallocated.
+  // Makes the server parse the statement at its next execution. The name of a prepared one is queued for
+  // deallocation.
   void Release() noexcept;
-  // The same, for new types of its parameters, too.
+  // The same, and forgets the types of the parameters.
   void Forget() noexcept;
 
-  // Set by the connection that executes the statement: where it collects the names to be deallocated. This
-  // has expired when the server knows nothing of the statement.
+  // Set by the connection that executes the statement: its list of names to deallocate. Expired unless the
+  // server has parsed the statement.
   std::weak_ptr<PreparedNames> released;
-  std::vector<unsigned> types;  // of the parameters that it was parsed for last
-  PreparedNames name;           // at the server: none before the second execution
+  std::vector<unsigned> types;  // of the parameters it was last parsed for
+  PreparedNames name;           // at the server; empty before the second execution
 };
 
-// The statements with parameters that were used last, by their text. Operations repeat their texts: finding
-// the markers again would take longer than everything else the client does for a short statement, and parsing
-// it again would double the time of the server.
+// The statements with parameters that were used last, by their text. For a short statement, finding the
+// markers takes longer than all other work of the client, and parsing it takes half the server's time.
 class StatementCache {
  public:
-  // The statement of a text. It stays valid when it is evicted; its name is released when nobody holds it any
-  // more.
+  // Returns the statement of a text. An evicted statement stays valid; its name is released with its last
+  // owner.
   std::shared_ptr<Statement> Get(std::wstring_view text);
 
  private:

@@ -6,7 +6,7 @@
 
 namespace sys {
 
-// The C library guards its zone by a lock of its own, which ThreadSanitizer does not see.
+// The C library guards its zone by an internal lock, which ThreadSanitizer does not see.
 void ReadTimeZone() {
   static std::mutex mutex;
   std::lock_guard lock(mutex);

@@ -5,8 +5,8 @@
 namespace sys {
 namespace {
 
-// The C runtime knows the years from 1970 to 3000. The calendar repeats itself after 400 years, weekdays and
-// with them the days on which clocks are changed.
+// The C runtime knows the years from 1970 to 3000. The calendar repeats itself every 400 years, with the same
+// weekdays and so the same days of clock changes.
 constexpr std::int64_t kFirst = 2 * 86'400;  // a local time of 1970 in every zone
 constexpr std::int64_t kCycle = 146'097LL * 86'400;
 
