@@ -1,4 +1,4 @@
-// Each operation must sit in the slot of the virtual table that clients compiled against know. In the Itanium
+// Each operation must keep its slot of the virtual table, which compiled clients rely on. In the Itanium
 // C++ ABI a pointer to a virtual member function holds 1 + the offset of its slot; slots 0 and 1 are the two
 // destructors.
 

@@ -5,7 +5,7 @@
 
 #include "DbmsAPI/Dbms.h"
 
-// The two clusters that a test finds beside it: a primary and its synchronous replica, one port, two
+// The two clusters of a test: a primary and its synchronous replica, on one port and two
 // addresses.
 class Clusters {
  public:
@@ -14,18 +14,18 @@ class Clusters {
   const std::wstring& primary() const { return primary_; }
   const std::wstring& standby() const { return standby_; }
 
-  // An object that is connected to the primary at first.
+  // An object connected to the primary.
   std::shared_ptr<Dbms> Connect() const;
-  // The same for a host of choice.
+  // The same for a given host.
   std::shared_ptr<Dbms> ConnectTo(const std::wstring& host) const;
 
-  // The other of the two hosts, as a hostSelector answers.
+  // The other of the two hosts, for a hostSelector to return.
   const wchar_t* Other(const std::wstring& host) const;
 
-  // Stops the primary hard; makes the replica accept writes. Both return when it is done.
+  // Stop the primary immediately; promote the replica. Both return when that is done.
   void StopPrimary() const { Ask("stop-primary"); }
   void PromoteStandby() const { Ask("promote-standby"); }
-  // Makes the primary read-only as it runs; starts a stopped one again, read-only.
+  // Make the running primary read-only; start a stopped one again, read-only.
   void FencePrimary() const { Ask("fence-primary"); }
   void ReturnPrimary() const { Ask("return-primary"); }
 

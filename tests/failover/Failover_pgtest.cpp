@@ -36,7 +36,7 @@ class Failover : public ::testing::Test {
     return command.FetchNext() ? std::wstring(command.Field(1).asString()) : std::wstring();
   }
 
-  // Sends a batch until it is stored, as a client would; gives the number of times it failed.
+  // Sends a batch until it is stored, as a client would; returns how often it failed.
   static int InsertUntilStored(Dbms& dbms, int number) {
     using namespace std::chrono;
     const auto end = steady_clock::now() + minutes(2);
@@ -70,7 +70,7 @@ TEST_F(Failover, TheServerDiesWhileSamplesAreInserted) {
     clusters.PromoteStandby();
     promoted = true;
   });
-  // In the middle of the stream the primary goes; it goes on until a good many batches are on the new one.
+  // Stops the primary in the middle of the stream, and continues until many batches are on the new one.
   int batches = 0, failures = 0, sentAgain = 0;
   for (int more = 20; more > 0; ++batches) {
     const int failed = InsertUntilStored(*dbms, batches);
@@ -87,14 +87,14 @@ TEST_F(Failover, TheServerDiesWhileSamplesAreInserted) {
   EXPECT_EQ(hostsLeft.front(), clusters.primary());
   EXPECT_EQ(ServerAddress(*dbms), clusters.standby());
 
-  // Every batch for which true was answered is there, whole and once, those sent again among them.
+  // Every batch for which InsertLogData returned true is stored whole and once, even if it was sent again.
   EXPECT_EQ(Count(*dbms, L""), sa_int64_t{batches} * kSamplesPerBatch);
   for (int number = 0; number < batches; ++number) {
     EXPECT_EQ(Count(*dbms, L"where value = " + std::to_wstring(number)), kSamplesPerBatch) << number;
   }
 }
 
-// A planned change: the replica takes over, the client is notified, nothing has failed.
+// A planned switchover: the replica takes over and the client is notified; nothing has failed.
 TEST_F(Failover, TheRoleChangesForOneObject) {
   const auto dbms = clusters.Connect();
   const auto bystander = clusters.Connect();

@@ -47,7 +47,7 @@ class RecorderFailover : public ::testing::Test {
     return options;
   }
 
-  // Records until it is told that it is enough; then everything must be at the host, once.
+  // Records until `enough`; then every sample must be at the host, once.
   void RecordWhile(historian::Recorder& recorder, const std::function<void()>& changes) {
     std::atomic<bool> enough = false;
     std::atomic<std::int64_t> calls = 0;
@@ -107,7 +107,8 @@ class RecorderFailover : public ::testing::Test {
   std::int64_t calls_ = 0;
 };
 
-// The operator makes the replica the primary and the old primary read-only: what refuses to write is left.
+// The operator promotes the replica and makes the old primary read-only; the recorder leaves the server that
+// refuses to write.
 TEST_F(RecorderFailover, IsPlanned) {
   const auto dbms = clusters.Connect();
   dbms->hostSelector = [this](const wchar_t* current) {
@@ -121,7 +122,7 @@ TEST_F(RecorderFailover, IsPlanned) {
   ExpectEverythingAt(clusters.standby());
 }
 
-// The primary dies; later it comes back, read-only, and a role change sends the recorder there by mistake.
+// The primary crashes and later comes back read-only; a role change then sends the recorder there by mistake.
 TEST_F(RecorderFailover, IsForcedAndTheOldPrimaryComesBackReadOnly) {
   const auto dbms = clusters.Connect();
   std::atomic<bool> mistaken = false;

@@ -5,7 +5,7 @@
 #   clusters.sh BUILD_FOLDER COMMAND [ARGUMENT]...
 #
 # The command finds them in DBMSAPI_PRIMARY_HOST, DBMSAPI_STANDBY_HOST and DBMSAPI_TEST_PORT, _USER, _PASSWORD. It asks
-# for what it wants done by making a file in DBMSAPI_REQUESTS, and finds a file of that name with .done behind it when
+# for what it wants done by making a file in DBMSAPI_REQUESTS, and finds a file of that name with .done appended when
 # it is done:
 #
 #   stop-primary      stops the first cluster hard, as when its machine loses power

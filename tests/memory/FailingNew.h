@@ -12,6 +12,6 @@ class FailingNew {
   FailingNew(const FailingNew&) = delete;
   FailingNew& operator=(const FailingNew&) = delete;
 
-  // Whether it has come to that.
+  // Whether that allocation was reached.
   static bool HasFailed();
 };

@@ -31,7 +31,7 @@ class OutOfMemory : public DbmsTest {
     DbmsTest::TearDown();
   }
 
-  // Fails each allocation of the operation in turn, each time with a new object.
+  // Fails each allocation of the operation, one per run, each time with a new object.
   void FailEachAllocation(const Operation& operation) {
     for (std::size_t k = 1; k <= kMaxAllocations; ++k) {
       SCOPED_TRACE(testing::Message() << "allocation " << k);
@@ -47,7 +47,7 @@ class OutOfMemory : public DbmsTest {
     FAIL() << "the operation does not end";
   }
 
-  // Whether the operation came to its k-th allocation.
+  // Whether the operation reached its k-th allocation.
   static bool FailAllocation(Dbms& dbms, const Operation& operation, std::size_t k) {
     bool done = false, thrown = false;
     {
@@ -63,7 +63,7 @@ class OutOfMemory : public DbmsTest {
     return FailingNew::HasFailed();
   }
 
-  // In a transaction now() stays at its beginning; in a failed one, and in a COPY, the query fails.
+  // In a transaction now() does not advance; in a failed one, and in a COPY, the query fails.
   static void ExpectOutsideOfTransactions(Dbms& dbms) {
     ASSERT_TRUE(dbms.Connect());
     SACommand command(dbms.GetConnection().get(), L"select now() = statement_timestamp()");
@@ -73,7 +73,7 @@ class OutOfMemory : public DbmsTest {
   }
 };
 
-// Three samples of one tag each, of a time of their own in each call.
+// Three samples of one tag each; each call gives another time.
 bool InsertBatch(Dbms& dbms) {
   static std::int64_t seconds = kStart;
   ++seconds;
@@ -111,7 +111,7 @@ TEST_F(OutOfMemory, GetLogData) {
 TEST_F(OutOfMemory, UserLogs) {
   FailEachAllocation([](Dbms& dbms) { return dbms.CreateUserLogTable(L"oven", {{L"note", 2, 40}}, 0); });
   ASSERT_TRUE(NewDbms()->InsertUserLogData(L"oven", {kStart * 1000, {L"'baked for a long time'"}}));
-  // Made before: libstdc++ 12 cannot undo the copy of a variant whose text finds no memory.
+  // Made in advance: libstdc++ 12 cannot undo the copy of a variant when the allocation of its text fails.
   const std::vector<std::variant<double, std::wstring>> binds = {L"something else"};
   FailEachAllocation([&](Dbms& dbms) {
     std::vector<UserLogRow> rows;

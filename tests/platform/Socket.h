@@ -8,7 +8,7 @@
 
 namespace platform {
 
-// A stream socket that closes with its owner. What fails at it throws, unless it is said otherwise.
+// A stream socket, closed by its destructor. Failures throw unless said otherwise.
 class Socket {
  public:
   using Handle = std::intptr_t;
@@ -22,25 +22,26 @@ class Socket {
   }
   ~Socket() { Close(); }
 
-  // At a free port of 127.0.0.1: there every connection is refused, until Listen.
+  // Bound to a free port of 127.0.0.1. Connections to it are refused until Listen.
   static Socket Bound();
   int Port() const;
-  // In a folder, as the server makes its Unix socket there. Throws where the platform has none.
+  // Bound to a Unix socket in a folder, with the name that PostgreSQL gives it. Throws where the platform has
+  // none.
   static Socket BoundIn(const std::string& folder, int port);
   void Listen() const;
   Socket Accept() const;
 
-  // To a host, or to the folder of a Unix socket where the platform has those. Nothing when nobody answers.
+  // Connected to a host, or to the folder of a Unix socket. Empty when the connection fails.
   static Socket To(const std::string& host, int port);
 
   explicit operator bool() const { return handle_ != kNone; }
   Handle Get() const { return handle_; }
   void Close();
 
-  // False when the other side is gone, or when the socket that cancels has something to receive or is closed
-  // by its other side. Until then it waits for a receiver that does not read.
+  // Sends everything, waiting for a receiver that does not read. Returns false when the other side is gone,
+  // or when `cancel` becomes readable or its other side closes it.
   bool SendAll(const char* bytes, std::size_t count, const Socket& cancel) const;
-  // The number of bytes that came, 0 when the other side is gone.
+  // Returns the number of bytes received, 0 when the other side is gone.
   std::size_t Receive(char* bytes, std::size_t count) const;
 
  private:
@@ -48,10 +49,10 @@ class Socket {
   Handle handle_ = kNone;
 };
 
-// Waits until one of the sockets has something to receive or to accept, or has failed; gives the first such.
+// Waits until a socket has something to receive or to accept, or has failed; returns the index of the first.
 std::size_t WaitForAny(std::initializer_list<const Socket*> sockets);
 
-// Sends what fits into the buffers of a socket of somebody else's, without waiting: false when that is
+// Sends as much as the buffers of a foreign socket take, without waiting. Returns false when that is
 // nothing.
 bool SendWithoutWaiting(int socket, const char* bytes, std::size_t count);
 

@@ -5,19 +5,19 @@
 
 namespace platform {
 
-// Puts the process into a time zone by its IANA name, or with null into the one it has of the system.
-// Windows' C runtime has no such zones; for the few that the tests name, it is given today's rules.
+// Sets the time zone of the process by its IANA name; null restores the system's zone.
+// The C runtime of Windows does not know IANA names; the few that the tests use get today's rules.
 void SetZone(const char* name);
 
 // The calendar fields of an instant in the zone of the process.
 std::tm LocalTime(std::int64_t seconds);
 
-// The first instant at which the process knows how far its zone is from Greenwich: Windows applies a zone's
-// rules of today to all years.
+// The first instant for which the process has the right offset from UTC: Windows applies today's rules of a
+// zone to all years.
 std::int64_t KnownFrom();
 
-// Whether that is known at an instant and the same a day before and after it: around a clock change local
-// times are repeated or left out.
+// Whether the offset is right at an instant, and the same a day before and after. Around a clock change,
+// local times occur twice or not at all.
 bool IsSettled(std::int64_t seconds);
 
 }  // namespace platform

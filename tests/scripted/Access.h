@@ -6,7 +6,7 @@
 
 namespace access_detail {
 
-// Makes the members nameable; pointers to them have the base's type and reach into any object.
+// Makes the members accessible. Pointers to them have the base's type, so they apply to any object.
 struct Members : TirelScada {
   using TirelScada::HandleDbException;
   using TirelScada::host;

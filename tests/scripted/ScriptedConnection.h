@@ -2,7 +2,7 @@
 
 #include <SQLAPI.h>
 
-// What a connection to the scripted server knows.
+// The state of a connection to the scripted server.
 class SAConnection::Impl {
  public:
   bool connected = false;

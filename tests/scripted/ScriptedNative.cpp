@@ -41,7 +41,7 @@ PGresult* Exec(PGconn*, const char* query) {
 
 int ResultStatus(const PGresult* result) { return result ? result->status : kFatalError; }
 
-// libpq gives text that the caller must not change.
+// libpq returns text that the caller must not change.
 char* ResultErrorMessage(const PGresult* result) {
   static char none[] = "";
   return result ? const_cast<PGresult*>(result)->message.data() : none;

@@ -1,6 +1,6 @@
 #pragma once
 
-// The server of the unit tests: it records what it is sent and answers from a script.
+// The server of the unit tests: records the statements it receives and answers from a script.
 
 #include <map>
 #include <optional>
@@ -35,7 +35,7 @@ struct Sent {
 
 class Server {
  public:
-  // The server that connections reach; the latest one made.
+  // The server that connections reach: the latest one constructed.
   static Server& Current();
 
   Server();
@@ -48,9 +48,9 @@ class Server {
   // Answers a statement of exactly this text with these rows; others are answered without rows. A later reply
   // to the same text replaces the earlier one.
   void Answer(const std::wstring& statement, Rows rows);
-  // The same, once; several of them are used up in their order before Answer's rows.
+  // The same, once. Several are used in their order, before Answer's rows.
   void AnswerOnce(const std::wstring& statement, Rows rows);
-  // Delivers so many rows of the answer, then fails.
+  // Delivers `rows` rows of the answer, then fails.
   void FailAfterRows(const std::wstring& statement, Rows rows, std::size_t count);
   // Fails the k-th statement from now on, counting from 1; plain and native ones alike. A native one whose
   // failure has no text gets no result, as on a lost connection.
@@ -58,7 +58,7 @@ class Server {
   // Refuses connections with this failure until AcceptConnections.
   void RefuseConnections(Failure failure);
   void AcceptConnections();
-  // What isAlive answers; connections stay "connected".
+  // What isAlive returns; isConnected does not change.
   bool alive = true;
   // Native copy: the k-th PQputCopyData from now on is refused; PQputCopyEnd and the copy's result.
   std::optional<std::size_t> refusedCopyPiece;

@@ -12,7 +12,7 @@
 
 using Texts = std::vector<std::wstring>;
 
-// A fresh scripted server, an object connected to nothing yet, an unknown extension, captured debug lines.
+// A new scripted server, an object that is not connected yet, an unknown extension, captured debug lines.
 class ScriptedTest : public ::testing::Test {
  protected:
   ScriptedTest();

@@ -6,7 +6,7 @@
 
 #include "server/ServerTest.h"
 
-// A text with a character of each of the 17 planes, and the query that makes the same at the server.
+// A text with a character of each of the 17 planes, and a query that returns the same text.
 inline constexpr wchar_t kEveryPlane[] =
     L"B\U00010042\U00020042\U00030042\U00040042\U00050042\U00060042\U00070042\U00080042\U00090042\U000A0042"
     L"\U000B0042\U000C0042\U000D0042\U000E0042\U000F0042\U00100042";
@@ -21,7 +21,7 @@ class DbmsTest : public ServerTest {
                          Password().c_str());
   }
 
-  // Sets something for the sessions to come: "timezone to 'UTC'".
+  // Sets a default for later sessions: "timezone to 'UTC'".
   void SetForSessions(const std::string& setting) {
     const std::wstring name = Database();
     Run("alter database " + std::string(name.begin(), name.end()) + " set " + setting);

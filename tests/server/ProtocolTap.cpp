@@ -9,7 +9,7 @@ constexpr char kPassword = 'p';  // the letter of all messages of signing in
 constexpr std::size_t kLengthBytes = 4;
 constexpr int kUnixSocketPort = 5432;  // a part of the name only
 
-// Of a message: its length with the length's own bytes.
+// The length field of a message, which counts its own bytes too.
 std::size_t LengthAt(const std::string& bytes, std::size_t at) {
   std::uint32_t length = 0;
   for (std::size_t i = 0; i < kLengthBytes; ++i) {
@@ -62,14 +62,14 @@ void ProtocolTap::Serve() {
   }
 }
 
-// Until one of the two ends.
+// Runs until one of the two sides closes.
 void ProtocolTap::Carry(const platform::Socket& client, const platform::Socket& server) {
   char buffer[16384];
   while (const std::size_t ready = platform::WaitForAny({&stopping_, &client, &server})) {
     const bool fromClient = ready == 1;
     const std::size_t count = (fromClient ? client : server).Receive(buffer, sizeof buffer);
     if (count == 0) return;
-    // Before it is passed on: whoever has the answer finds the question noted.
+    // Before it is passed on, so that whoever has the answer finds the message recorded.
     if (fromClient) Note(buffer, count);
     if (!(fromClient ? server : client).SendAll(buffer, count, stopping_)) return;
   }

@@ -7,23 +7,23 @@
 
 #include "platform/Socket.h"
 
-// A proxy between a client and the server that notes what kinds of messages the client sends. One connection
+// A proxy between a client and the server that records the types of the client's messages. One connection
 // at a time, unencrypted: connect with sslmode=disable and gssencmode=disable.
 class ProtocolTap {
  public:
-  // Host and port are the server's; the host may be the path of a Unix socket's folder. With a folder of its
-  // own the tap listens on a Unix socket there, else on 127.0.0.1.
+  // Host and port are the server's; the host may be the folder of a Unix socket. With a folder for itself,
+  // the tap listens on a Unix socket there, else on 127.0.0.1.
   ProtocolTap(const std::string& host, int port, const std::string& folder = "");
   ~ProtocolTap();
 
-  // Where the client finds the tap.
+  // The port for the client to connect to.
   int Port() const { return port_; }
 
-  // Ends the connection and listens no more, without a word to either side.
+  // Closes the connection and stops listening, without sending anything.
   void Stop();
 
-  // One letter per message sent since the last call, as the protocol has them: Q simple query, P parse, B
-  // bind, D describe, E execute, S sync, C close. Signing in is left out.
+  // One letter for each message sent since the last call, as in the protocol: Q simple query, P parse, B
+  // bind, D describe, E execute, S sync, C close. Authentication is left out.
   std::string Take();
 
  private:

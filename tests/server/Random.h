@@ -14,12 +14,12 @@ class Random {
  public:
   explicit Random(std::uint64_t start) : engine_(start) {}
 
-  // Between two bounds, both included.
+  // Between two bounds, inclusive.
   std::int64_t Between(std::int64_t from, std::int64_t to) {
     return from + static_cast<std::int64_t>(engine_() % (static_cast<std::uint64_t>(to - from) + 1));
   }
 
-  // Any value of an integer type, one of its bounds every now and then.
+  // Any value of an integer type, sometimes one of its bounds.
   template <class Integer>
   Integer Any() {
     switch (Between(0, 9)) {
@@ -37,7 +37,7 @@ class Random {
     }
   }
 
-  // So many characters of all planes of Unicode, quotes and control characters among them.
+  // `count` characters of all Unicode planes, including quotes and control characters.
   std::u32string Text(std::size_t length) {
     std::u32string text;
     while (text.size() < length) text += Character();

@@ -22,10 +22,10 @@ std::string Environment(const char* name) {
   return value ? value : "";
 }
 
-// What tests name is plain ASCII.
+// Names in tests are ASCII.
 std::wstring Wide(const std::string& text) { return {text.begin(), text.end()}; }
 
-// Unique among test programs that run side by side.
+// Unique among test programs that run at the same time.
 std::string NewDatabaseName() {
   static int count = 0;
   return "dbmsapi_test_" + std::to_string(platform::ProcessId()) + "_" + std::to_string(++count);

@@ -9,7 +9,7 @@
 
 typedef struct pg_conn PGconn;
 
-// A fresh database for each test, and a channel into it that shares nothing with what is tested.
+// A fresh database for each test, and a connection to it that shares nothing with the code under test.
 //
 // The server is named by DBMSAPI_TEST_HOST (a host or the path of a Unix socket's folder), DBMSAPI_TEST_PORT,
 // DBMSAPI_TEST_USER (a superuser) and DBMSAPI_TEST_PASSWORD. Without them the test fails.
@@ -29,7 +29,7 @@ class ServerTest : public ::testing::Test {
   std::wstring User() const;
   std::wstring Password() const;
 
-  // Runs statements in the test's database, in UTF-8, over the independent channel.
+  // Runs statements in the test's database, in UTF-8, over the independent connection.
   void Run(std::string_view statements);
 
   // Runs a query: one text per row, the columns joined by '|', NULL written as \N.
@@ -38,10 +38,10 @@ class ServerTest : public ::testing::Test {
   // The first column of the only row.
   std::string Value(std::string_view query);
 
-  // Makes the channel again: for a test that has ended the server's connections.
+  // Opens that connection again, for a test that has closed the server's connections.
   void Reconnect();
 
-  // Asks again and again until the query answers true; throws when that takes all too long.
+  // Repeats the query until it returns true; throws after a long time.
   void WaitUntil(std::string_view query);
 
   // The server processes of other connections to the test's database, as a query for use in the above.

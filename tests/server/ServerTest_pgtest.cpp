@@ -8,7 +8,7 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-// Two tests that would disturb each other in one database.
+// Two tests that would conflict in one database.
 TEST_F(ServerTest, GivesEachTestItsOwnDatabase) {
   Run("create table t (a int); insert into t values (1)");
   EXPECT_EQ(Rows("select a from t"), (Lines{"1"}));

@@ -1,4 +1,4 @@
-// Objects on different threads that reach no server, each with its own failure to report.
+// Objects on different threads that reach no server. Each reports its own failure.
 
 #include <DbmsAPI/Dbms.h>
 #include <DbmsAPI/Diagnostics.h>
@@ -19,7 +19,7 @@ class Failures : public testing::Test {
   ~Failures() override { SetDbmsDebugSink(nullptr); }
 };
 
-// Tries a port where nobody listens; gives the number of tries that went as they should.
+// Tries a port where nothing listens; returns the number of tries that failed as expected.
 int TryInVain() {
   int asked = 0;
   int good = 0;

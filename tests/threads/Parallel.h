@@ -5,7 +5,7 @@
 #include <thread>
 #include <vector>
 
-// Runs the bodies side by side, one thread each, and waits for them all. None begins before all are ready.
+// Runs each body on a thread and waits for all. None begins before all are ready.
 // Not by std::latch, which on Windows may miss a wake-up in the library of g++ 12.
 inline void InParallel(const std::vector<std::function<void()>>& bodies) {
   std::atomic<std::size_t> ready{0};

@@ -76,7 +76,7 @@ TEST(Registry, TheLastOwnerMayBeABroadcast) {
       auto dbms = NewDbms();
       const std::weak_ptr<SAConnection> connection = dbms->GetConnection();
       dbms.reset();
-      // A broadcast that holds the object lets go of it soon.
+      // A broadcast that holds the object releases it soon.
       while (!connection.expired()) std::this_thread::yield();
       ++released;
     }

@@ -1,4 +1,4 @@
-// Objects on different threads at work on one server.
+// Objects on different threads that use one server.
 
 #include <atomic>
 #include <string>
@@ -77,7 +77,7 @@ TEST_F(Sessions, ObjectsAtRestMoveWhileOthersWork) {
   EXPECT_EQ(asked, 5 * kRounds);
 }
 
-// Tables that pass for an extension whose hypertables are all set up.
+// Tables that imitate an extension whose hypertables are all set up.
 class Detection : public DbmsTest {
  protected:
   void SetUp() override {
@@ -97,7 +97,7 @@ class Detection : public DbmsTest {
     SetForSessions("search_path to public, pg_catalog");
   }
   void TearDown() override {
-    // Unknown again for the tests to come: the version of this one is 0.
+    // Resets the version for later tests: this extension's version is 0.
     Run("update public.pg_extension set extversion = '0.0'");
     EXPECT_TRUE(NewDbms()->CreateSystemLogTable(0));
     DbmsTest::TearDown();
@@ -122,7 +122,7 @@ TEST_F(Detection, TheVersionIsFoundWhileOthersGoByIt) {
       if (dbms->CreateAuditTable()) ++good;
     }
   };
-  // The plain variant compresses while the version is unknown: a reader sees that end once and for all.
+  // The plain variant compresses only while the version is unknown. A reader sees that end once.
   const auto read = [&] {
     const auto plain = NewDbms(DbmsType::PostgreSQL);
     bool known = false;

@@ -6,7 +6,7 @@
 
 namespace {
 
-// Operations whose statements follow another rule when one fails; their own tests cover it.
+// Operations that behave differently when a statement fails. Their own tests cover that.
 bool HasItsOwnRule(int number) {
   return number == 5       // rolls back
          || number == 42   // goes on after a drop that failed

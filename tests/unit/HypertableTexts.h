@@ -6,7 +6,7 @@
 // The statements that turn a table into a compressed hypertable, as each version of the extension takes them.
 namespace hypertable {
 
-// Versions on both sides of every change of dialect; 0 is a server without the extension.
+// Versions before and after each change of syntax; 0 is a server without the extension.
 inline constexpr int kVersions[] = {212, 213, 217, 218};
 
 std::wstring State(const std::wstring& table);

@@ -1,4 +1,4 @@
-// Null where an operation needs a text, or a place for its result.
+// Null for a text or a result pointer that an operation needs.
 
 #include <functional>
 
@@ -9,7 +9,7 @@ namespace {
 
 const std::vector<TagValueRecord> kTagValues = {{1000, L"A", L"1"}};
 
-// Where results would go.
+// Containers for results.
 std::deque<std::vector<TagValueRecord>> queue = {kTagValues};
 std::int64_t seconds = 0;
 std::unordered_map<std::wstring, std::vector<ReportAnalogData>> analog = {{L"A", {}}};

@@ -1,4 +1,4 @@
-// What the system shows of the two DLLs: name, version, description.
+// The version resource of the two DLLs: name, version, description.
 
 #include <gtest/gtest.h>
 #include <windows.h>

@@ -22,7 +22,7 @@ void Require(bool succeeded, const char* what) {
   if (!succeeded) throw std::system_error(errno, std::generic_category(), what);
 }
 
-// Of the Unix socket that the server's clients expect in a folder.
+// The address of PostgreSQL's Unix socket in a folder.
 sockaddr_un AddressIn(const std::string& folder, int port) {
   sockaddr_un address = {};
   address.sun_family = AF_UNIX;

@@ -25,7 +25,7 @@ long ResidentKilobytes() {
   return static_cast<long>(counters.WorkingSetSize / 1024);
 }
 
-// Each C runtime of a process has an environment of its own, and libpq has another runtime than the tests.
+// Each C runtime of a process has a separate environment, and libpq uses another runtime than the tests.
 void SetVariable(const char* name, const char* value) {
   const char* const text = value ? value : "";
   _putenv_s(name, text);

@@ -22,7 +22,7 @@ void SetWaiting(SOCKET socket, bool waits) {
   Require(::ioctlsocket(socket, static_cast<long>(FIONBIO), &withoutWaiting) == 0, "ioctlsocket");
 }
 
-// Sockets work from the first one that is made to the end of the process.
+// Initialises sockets with the first one, for the life of the process.
 Socket Make(int family, int protocol = 0) {
   static const bool started = [] {
     WSADATA data;
@@ -92,7 +92,7 @@ bool Socket::SendAll(const char* bytes, std::size_t count, const Socket& cancel)
     FD_SET(Descriptor(*this), &writable);
     Require(::select(0, &canceled, &writable, nullptr, nullptr) != SOCKET_ERROR, "select");
     if (FD_ISSET(Descriptor(cancel), &canceled)) return false;
-    // Windows has no such choice for one call.
+    // Windows has no non-blocking flag for a single call.
     SetWaiting(Descriptor(*this), false);
     const int sent = ::send(Descriptor(*this), bytes, static_cast<int>(count), 0);
     const int error = sent < 0 ? WSAGetLastError() : 0;

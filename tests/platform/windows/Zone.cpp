@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::int64_t kDay = 86400;
 
-// The runtime changes clocks as the United States do, and knows how they have done so since then.
+// The runtime uses the rules of the United States, and knows their history since then.
 constexpr std::int64_t kRulesHoldFrom = 599'616'000;  // 1989
 
 struct Rules {
@@ -32,10 +32,10 @@ void SetZone(const char* name) {
   for (const Rules& zone : kZones) {
     if (name && zone.name == name) text = zone.text;
   }
-  // What a former zone is called may come back, too.
+  // The name of a former zone may come back.
   SetVariable("TZ", text ? text : name);
   _tzset();
-  // Left over of a zone of the system that has no summer time.
+  // Left from a system zone without summer time.
   if (text) _dstbias = -3600;
 }
 

@@ -21,14 +21,14 @@ class ClientTest : public ServerTest {
   void ConnectTo(SAConnection& to, const std::wstring& connectionString);
   void Connect() { Connect(connection); }
 
-  // Runs a statement and gives the first column of its first row, if there is one.
+  // Runs a statement and returns the first column of its first row, if any.
   std::wstring Ask(const std::wstring& statement) { return Ask(connection, statement); }
   static std::wstring Ask(SAConnection& on, const std::wstring& statement);
 
-  // Fetches the rows left: the columns joined by '|', NULL written as \N.
+  // Fetches the remaining rows: the columns joined by '|', NULL written as \N.
   static std::vector<std::wstring> Fetch(SACommand& command);
 
-  // Of the connection's server process.
+  // The id of the connection's server process.
   std::string Pid() { return std::to_string(std::stol(Ask(L"select pg_backend_pid()"))); }
 
   // Has the server end the connection's process, and waits until it has.
@@ -39,7 +39,7 @@ class ClientTest : public ServerTest {
 
 std::wstring Wide(const SAString& text);
 
-// What an action throws; a failure of the test when it throws nothing.
+// Returns what an action throws; fails the test when it throws nothing.
 template <class Action>
 SAException Thrown(Action&& action) {
   try {
@@ -71,7 +71,7 @@ class EnvironmentVariable {
   std::string name_;
 };
 
-// A port of 127.0.0.1 without a server: connections are refused, or taken and never answered.
+// A port of 127.0.0.1 without a server: connections are refused, or accepted and never answered.
 class DeadPort {
  public:
   enum Manner { Refusing, Silent };
@@ -81,11 +81,10 @@ class DeadPort {
   std::wstring Number() const { return std::to_wstring(socket_.Port()); }
 
  private:
-  // Bound in any case, so that nobody else takes it.
+  // Always bound, so that no other program takes the port.
   platform::Socket socket_ = platform::Socket::Bound();
 };
 
-// Sends over a connection's socket, or over another one, until nothing more fits into the buffers between it
-// and its receiver.
+// Sends over a connection's socket, or another one, until the buffers to its receiver are full.
 void FillSocket(const pgConnectionHandles& handles);
 void FillSocket(int socket);

@@ -168,7 +168,7 @@ TEST_F(Commands, ReportWhatTheServerRefuses) {
   EXPECT_TRUE(connection.isAlive());
 }
 
-// The server quotes the rows that it refuses, in what follows the message.
+// The server quotes the rows that it refuses in the lines after the message.
 TEST_F(Commands, ReportRefusedRowsWithoutTheirValues) {
   Run("create table u (name text primary key, password text not null check (password <> 'secret'))");
   const auto text = [&](const wchar_t* statement) { return Wide(Thrown([&] { Ask(statement); }).ErrText()); };
@@ -203,7 +203,7 @@ TEST_F(Commands, ReportAFailureAfterTheFirstRowAtOnce) {
   EXPECT_FALSE(command.FetchNext());
 }
 
-// The row comes before the commit that is refused: nobody may take the statement for done.
+// The row arrives before the refused commit; the caller must not take the statement for done.
 TEST_F(Commands, ReportAFailureOfTheCommitAfterTheRow) {
   Run("create table p (a int primary key);"
       "create table c (a int references p deferrable initially deferred)");

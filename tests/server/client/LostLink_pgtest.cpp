@@ -1,4 +1,4 @@
-// What happens when the server goes away.
+// What happens when the connection to the server is lost.
 
 #include <chrono>
 #include <future>
@@ -12,7 +12,7 @@ constexpr auto kLongEnough = std::chrono::minutes(2);
 
 class LostLink : public ClientTest {
  protected:
-  // Sends a signal to a process of the server, by the server's own hand.
+  // Has the server send a signal to one of its processes.
   void Signal(const char* signal, const std::string& pid) {
     Run("copy (select 1) to program 'cat > /dev/null; kill -" + std::string(signal) + " " + pid + "'");
   }

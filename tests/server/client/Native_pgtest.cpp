@@ -1,4 +1,4 @@
-// Native access beside commands.
+// Native access, together with commands.
 
 #include "ClientTest.h"
 
@@ -26,7 +26,7 @@ class Native : public ClientTest {
     return status;
   }
 
-  // Statuses of the results left.
+  // Statuses of the remaining results.
   std::vector<int> Finish() {
     std::vector<int> statuses;
     while (PGresult* result = api.PQgetResult(Link())) {
@@ -80,7 +80,7 @@ TEST_F(Native, CopiesIntoATable) {
   EXPECT_EQ(Ask(L"select count(*) from t"), L"2");
 }
 
-// A message of the server would quote the row that it refuses, in its context.
+// The context of the server's message would quote the row that it refuses.
 TEST_F(Native, ReportsARefusedCopyWithoutItsValues) {
   PGconn* link = Link();
   api.PQclear(api.PQexec(link, "copy t from stdin"));

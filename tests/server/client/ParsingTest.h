@@ -6,12 +6,12 @@
 #include "ClientTest.h"
 #include "server/ProtocolTap.h"
 
-// Letters of the messages a statement is sent with.
+// The letters of a statement's messages.
 inline constexpr char kParsedAndRun[] = "PBDES";
 inline constexpr char kRun[] = "BDES";
 inline constexpr char kPreparedAndRun[] = "PSBDES";
 
-// A table and a command that inserts into it, over a tap on the wire.
+// A table and a command that inserts into it, over a ProtocolTap.
 class ParsingTest : public ClientTest {
  protected:
   void SetUp() override {

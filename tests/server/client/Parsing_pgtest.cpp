@@ -1,4 +1,4 @@
-// How often the server parses a command that is executed again, as a tap on the wire sees it.
+// How often the server parses a command that is executed repeatedly, as recorded by a ProtocolTap.
 
 #include "ParsingTest.h"
 

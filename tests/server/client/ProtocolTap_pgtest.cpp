@@ -1,4 +1,4 @@
-// The tap itself, between two sockets of the test.
+// The ProtocolTap itself, between two sockets of the test.
 
 #include "server/ProtocolTap.h"
 

@@ -1,4 +1,4 @@
-// What the server has parsed serves every command of the same text, as a tap on the wire sees it.
+// A prepared statement is used by every command with the same text, as recorded by a ProtocolTap.
 
 #include "ParsingTest.h"
 
@@ -6,7 +6,7 @@ namespace {
 
 class Reuse : public ParsingTest {
  protected:
-  // What executing a command of its own sends.
+  // The messages that a new command sends.
   template <class A, class B>
   std::string SentByAnother(A a, B b) {
     SACommand command(&connection, L"insert into t values (:1, :2)");
@@ -51,7 +51,7 @@ TEST_F(Reuse, EndsWithTheConnection) {
   EXPECT_EQ(SentByAnother(3, L"three"), kParsedAndRun);
 }
 
-// The number of columns that a command of its own reads.
+// The number of columns that a new command reads.
 class Columns : public Reuse {
  protected:
   int Read() {

@@ -1,4 +1,4 @@
-// What is set once for a session: dates in ISO style, notices that go nowhere; transactions.
+// The settings of a session (dates in ISO style, no notices), and transactions.
 
 #include <libpq-fe.h>
 

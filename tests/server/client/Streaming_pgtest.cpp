@@ -10,8 +10,8 @@ namespace {
 constexpr long kRows = 1'000'000;
 constexpr long kRowBytes = 1000;
 
-// Of memory over what there was before. The result as a whole takes about 1 GB; freed memory waits for a
-// while under AddressSanitizer.
+// Growth of memory. The whole result takes about 1 GB; under AddressSanitizer freed memory is kept for a
+// while.
 constexpr long kMostGrowthKilobytes = 400'000;
 
 class Streaming : public ClientTest {

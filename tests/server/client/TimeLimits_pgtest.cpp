@@ -1,4 +1,4 @@
-// How long connecting, and a connection, wait for a server that does not answer.
+// How long Connect, and a connection, wait for a server that does not answer.
 
 #include <libpq-fe.h>
 
@@ -13,7 +13,7 @@ using Settings = std::map<std::string, std::string>;
 
 class TimeLimits : public ClientTest {
  protected:
-  // The limits that the connection goes by.
+  // The limits that the connection uses.
   Settings Limits() {
     PGconn* const handle = static_cast<pgConnectionHandles&>(*connection.NativeHandles()).conn;
     PQconninfoOption* const options = PQconninfo(handle);
@@ -36,7 +36,7 @@ class TimeLimits : public ClientTest {
                        {"tcp_user_timeout", "30000"}};
 };
 
-// A server that lets a client in, reports another date style, and says nothing more.
+// A server that accepts a client, reports another date style, and then sends nothing more.
 class SilentServer {
  public:
   SilentServer() {
@@ -118,7 +118,7 @@ TEST_F(TimeLimits, ThatAreNoNumbersAreRefused) {
   EXPECT_NE(Wide(error.ErrText()).find(L"connect_timeout"), std::wstring::npos) << error.what();
 }
 
-// The test's own connection ends the count.
+// The test's own connection is the last one counted.
 TEST_F(TimeLimits, MakeOneConnectionForEachConnect) {
   const platform::Socket listener = platform::Socket::Bound();
   listener.Listen();

@@ -114,7 +114,7 @@ TEST_F(Values, ReadDatesOfEveryAge) {
   EXPECT_SA_ERROR(SA_Library_Error, 0, Get(L"time '10:20:30'").asDateTime());
 }
 
-// The server's own calendar agrees day by day.
+// Compares each day with the server's calendar.
 TEST_F(Values, CountDaysAsTheServerDoes) {
   command.setCommandText(
       L"select d::date, extract(dow from d), extract(doy from d) from generate_series("
@@ -134,7 +134,7 @@ TEST_F(Values, CountDaysAsTheServerDoes) {
   EXPECT_GT(rows, 7000);
 }
 
-// Two characters of every plane, some of the first with meanings of their own.
+// Two characters of every plane; some of the first plane have a special meaning.
 std::u32string CharactersOfEveryPlane() {
   std::u32string characters = U"\u00e4\u20ac\ufffd\u200b'\"\\:1$";
   for (char32_t plane = 0; plane <= 16; ++plane) {

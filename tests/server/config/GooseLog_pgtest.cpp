@@ -39,7 +39,7 @@ class GooseLog : public ConfigTest {
     ASSERT_TRUE(dbms->CreateGooseTable());
   }
 
-  // The time that a message of this text is stored with, in UTC.
+  // The time stored for a message with this text, in UTC.
   std::string TimeOf(const wchar_t* invalidityTime) {
     Run("delete from iec_goose");
     EXPECT_TRUE(dbms->InsertGooseMessage(Message(invalidityTime)));

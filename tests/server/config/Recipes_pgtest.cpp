@@ -64,7 +64,7 @@ TEST_F(Recipes, TextThatIsNoJsonIsRefused) {
   EXPECT_EQ(Stored(), Lines{"m|n|{}|d"});
 }
 
-// A third session lets both writers count but holds their inserts back until both wait.
+// A third session lets both writers count, but blocks their inserts until both wait.
 TEST_F(Recipes, KeepsTheRaceOfTwoWritersOfTheSameNewRecipe) {
   const auto other = NewDbms();
   ASSERT_TRUE(dbms->Connect());

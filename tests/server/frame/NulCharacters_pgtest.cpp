@@ -1,4 +1,4 @@
-// Texts with a NUL character, which PostgreSQL cannot hold: refused, never cut.
+// Texts with a NUL character, which PostgreSQL cannot store: refused, never cut.
 
 #include <functional>
 

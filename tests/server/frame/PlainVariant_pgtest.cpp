@@ -18,7 +18,7 @@ class PlainVariant : public DbmsTest {
   bool LastErrorHolds(const wchar_t* text) {
     return std::wstring(dbms->GetLastError()).find(text) != std::wstring::npos;
   }
-  // Lets a table of the test pass for the server's list of extensions in sessions to come.
+  // Makes later sessions see a table of the test as the server's list of extensions.
   void PretendTheExtension() {
     SetForSessions("search_path to public, pg_catalog");
     Run("create table public.pg_extension (extname text)");
@@ -56,7 +56,7 @@ TEST_F(PlainVariant, WithoutTheExtensionOldValuesAreDeleted) {
   EXPECT_TRUE(dbms->PurgeTagValueTable(L"page", 30));
   EXPECT_EQ(Rows("select tag_value from page"), Lines{"new"});
 
-  // The other variant takes the extension for granted.
+  // The other variant assumes the extension.
   const auto usual = NewDbms();
   EXPECT_FALSE(usual->PurgeTagValueTable(L"page", 30));
   EXPECT_NE(

@@ -28,7 +28,7 @@ bool PassesMasks(const Filter& filter, const AlarmRecord& alarm) {
          Selects(filter.zone, alarm.zone);
 }
 
-// Whether a filter lets an alarm through; times are whole milliseconds.
+// Whether an alarm passes a filter; times are whole milliseconds.
 bool Passes(const Filter& filter, const AlarmRecord& alarm) {
   const auto lies = [&](const auto& range) {
     return alarm.timeMs >= range.first * 1000 && alarm.timeMs <= range.second * 1000;
@@ -46,7 +46,7 @@ class AlarmFilters : public AlarmTest {
     return dbms->GetAlarmData(filter.from, filter.to, filter.status, filter.type, filter.level, filter.zone,
                               filter.prefixes, filter.excluded, records);
   }
-  // The query gives what passes of the alarms, newest first.
+  // The query returns the alarms that pass, newest first.
   void ExpectWhatPasses(const Filter& filter, std::vector<AlarmRecord> alarms) {
     std::erase_if(alarms, [&](const AlarmRecord& alarm) { return !Passes(filter, alarm); });
     std::vector<AlarmRecord> records;

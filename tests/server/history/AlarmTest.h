@@ -8,10 +8,10 @@
 
 #include "server/history/HistoryTest.h"
 
-// A time at which alarms of the tests occur, in epoch seconds.
+// The time of the tests' alarms, in epoch seconds.
 inline constexpr std::int64_t kStart = 1700000000;
 
-// An alarm of which nothing else matters.
+// An alarm whose other fields do not matter.
 inline AlarmRecord Alarm(std::int64_t timeMs, const wchar_t* tagName, double value = 0) {
   AlarmRecord alarm;
   alarm.timeMs = timeMs;
@@ -36,7 +36,7 @@ class AlarmTest : public HistoryTest {
     for (const AlarmRecord& alarm : alarms) ASSERT_TRUE(Insert(alarm)) << Error();
   }
 
-  // Everything of an alarm, the value by its bits.
+  // All fields of an alarm, the value by its bits.
   static auto Fields(const AlarmRecord& a) {
     return std::tuple(a.timeMs, a.tagName, std::bit_cast<std::uint64_t>(a.value), a.label, a.status, a.type,
                       a.level, a.zone, a.occTimeMs, a.freeTimeMs);

@@ -51,7 +51,7 @@ TEST_F(Alarms, RandomAlarmsComeBackAsTheyWere) {
   ExpectNewestFirst(records, alarms);
 }
 
-// With the sign of zero; all that is no number looks alike.
+// Keeps the sign of zero; all NaNs are equal.
 std::string ShownValue(double value) { return std::isnan(value) ? "nan" : std::to_string(value); }
 
 TEST_F(Alarms, ValuesThatAreNoNumbersComeBack) {

@@ -14,7 +14,7 @@ class HistoryTest : public DbmsTest {
     DbmsTest::TearDown();
   }
 
-  // An object that names the database by this text.
+  // An object with this database text.
   std::shared_ptr<Dbms> NewDbmsOn(const std::wstring& database) const {
     return Dbms::GetDbms(DbmsType::TirelScada, Host().c_str(), Port(), database.c_str(), User().c_str(),
                          Password().c_str());

@@ -1,4 +1,4 @@
-// A batch that cannot be stored leaves nothing in the database, and the object goes on working.
+// A batch that cannot be stored leaves nothing in the database, and the object stays usable.
 
 #include <DbmsAPI/Diagnostics.h>
 
@@ -29,7 +29,7 @@ class TagHistoryFailures : public HistoryTest {
     Run("select pg_terminate_backend(pid) from " + std::string(kOtherBackends) + " as backends");
     WaitUntil("select not exists " + std::string(kOtherBackends));
   }
-  // The next batch is stored: the session is usable and empty of what was before.
+  // The next batch is stored: the session is usable and holds nothing of the last batch.
   void ExpectToGoOn() {
     EXPECT_TRUE(dbms->InsertLogData({{kStartMs - 1, L"after", 1}})) << Error();
     EXPECT_EQ(Rows("select tag_name from datalog where tag_name = 'after'"),
@@ -95,7 +95,7 @@ TEST_F(TagHistoryFailures, ATableThatIsGoneRefusesTheBatch) {
   ExpectToGoOn();
 }
 
-// The server refuses it while it is being copied.
+// The server refuses it during the COPY.
 TEST_F(TagHistoryFailures, ANameWithANulCharacterRefusesItsBatch) {
   std::vector<LogSample> samples = Batch(200000);
   samples[150000].tagName = std::wstring(L"nul\0nul", 7);
@@ -106,7 +106,7 @@ TEST_F(TagHistoryFailures, ANameWithANulCharacterRefusesItsBatch) {
   ExpectToGoOn();
 }
 
-// Ten digits round the last values of the range beyond it.
+// Rounding to ten digits moves the last values out of the range.
 TEST_F(TagHistoryFailures, KeepsRefusingABatchWithAValueThatRoundsBeyondTheRange) {
   std::vector<LogSample> samples = Batch(10);
   samples[5].value = -DBL_MAX;

@@ -1,4 +1,4 @@
-// A link that is lost while a batch is on its way.
+// A connection that is lost during a batch.
 
 #include <DbmsAPI/Diagnostics.h>
 #include <SQLAPI.h>
@@ -10,7 +10,7 @@
 
 namespace {
 
-// Rows wait in a trigger until the test lets them go on.
+// Rows wait in a trigger until the test releases them.
 constexpr char kHold[] =
     "create function hold() returns trigger language plpgsql as "
     "$$ begin perform pg_advisory_xact_lock(1); return new; end $$";
@@ -38,7 +38,7 @@ class TagHistoryLostLink : public HistoryTest {
       return current;
     };
   }
-  // Stores a batch on another thread, and runs `cut` when the server holds it.
+  // Stores a batch on another thread, and runs `cut` while the server holds it.
   template <class Cut>
   bool InsertAndCut(Cut cut) {
     auto inserted = std::async(std::launch::async, [&] { return dbms->InsertLogData(Batch()); });

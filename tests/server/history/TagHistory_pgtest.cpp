@@ -47,7 +47,7 @@ struct Tag {
   std::string hexadecimal;
 };
 
-// Names with all that COPY and SQL reserve, and with characters of every plane.
+// Names with everything that COPY and SQL reserve, and with characters of every plane.
 std::vector<Tag> AwkwardTags() {
   std::vector<Tag> tags;
   for (const char32_t* name :
@@ -85,7 +85,7 @@ class TagHistory : public HistoryTest {
   }
 };
 
-// A sample for a time of the random kind, and what is stored of it.
+// A random sample, and what is stored of it.
 void AddSample(Random& random, const std::vector<Tag>& tags, Samples& samples, Stored& expected) {
   const Tag& tag =
       tags[static_cast<std::size_t>(random.Between(0, static_cast<std::int64_t>(tags.size()) - 1))];
@@ -98,7 +98,7 @@ void AddSample(Random& random, const std::vector<Tag>& tags, Samples& samples, S
   expected[key] = missing ? std::nullopt : std::optional(std::bit_cast<std::uint64_t>(Rounded(value)));
 }
 
-// Samples of every kind that is left out.
+// One sample for each reason to skip it.
 void AddSkipped(Random& random, Samples& samples) {
   const std::int64_t timeMs = kStart * 1000 + random.Between(0, 4000000);
   const double infinity = std::numeric_limits<double>::infinity();

@@ -34,12 +34,12 @@ class UserLogTimes : public HistoryTest {
     processZone.reset();
     processZone.emplace("TZ", zone);
   }
-  // Has sessions begin in a zone.
+  // Makes new sessions start in a zone.
   void SetSessionZone(const char* zone) {
     const std::string name(zone);
     dbms = NewDbmsOn(Database() + L";-c TimeZone=" + std::wstring(name.begin(), name.end()));
   }
-  // The time read of a row that was stored with this one.
+  // The time that is read for a row stored with this time.
   std::int64_t ReadBack(std::int64_t timeMs) {
     Run("delete from user_times");
     EXPECT_TRUE(dbms->InsertUserLogData(L"times", {timeMs, {L"1"}})) << Error();
@@ -91,7 +91,7 @@ TEST_F(UserLogTimes, AreReadAcrossTheHourThatIsLeftOut) {
   }
 }
 
-// The hour comes twice with the same calendar fields: both times read as the first.
+// The hour occurs twice with the same calendar fields; both read as the first.
 TEST_F(UserLogTimes, KeepsReadingTheHourThatComesTwiceAsItsFirstTime) {
   SetProcessZone("America/St_Johns");
   SetSessionZone("America/St_Johns");
@@ -104,7 +104,7 @@ TEST_F(UserLogTimes, KeepsReadingTheHourThatComesTwiceAsItsFirstTime) {
   }
 }
 
-// Fields of another zone may name the hour that is left out: it is read as an hour later.
+// Fields of another zone may be in the hour that is skipped; it reads as an hour later.
 TEST_F(UserLogTimes, KeepsFieldsOfTheHourThatIsLeftOut) {
   SetProcessZone("America/St_Johns");
   SetSessionZone("UTC");

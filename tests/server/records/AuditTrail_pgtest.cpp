@@ -18,7 +18,7 @@ constexpr char kCurrentTable[] =
     "message text not null, group_name text, tag_name text, value text, comment text, "
     "primary key (time, ip_addr, message))";
 
-// What the first release made.
+// The table of the first release.
 constexpr char kFirstTable[] =
     "create table audit_table (time timestamp not null, operator_node text not null, operator text not null, "
     "type int not null, name text not null, group_name text not null, tag_name text, value text not null, "
@@ -37,7 +37,7 @@ class AuditTrail : public DbmsTest {
         "pg_attribute where indrelid = 'audit_table'::regclass and indisprimary and attrelid = indrelid "
         "and attnum = num");
   }
-  // Changes with every alteration of the table.
+  // Changes whenever the table is altered.
   Lines Fingerprint() {
     return Rows(
         "select attnum, xmin from pg_attribute where attrelid = 'audit_table'::regclass order by attnum");

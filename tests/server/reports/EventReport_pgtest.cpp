@@ -22,7 +22,7 @@ constexpr char kCount[] = "select count(*) from event_report_data";
 
 const Lines kCurrentKey = {"event_report_data_pkey|PRIMARY KEY (\"time\", model_name, sheet, cell)"};
 
-// More parameters than the protocol has room for: 65538.
+// 65,538 parameters, more than the protocol allows.
 constexpr std::size_t kTooManyCells = 21846;
 
 class EventReport : public DbmsTest {

@@ -1,4 +1,4 @@
-// What was stored is read back, whatever it holds and wherever the process and the session are.
+// Stored rows are read back, whatever they hold and in every time zone of process and session.
 
 #include <SQLAPI.h>
 
@@ -20,7 +20,7 @@ using DigitalByTag = std::unordered_map<std::wstring, std::vector<ReportDigitalD
 constexpr int kRows = 300;
 constexpr std::int64_t kFirst32 = INT32_MIN, kLast32 = INT32_MAX;
 
-// Rows of random values over everything that is read back unchanged.
+// Rows of random values, within what is read back unchanged.
 class Random {
  public:
   explicit Random(unsigned start) : engine_(start) {}
@@ -213,7 +213,7 @@ INSTANTIATE_TEST_SUITE_P(In, ReportDataRoundTrip, testing::Values("UTC", "Asia/K
 
 class ReportDataLocalTime : public ReportStoreTest {
  protected:
-  // The times read for one tag whose rows were stored at these.
+  // The times that are read for a tag whose rows were stored at these times.
   std::vector<std::int64_t> ThereAndBack(const std::vector<std::int64_t>& times) {
     const auto own = NewDbms();  // connects in the zone of the moment
     ReportAnalogData row;

@@ -23,7 +23,7 @@ ReportDigitalData Digital(const wchar_t* tag, std::int64_t time) {
 
 class ReportData : public ReportStoreTest {
  protected:
-  // The rows of one tag in a period's table, `count` of them asked for by range.
+  // The rows of one tag in a period's table; queries `count` of them by range.
   std::vector<ReportAnalogData> StoredAnalog(const wchar_t* period, const wchar_t* tag) {
     AnalogByTag data = {{tag, {}}};
     EXPECT_TRUE(dbms->GetReportAnalogData(period, kStart - 1000000, kStart + 1000000, data)) << Error();

@@ -66,7 +66,7 @@ class ReportStore : public ReportStoreTest {
         "conrelid = '" +
         table + "'::regclass");
   }
-  // What a second creation must not touch.
+  // State that a second creation must not change.
   Lines Everything() {
     return Rows(
                "select oid, relname, relfilenode from pg_class where relname like 'report_data%' order by 1") +

@@ -29,7 +29,7 @@ class TagValues : public DbmsTest {
   std::string Count() { return Value("select count(*) from page"); }
 };
 
-// The isolation level that the object's session gives to transactions to come.
+// The isolation level of later transactions in the object's session.
 std::wstring Level(Dbms& dbms) {
   SACommand command(dbms.GetConnection().get(), L"select current_setting('default_transaction_isolation')");
   command.Execute();

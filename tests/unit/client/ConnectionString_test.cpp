@@ -68,8 +68,8 @@ const Case kCases[] = {
 INSTANTIATE_TEST_SUITE_P(All, ConnectionString, ::testing::ValuesIn(kCases),
                          [](const auto& tested) { return std::string(tested.param.name); });
 
-// Later keywords count over earlier ones: server, user and password over the database's text, the encoding
-// over everything.
+// Later keywords override earlier ones: server, user and password override the database's text, the encoding
+// overrides everything.
 TEST(ConnectionStringOrder, PutsTheEncodingLast) {
   const ConnectionKeywords expected = {{"fallback_application_name", "DbmsAPI"},
                                        {"dbname", "dbname=scada client_encoding=LATIN1"},

@@ -95,7 +95,7 @@ const Case kNoMarkers[] = {
     {"ColonBeforeABlank", L"a : 1", "a : 1", {}},
 };
 
-// What never ends takes the rest of the statement; the server will say what is wrong.
+// A construct without an end extends to the end of the statement; the server reports the error.
 const Case kUnfinished[] = {
     {"String", L"' :1", "' :1", {}},
     {"EscapedString", L"E' :1\\", "E' :1\\", {}},

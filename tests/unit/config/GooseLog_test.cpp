@@ -29,7 +29,7 @@ GooseMessageRecord Message(const wchar_t* invalidityTime) {
 
 class GooseLog : public ScriptedTest {
  protected:
-  // The seconds that a message of this time is stored with.
+  // The seconds in the statement for a message with this time.
   std::wstring SecondsOf(const wchar_t* invalidityTime) {
     server.Forget();
     EXPECT_TRUE(dbms->InsertGooseMessage(Message(invalidityTime)));
@@ -39,7 +39,7 @@ class GooseLog : public ScriptedTest {
     return statement.substr(begin, statement.find(L'\'', begin) - begin);
   }
 
-  // The text of the exception that a message of this time ends in.
+  // The text of the exception for a message with this time.
   template <class Exception>
   std::string RefusalOf(const wchar_t* invalidityTime) {
     server.Forget();

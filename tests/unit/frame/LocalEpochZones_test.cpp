@@ -1,4 +1,4 @@
-// Local time in zones of choice, which the process is put into.
+// Local time in several zones, to which the process is set.
 
 #include <gtest/gtest.h>
 

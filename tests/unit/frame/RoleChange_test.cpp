@@ -9,7 +9,7 @@ namespace {
 
 class RoleChange : public ScriptedTest {
  protected:
-  // A selector that notes what it was asked with and answers with a host.
+  // A selector that records its argument and returns a host.
   void Select(Dbms& object, const wchar_t* answer) {
     object.hostSelector = [this, answer](const wchar_t* current) {
       asked.push_back(current == nullptr ? L"(null)" : current);

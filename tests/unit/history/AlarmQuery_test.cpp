@@ -35,7 +35,7 @@ class AlarmQuery : public ScriptedTest {
                               filter.prefixes, filter.excluded, records);
   }
   bool GetAll() { return dbms->GetAllAlarmData(1700000000, 1700003600, records); }
-  // What a filter sends.
+  // The statements that a filter sends.
   Texts Sent(const Filter& filter) {
     server.Forget();
     EXPECT_TRUE(Get(filter));

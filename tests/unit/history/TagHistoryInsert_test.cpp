@@ -99,7 +99,7 @@ TEST_F(TagHistoryInsert, AServerOutOfReachIsSentNothing) {
   EXPECT_TRUE(server.sent.empty());
 }
 
-// Which statement fails, what is said of it, what is sent then.
+// The statement that fails, the debug line, and the statements sent afterwards.
 struct Case {
   std::size_t failing;
   const wchar_t* line;

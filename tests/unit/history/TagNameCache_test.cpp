@@ -7,7 +7,7 @@
 
 namespace {
 
-// Asks for each tag and checks the text.
+// Looks each tag up and checks its text.
 void ExpectTexts(TagNameCache& names, const std::vector<std::wstring>& tags) {
   for (const std::wstring& tag : tags) {
     EXPECT_EQ(names.Escaped(tag), std::string(tag.begin(), tag.end()));

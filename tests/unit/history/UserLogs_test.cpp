@@ -18,7 +18,7 @@ constexpr wchar_t kSegments[] = L"n, x, label";
 
 const std::vector<UserLogColumn> kDefinition = {{L"n", 0, 0}, {L"x", 1, 0}, {L"label", 2, 20}};
 
-// The columns of a stored table as the catalogue lists them.
+// The columns of a stored table as the catalog lists them.
 const scripted::Row kTime = {L"time", L"timestamptz", std::nullopt};
 const scripted::Row kN = {L"n", L"int2", std::nullopt};
 const scripted::Row kX = {L"x", L"float8", std::nullopt};

@@ -63,7 +63,7 @@ class AuditTrail : public ScriptedTest {
       server.Answer(probe, kFound);
     }
   }
-  // What an existing table of the current layout is asked.
+  // The queries for an existing table of the current layout.
   const Texts probes = {kExists,  kTimeIsCurrent, kHasNode,       kHasOperator,    kHasType,
                         kHasName, kGroupIsStrict, kValueIsStrict, kCommentIsStrict};
 };

@@ -13,7 +13,7 @@ constexpr wchar_t kCount[] = L"select count(*) from report_data_time";
 constexpr wchar_t kFirstRows[] =
     L"insert into report_data_time values('analog',null,null,null,null),('digital',null,null,null,null)";
 
-// The ten tables in the order of their making.
+// The ten tables in the order of their creation.
 const Texts kTables = {
     L"report_data_analog_minute", L"report_data_analog_hour", L"report_data_analog_day",
     L"report_data_analog_month",  L"report_data_analog_year", L"report_data_digital_minute",
@@ -33,7 +33,7 @@ const Texts kCreates = {
     L"create table if not exists report_data_digital_year (time timestamptz not null,tag_name text not null,count int not null,uptime int not null,uptime_avg float8 not null,uptime_min int not null,uptime_min_time timestamptz not null,uptime_max int not null,uptime_max_time timestamptz not null,count_avg float8 not null,count_min int not null,count_min_time timestamptz not null,count_max int not null,count_max_time timestamptz not null,primary key (time, tag_name))",
 };
 
-// What follows the create statement of a minute or hour table.
+// The statements after the create statement of a minute or hour table.
 using SetUp = Texts (*)(int version, const std::wstring& table);
 
 Texts Nothing(int, const std::wstring&) { return {}; }
@@ -82,7 +82,7 @@ bool IsMinuteOrHour(const std::wstring& table) {
   return table.ends_with(L"_minute") || table.ends_with(L"_hour");
 }
 
-// The statements that make the ten tables.
+// The statements that create the ten tables.
 Texts TheTables(int version, SetUp setUp) {
   Texts all;
   for (std::size_t i = 0; i < kTables.size(); ++i) {
@@ -107,7 +107,7 @@ class ReportStore : public ScriptedTest {
     EXPECT_TRUE(dbms->CreateReportDataTables(days));
     return server.Statements();
   }
-  // Hypertables of a state, with this age in their retention policy and a compression policy.
+  // Hypertables with this compression state, this age in their retention policy, and a compression policy.
   void Adopt(const wchar_t* state, const wchar_t* storedDays) {
     for (const std::wstring& table : kTables) {
       server.Answer(hypertable::State(table), {{state}});

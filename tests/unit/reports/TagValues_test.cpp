@@ -40,7 +40,7 @@ class TagValues : public ScriptedTest {
     return dbms->InsertTagValues(L"Page", records);
   }
 
-  // What happened on the connection besides statements.
+  // Events of the connection other than statements.
   Texts Events() const {
     Texts events = server.events;
     std::erase(events, L"connected?");

@@ -1,4 +1,4 @@
-// The limits of waiting as the socket has them.
+// The time limits as the socket reports them.
 
 #include <libpq-fe.h>
 #include <netinet/in.h>

@@ -1,4 +1,4 @@
-// What a debugger of the process receives, and what a viewer of all processes' debug output reads.
+// The text that a debugger of the process receives, and that a viewer of all processes' debug output reads.
 
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -12,15 +12,15 @@
 
 namespace {
 
-// How the system notifies a debugger: in wide characters, and where nobody takes those in the system's code
-// page. Wine knows the second way only.
+// How the system notifies a debugger: in wide characters and, if nothing handles those, in the system's code
+// page. Wine has only the second.
 constexpr DWORD kWideText = 0x4001000A;    // DBG_PRINTEXCEPTION_WIDE_C
 constexpr DWORD kNarrowText = 0x40010006;  // DBG_PRINTEXCEPTION_C
 
 std::wstring toldWide;
 std::string toldNarrow;
 
-// Acts as a debugger that takes nothing.
+// Acts as a debugger that handles nothing.
 LONG CALLBACK Note(EXCEPTION_POINTERS* pointers) {
   const EXCEPTION_RECORD& record = *pointers->ExceptionRecord;
   const ULONG_PTR* text = record.ExceptionInformation;  // its length with the terminator, and where it is
@@ -39,7 +39,7 @@ std::string InTheSystemsCodePage(const std::wstring& text) {
   return std::string(bytes, static_cast<std::size_t>(count));
 }
 
-// The shared memory that the system leaves debug output in when somebody looks at it.
+// The shared memory that passes debug output to a viewer.
 class Viewer {
  public:
   Viewer()
@@ -55,7 +55,7 @@ class Viewer {
   Viewer(const Viewer&) = delete;
   Viewer& operator=(const Viewer&) = delete;
 
-  // Waits for a text of this process. All processes share the memory: it passes over the texts of others,
+  // Waits for a text of this process. All processes share the memory, so it skips the texts of others,
   // which run at the same time and write debug output too.
   std::string Read() {
     if (buffer_ == nullptr) return "no shared memory";
@@ -91,7 +91,7 @@ TEST(DebugOutput, ReachesADebuggerWhole) {
 
 TEST(DebugOutput, ReachesAViewer) {
   Viewer viewer;
-  // The system discards a text when the memory has not been free for ten seconds: write it until it has been
+  // The system discards a text if the memory has not been free for ten seconds, so write it until it has been
   // read.
   std::atomic<bool> read = false;
   std::thread writer([&] {
