@@ -1,6 +1,6 @@
-# What the project builds on; each is a package of the platform.
+# The libraries that the project needs; each is a package of the platform.
 
-# libpq, the server's own client library; used by the client layer alone.
+# libpq, PostgreSQL's client library; only the client layer uses it.
 if(DBMSAPI_SQLAPI STREQUAL "builtin")
   find_package(PostgreSQL REQUIRED)
 endif()
@@ -10,7 +10,7 @@ find_path(DBMSAPI_FMT_INCLUDE_DIR fmt/format.h REQUIRED)
 add_library(fmt::fmt-header-only INTERFACE IMPORTED)
 target_include_directories(fmt::fmt-header-only INTERFACE ${DBMSAPI_FMT_INCLUDE_DIR})
 
-# UTF-8 conversion where the platform has none of its own.
+# UTF-8 conversion, which Windows has built in.
 if(NOT WIN32)
   find_package(utf8cpp REQUIRED)
 endif()

@@ -1,4 +1,4 @@
-# What `cmake --install` puts in place: headers, the libraries, a CMake package and pkg-config files.
+# What `cmake --install` installs: headers, libraries, a CMake package and pkg-config files.
 
 include(CMakePackageConfigHelpers)
 
@@ -11,7 +11,7 @@ if(DBMSAPI_SQLAPI STREQUAL "builtin")
                 client/include/pgAPI.h
           DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 endif()
-# The libraries lie side by side, wherever that is.
+# The libraries find each other in the directory they are in.
 if(UNIX)
   set_target_properties(DbmsAPI PROPERTIES INSTALL_RPATH $ORIGIN)
   if(DBMSAPI_BUILD_HISTORIAN)

@@ -1,4 +1,4 @@
-# What every target of the project has in common.
+# Settings of every target.
 
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
@@ -33,7 +33,7 @@ function(dbmsapi_defaults target)
   endif()
 endfunction()
 
-# What a shared library is called, and the version that it shows.
+# The file name and version of a shared library.
 function(dbmsapi_shared_library target description)
   dbmsapi_defaults(${target})
   set_target_properties(${target} PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})

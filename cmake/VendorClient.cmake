@@ -1,7 +1,7 @@
-# The vendor's client library in place of client/: SQLAPI_ROOT names the folder with its include/ and lib/. Where it lies
-# differently there, SQLAPI_INCLUDE_DIR and SQLAPI_LIBRARY (on Windows the import library) name the two.
+# The vendor's client library in place of client/: SQLAPI_ROOT names the folder with its include/ and lib/. If it is
+# laid out differently, SQLAPI_INCLUDE_DIR and SQLAPI_LIBRARY (on Windows the import library) name the two.
 #
-# Installed too, for a project that finds DbmsAPI built this way needs the same library.
+# Installed too: a project that uses a DbmsAPI built this way needs the same library.
 
 set(SQLAPI_ROOT "" CACHE PATH "Folder of the vendor's client library")
 find_path(SQLAPI_INCLUDE_DIR SQLAPI.h HINTS ${SQLAPI_ROOT}/include NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH)

@@ -1,5 +1,5 @@
-# What has to lie beside a program that MinGW-w64 has built: the C++ runtime, always as DLLs. With a copy of it in each
-# module, exceptions that cross from one into another would be miscounted.
+# The DLLs of the C++ runtime, which a program built by MinGW-w64 needs beside it. Linking the runtime statically into
+# each module would miscount exceptions that cross modules.
 
 set(DBMSAPI_CXX_RUNTIME)
 foreach(library libstdc++-6 libgcc_s_seh-1 libwinpthread-1)

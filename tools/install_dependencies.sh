@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that a purpose needs and the system lacks, and says which:
+# Installs the missing Debian packages for a purpose, and lists them:
 #
 #   tools/install_dependencies.sh demo|test|bench|windows...
 set -euo pipefail
@@ -7,21 +7,21 @@ here=$(cd "$(dirname "$0")" && pwd)
 # shellcheck source=tools/lib/say.sh
 . "$here/lib/say.sh"
 
-# Compiler and build tools, what the libraries build on, the private server, the time zones of --zone.
+# Compiler and build tools, the libraries that the project needs, the private server, the time zones of --zone.
 demo=(g++ cmake ninja-build pkg-config libpq-dev libfmt-dev libutfcpp-dev libsqlite3-dev libcli11-dev
   libhowardhinnant-date-dev nlohmann-json3-dev zlib1g-dev postgresql-15 tzdata)
 # The second compiler, the test framework, the tools that the checks call.
 test=("${demo[@]}" clang clang-format libgtest-dev libgmock-dev binutils dpkg-dev file git groff-base
   jq sqlite3)
-# The compiler for Windows, what runs its programs, the test framework in source.
+# The compiler for Windows, Wine to run its programs, the test framework in source.
 windows=("${demo[@]}" g++-mingw-w64-x86-64-posix mingw-w64-tools wine wine64 googletest binutils)
-# The benchmark framework, the other libraries that are measured beside ours, what counts instructions.
+# The benchmark framework, the other libraries of the benchmarks, and valgrind to count instructions.
 bench=("${demo[@]}" libbenchmark-dev libpqxx-dev libsoci-dev libboost-dev qtbase5-dev libqt5sql5-psql unixodbc-dev
   odbc-postgresql valgrind)
 
 no_main_cluster=/etc/postgresql-common/createcluster.d/dbmsapi-no-main-cluster.conf
 
-# Fetches packages that tests need, and comes with Node; they need not be Debian's.
+# npm fetches packages for tests. It need not be Debian's.
 need_npm() { command -v npm >/dev/null || echo npm; }
 
 packages_for() {

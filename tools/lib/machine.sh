@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# What a figure was measured on. Needs server.sh.
+# Describes the machine of a measurement. Needs server.sh.
 
 machine_processor() { awk -F': *' '/^model name/ { print $2; exit }' /proc/cpuinfo; }
 
@@ -9,7 +9,7 @@ machine_system() { (. /etc/os-release && printf '%s, Linux %s' "$PRETTY_NAME" "$
 
 machine_load() { cut -d' ' -f1-3 /proc/loadavg; }
 
-# describe_machine: one line per thing.
+# describe_machine: one line per property.
 describe_machine() {
   printf 'processor   %s, %s cores\n' "$(machine_processor)" "$(nproc)"
   printf 'memory      %s\n' "$(machine_memory)"

@@ -1,11 +1,10 @@
 # shellcheck shell=bash
-# Runs a program for a script that has something to clear up when a signal ends it.
+# Runs a program from a script that has to clean up when a signal ends it.
 #
 #   run_to_the_end COMMAND [ARGUMENT]...   gives the command's exit status
 #
-# A signal that comes meanwhile reaches the command too, and the script ends when the command has. The command runs
-# beside the script, for only then are the script's traps run at once; so that Ctrl-C still ends it, it gets back
-# the signals that a shell has such commands ignore.
+# A signal is passed on to the command, and the script ends after the command. The command runs in the background, since
+# only then does the shell run traps at once. A shell makes background commands ignore Ctrl-C; that is undone.
 
 run_to_the_end_process=
 
@@ -21,7 +20,7 @@ run_to_the_end() {
   return "$status"
 }
 
-# end_by SIGNAL STATUS: hands the signal on, waits for the command and ends the script.
+# end_by SIGNAL STATUS: passes the signal on, waits for the command and ends the script.
 end_by() {
   if [ -n "$run_to_the_end_process" ]; then
     kill -s "$1" "$run_to_the_end_process" 2>/dev/null || true

@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# How the scripts speak: progress on standard error, so that standard output is a program's own.
+# Messages of the scripts. They go to standard error, so that standard output is the program's alone.
 
 say() { printf '%s\n' "$*" >&2; }
 
@@ -8,7 +8,7 @@ die() {
   exit 1
 }
 
-# run_quietly LOG COMMAND...: keeps what a command says in LOG, and shows it when the command fails.
+# run_quietly LOG COMMAND...: writes the command's output to LOG, and shows it when the command fails.
 run_quietly() {
   local log=$1
   shift
@@ -19,7 +19,7 @@ run_quietly() {
   fi
 }
 
-# Duration since a moment that SECONDS had: 1 min 05 s.
+# elapsed_since START: the time since $SECONDS was START, as 1 min 05 s.
 elapsed_since() {
   local seconds=$((SECONDS - $1))
   if [ "$seconds" -lt 60 ]; then

@@ -1,12 +1,12 @@
 # shellcheck shell=bash
-# A private PostgreSQL for as long as a script runs: a fresh data folder, a free loopback port, a password of its
-# own. The clusters of the system are neither used nor touched. Needs say.sh.
+# A private PostgreSQL for as long as a script runs, with a fresh data folder, a free loopback port and a random
+# password. The system's clusters are not used. Needs say.sh.
 #
 #   server_start FOLDER [NAME=VALUE]...   starts a server below FOLDER, with settings
-#   server_stop                           stops it and removes its files; runs by itself when the script ends
+#   server_stop                           stops it and removes its files; called automatically when the script ends
 #
-# Sets SERVER_HOST, SERVER_PORT, SERVER_USER and SERVER_PASSWORD; the user is a superuser. A folder that cannot be
-# reached by the user that the server runs as is replaced by one below the system's temporary folder.
+# Sets SERVER_HOST, SERVER_PORT, SERVER_USER and SERVER_PASSWORD; the user is a superuser. If the user that
+# the server runs as cannot reach the folder, one below the system's temporary folder is used.
 
 SERVER_HOST=127.0.0.1
 SERVER_PORT=
@@ -68,7 +68,7 @@ server_clear_strays() {
     if [ ! -f "$folder/script" ] || [ "$(stat -c %U "$folder")" != "$(server_owner)" ]; then continue; fi
     script=$(cat "$folder/script" 2>/dev/null || true)
     if [ -n "$script" ] && ! kill -0 "$script" 2>/dev/null; then
-      say "removing a server that a former run left behind"
+      say "removing the server of an earlier run that was killed"
       server_remove "$folder"
     fi
   done
@@ -105,7 +105,7 @@ server_initialise() {
   rm -f "$secret"
 }
 
-# TimescaleDB where the server offers it: it has to be there from the start.
+# TimescaleDB, if the server offers it, has to be loaded at the start.
 server_timescale_settings() {
   local library
   library=$("$1/pg_config" --pkglibdir 2>/dev/null || true)
