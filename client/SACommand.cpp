@@ -149,8 +149,8 @@ SACommand& SACommand::operator<<(const SAChar* value) {
   return *this;
 }
 
-SACommand& SACommand::operator<<(const SAString& value) {
-  impl_->NextParameter().setAsString() = value;
+SACommand& SACommand::operator<<(SAString value) {
+  impl_->NextParameter().setAsString() = std::move(value);
   return *this;
 }
 

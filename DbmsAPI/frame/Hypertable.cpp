@@ -5,9 +5,9 @@
 
 namespace {
 
-constexpr std::size_t kStatementBuffer = 256;  // of the retention statements
-constexpr std::size_t kJobQueryBuffer = 1024;
-constexpr std::size_t kDaysBuffer = 64;
+constexpr std::size_t kMaxStatementSize = 256;  // of the retention statements
+constexpr std::size_t kMaxJobStatementSize = 1024;
+constexpr std::size_t kMaxDaysSize = 64;
 
 // The age in a table's retention policy, as JSON text, from the extension's internal catalog. {}: table.
 constexpr wchar_t kLegacyRetention[] =
@@ -55,10 +55,10 @@ void TirelScada::SetUpHypertable(SACommand& command, const wchar_t* table, const
 void TirelScada::SetRetentionPolicyLegacy(const wchar_t* table, int days) {
   SACommand command(connection.get());
   if (FetchFirst(command, Format(kLegacyRetention, table))) {
-    const std::wstring wanted = Bounded(kStatementBuffer, Format(L"\"{} days\"", days));
+    const std::wstring wanted = Bounded(kMaxStatementSize, Format(L"\"{} days\"", days));
     if (command.Field(1).asString() == wanted.c_str()) return;
-    Execute(command, Bounded(kStatementBuffer, Format(kRemoveLegacyRetention, table)));
-    if (days >= 1) Execute(command, Bounded(kStatementBuffer, AddRetentionStatement(table, days)));
+    Execute(command, Bounded(kMaxStatementSize, Format(kRemoveLegacyRetention, table)));
+    if (days >= 1) Execute(command, Bounded(kMaxStatementSize, AddRetentionStatement(table, days)));
   } else if (days >= 1) {
     Execute(command, AddRetentionStatement(table, days));
   }
@@ -66,11 +66,11 @@ void TirelScada::SetRetentionPolicyLegacy(const wchar_t* table, int days) {
 
 void TirelScada::SetRetentionPolicy(const wchar_t* table, int days) {
   SACommand command(connection.get());
-  if (FetchFirst(command, Bounded(kJobQueryBuffer, Format(kRetention, table)))) {
+  if (FetchFirst(command, Bounded(kMaxJobStatementSize, Format(kRetention, table)))) {
     const std::wstring stored = command.Field(1).asString().operator const SAChar*();
-    const std::wstring wanted = Bounded(kDaysBuffer, Format(L"{} days", days));
+    const std::wstring wanted = Bounded(kMaxDaysSize, Format(L"{} days", days));
     if (stored.find(wanted) != std::wstring::npos) return;
-    Execute(command, Bounded(kJobQueryBuffer, Format(kRemoveRetention, table)));
+    Execute(command, Bounded(kMaxJobStatementSize, Format(kRemoveRetention, table)));
   }
-  if (days > 0) Execute(command, Bounded(kJobQueryBuffer, Format(kAddRetention, table, days)));
+  if (days > 0) Execute(command, Bounded(kMaxJobStatementSize, Format(kAddRetention, table, days)));
 }

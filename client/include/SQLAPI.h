@@ -114,7 +114,7 @@ class SQLAPI_EXPORT SACommand {
   SACommand& operator<<(long long value);
   SACommand& operator<<(double value);
   SACommand& operator<<(const SAChar* value);
-  SACommand& operator<<(const SAString& value);
+  SACommand& operator<<(SAString value);
   SACommand& operator<<(const SANull& null);
   SACommand& operator<<(const char* value) = delete;  // would read as bool
 

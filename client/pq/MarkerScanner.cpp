@@ -68,8 +68,8 @@ class Scanner {
       ++at_;
     } else if (at_ < text_.size() && ContinuesName(text_[at_])) {
       at_ = IsDigit(text_[at_]) ? EndOf(IsDigit, at_) : EndOf(ContinuesName, at_);
-      const bool glued = colon > 0 && (ContinuesName(text_[colon - 1]) || text_[colon - 1] == '$');
-      return Marker{colon, at_ - colon, glued};
+      const bool needsBlank = colon > 0 && (ContinuesName(text_[colon - 1]) || text_[colon - 1] == '$');
+      return Marker{colon, at_ - colon, needsBlank};
     }
     return std::nullopt;
   }

@@ -10,7 +10,7 @@ namespace pq {
 struct Marker {
   std::size_t at;      // of the colon
   std::size_t length;  // with the colon
-  bool glued;          // follows a character that `$` would continue a name with
+  bool needsBlank;     // follows a character of a name, which `$` would continue
 };
 
 // The markers of a statement in UTF-8, in the order of their appearance; see Markers.h for what is none.

@@ -113,7 +113,9 @@ SACommand& SACommand::operator<<(long value) {
 SACommand& SACommand::operator<<(long long value) { return impl_->Next().setAsInt64() = value, *this; }
 SACommand& SACommand::operator<<(double value) { return impl_->Next().setAsDouble() = value, *this; }
 SACommand& SACommand::operator<<(const SAChar* value) { return impl_->Next().setAsString() = value, *this; }
-SACommand& SACommand::operator<<(const SAString& value) { return impl_->Next().setAsString() = value, *this; }
+SACommand& SACommand::operator<<(SAString value) {
+  return impl_->Next().setAsString() = std::move(value), *this;
+}
 SACommand& SACommand::operator<<(const SANull&) { return impl_->Next().setAsNull(), *this; }
 
 void SACommand::Execute() {
