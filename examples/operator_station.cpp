@@ -1,5 +1,5 @@
 // A small operator station: what a SCADA program does with the library, in the order a real start-up needs.
-// It uses operations of every family and prints what it finds.
+// It uses operations of every group and prints what it finds.
 //
 //   operator_station HOST PORT DATABASE USER PASSWORD
 
@@ -17,7 +17,7 @@ constexpr wchar_t kPump[] = L"PUMP.SPEED";
 constexpr wchar_t kTank[] = L"TANK.LEVEL";
 constexpr wchar_t kPage[] = L"shift_report";
 
-// Ends the program with the database's own words when a step has failed.
+// Ends the program with the database's message when a step has failed.
 void Check(bool done, const char* step, Dbms& dbms) {
   if (done) return;
   std::wcerr << step << L": " << dbms.GetLastError() << std::endl;
@@ -34,7 +34,7 @@ std::int64_t NowMs() {
   return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
 }
 
-// The system log comes first: it finds out about TimescaleDB, on which the tables after it depend.
+// The system log comes first: it detects TimescaleDB, which the later tables use.
 void CreateTables(Dbms& dbms) {
   Check(dbms.CreateSystemLogTable(kRetentionDays), "system log", dbms);
   Check(dbms.CreateLogTable(kRetentionDays), "tag history", dbms);

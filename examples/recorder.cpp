@@ -26,7 +26,7 @@ std::int64_t NowMs() {
   return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
 }
 
-// What the tags are at: values that every reader can compute again.
+// The values of the tags, which a reader can compute again.
 double ValueAt(int tag, std::int64_t timeMs) {
   return std::floor(std::sin(tag + static_cast<double>(timeMs) / 1e4) * 1000) / 10;
 }

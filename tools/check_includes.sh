@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
 # Checks the layout of the sources: check_includes.sh [ROOT]
 #
-# - Every include goes to the same layer's own group or to a layer below (docs/architecture.md).
+# - Every include goes to the same group or to a lower layer (docs/architecture.md).
 # - libpq's header is included below client/pq only; tests and benchmarks may.
 # - What depends on the operating system is in port/, historian/command/posix and windows, and the export headers only.
 # - {fmt} is included by DbmsAPI/frame/Format.h only.
 # - The library has one handler of SAException.
-# - historian/ is built on the interface alone: DbmsAPI's public headers, client/include and port/. Of port/ not what
-#   keeps state, which each library has its own copy of.
+# - historian/ includes only DbmsAPI's public headers, client/include and port/, except what keeps state in port/, of
+#   which each library has its own copy.
 # - No source file is longer than 300 lines.
 # - Every test has a time limit.
 set -euo pipefail
@@ -23,8 +23,8 @@ problem() {
   problems=$((problems + 1))
 }
 
-# Layer and group of a file, into $layer and $group: files of one group may include each other, others only what
-# is lower.
+# Sets $layer and $group of a file. Files of one group may include each other; other files may include only lower
+# layers.
 place() {
   case $1 in
     port/*) layer=1 group=port ;;
@@ -47,8 +47,8 @@ place() {
   esac
 }
 
-# The file that an include names, into $resolved, by the folders that the compiler looks in; nothing for a header
-# from outside.
+# Sets $resolved to the file that an include names, as the compiler finds it; empty for a header from outside the
+# project.
 resolve() {
   local from=$1 target=$2 folder
   for folder in "${from%/*}/" '' client/include/ client/ tests/ tests/unit/; do
@@ -71,7 +71,7 @@ is_public() {
   esac
 }
 
-# Libraries that historian and its program build on.
+# Whether a header is of a library that historian or its program uses.
 is_historians() { [[ $1 =~ ^(sqlite3\.h|httplib\.h|zlib\.h|(CLI|date|nlohmann)/.*)$ ]]; }
 
 is_standard_header() { [[ $1 =~ ^[a-z_0-9]+$ ]]; }

@@ -56,7 +56,7 @@ raise_alarms() {
          select time, tag_name, value, 'above its 99th percentile', 1, 0, 1, 0, time, cleared from changes where above"
 }
 
-# Records for a while, the server killed in the middle and started again.
+# Records for a while; meanwhile the server is killed and started again.
 record_through_a_crash() {
   local recorder
   (cd "$server_folder" && exec "$build/examples/recorder" "$PGHOST" "$PGPORT" "$PGDATABASE" "$PGUSER" "$PGPASSWORD" 12) &
@@ -107,7 +107,7 @@ step 'historian doctor: what is not as it should be in this store, and what to d
 historian doctor --quiet || true
 
 if [ -n "$keep" ]; then
-  # The server outlives this script: nothing here stops it any more.
+  # Keeps the server running after this script.
   trap - EXIT
   printf '\nServer and data are kept. To connect:\n\n  export PGHOST=%s PGPORT=%s PGUSER=%s PGPASSWORD=%s PGDATABASE=plant\n' \
     "$PGHOST" "$PGPORT" "$PGUSER" "$PGPASSWORD"

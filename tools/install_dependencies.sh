@@ -46,8 +46,8 @@ as_root() {
   fi
 }
 
-# The server's package starts a server on port 5432 when it is new to a system. Only its programs are wanted here,
-# so unless the system has been set up for PostgreSQL already, this is switched off for this one installation.
+# When it is first installed, the server's package starts a server on port 5432. Only its programs are needed here,
+# so this is switched off for this installation, unless the system has been set up for PostgreSQL already.
 forbid_main_cluster() {
   [ ! -e /etc/postgresql-common/createcluster.conf ] || return 0
   as_root mkdir -p "$(dirname "$no_main_cluster")"

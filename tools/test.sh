@@ -61,7 +61,7 @@ if [ ${#stages[@]} -eq 0 ]; then
   [ ${#selection[@]} -gt 0 ] || stages+=(timescale postgres asan tsan clang windows)
 fi
 
-# note STAGE PART SINCE [RESULT]: a line of the summary.
+# note STAGE PART SINCE [RESULT]: adds a line to the summary.
 note() {
   local line
   line=$(printf '%-10s %-10s %-12s %s' "$1" "$2" "$(elapsed_since "$3")" "${4:-}")
@@ -96,7 +96,7 @@ run_tests() {
   note "$stage" tests "$since" "$last_line"
 }
 
-# A bonus, as the checkout does not have the data: the demo on measurements of a plant.
+# Runs the demo on measurements of a plant if the data is there; it is not part of the checkout.
 run_plant_data() {
   local since=$SECONDS data=$root/../shared/data/transformer_hourly.csv
   if [ ! -f "$data" ]; then
@@ -107,7 +107,7 @@ run_plant_data() {
   note dev 'plant data' "$since" "the demo is right on $(basename "$data") too"
 }
 
-# Outside ctest: a server without the extension runs none of these tests, and none may count as passed.
+# Not part of ctest: on a server without the extension none of these tests runs, and none may count as passed.
 run_timescale() {
   local since=$SECONDS log=$root/build/timescale.test.log tests=$root/build/dev/tests/timescale/timescale_tests
   build_dev
@@ -134,7 +134,7 @@ run_postgres() {
   done
 }
 
-# The compiler's front end finds what it warns of: no code is generated.
+# Warnings come from the compiler's front end, so no code is generated.
 run_clang() {
   local folder=$root/build/clang since=$SECONDS
   say 'compiling with clang++'
@@ -185,7 +185,7 @@ run_stage() {
 
 "$here/install_dependencies.sh" test
 
-# The server holds nothing that would have to survive a power failure.
+# Nothing on this server has to survive a power failure.
 # TimescaleDB has a worker process for each database.
 server_start "$root/build" fsync=off synchronous_commit=off full_page_writes=off max_worker_processes=64
 export DBMSAPI_TEST_HOST=$SERVER_HOST DBMSAPI_TEST_PORT=$SERVER_PORT

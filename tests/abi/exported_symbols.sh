@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# Checks what the shared libraries export and by what names programs load them:
+# Checks the exported symbols of the shared libraries, and the names by which programs load them:
 #
 #   exported_symbols.sh LIBDBMSAPI LIBSQLAPI [LIBHISTORIAN] OBJDUMP
 #
-# OBJDUMP is the one for the system that the libraries are made for, where that is Windows.
+# For Windows, OBJDUMP is that of the cross compiler.
 set -euo pipefail
 objdump=${*: -1}
 historian_library=
@@ -16,7 +16,7 @@ exported_by_dll() {
     c++filt | sort -u
 }
 
-# Exported symbols, one a line; templates of the standard library, which are weak, aside.
+# Exported symbols, one per line, without templates of the standard library, which are weak.
 exported() {
   if [[ $1 == *.dll ]]; then
     exported_by_dll "$1"
@@ -26,7 +26,7 @@ exported() {
     sed -E 's/^[A-Za-z] //' | sort -u
 }
 
-# What is in the list and of none of the names given.
+# The symbols of the list that match none of the patterns given.
 stray() {
   grep -vE "^($2)" <<<"$1" || true
 }

@@ -27,7 +27,7 @@ clear_up() {
 }
 trap clear_up EXIT
 
-# quietly COMMAND...: shows what a command says only when it fails.
+# quietly COMMAND...: shows the output of a command only when it fails.
 quietly() {
   "$@" >"$work/log" 2>&1 || {
     cat "$work/log"
@@ -36,7 +36,7 @@ quietly() {
   }
 }
 
-# runs HOW OUTPUT PROGRAM...: the program says just that, on a fresh database.
+# runs HOW OUTPUT PROGRAM...: the program prints exactly OUTPUT, on a fresh database.
 runs() {
   local how=$1 wanted=$2 said
   shift 2
@@ -80,7 +80,7 @@ by_pkg_config() {
 
 by_cmake "$@"
 if [ -n "${CONSUMER_EMULATOR:-}" ]; then
-  # What has to lie beside a program there.
+  # The DLLs that a program needs beside it.
   cp "$prefix"/bin/*.dll "${CONSUMER_LIBPQ:?}"/*.dll "$work/by_cmake"
   runs cmake "$with_dbmsapi" "$CONSUMER_EMULATOR" "$work/by_cmake/consumer.exe"
   runs cmake "$with_historian" "$CONSUMER_EMULATOR" "$work/by_cmake/historian_consumer.exe"

@@ -33,7 +33,7 @@ int main(int argc, char** argv) {
   if (!dbms->GetLogData(1700000000, 1700000001, data)) return Fail("query", *dbms);
   if (data[L"PUMP"].size() != 1 || data[L"PUMP"][0].value != 21.5) return EXIT_FAILURE;
 
-  // The client layer is there for statements of the client's own.
+  // The client layer is available for other statements.
   SACommand command(dbms->GetConnection().get(), L"select count(*) from datalog");
   command.Execute();
   if (!command.FetchNext() || command.Field(1).asLong() != 1) return EXIT_FAILURE;

@@ -13,7 +13,7 @@ cmake --install "$build" --prefix "$work/here" >"$work/install.log" || {
   cat "$work/install.log"
   exit 1
 }
-# Installed trees are moved and packed: nothing in them may name the folder they were installed to.
+# Installed trees are moved and packaged, so nothing in them may contain the path they were installed to.
 if grep -rlF -e "$work/here" -e "$build" "$work/here/lib" --include='*.cmake' --include='*.pc'; then
   echo 'names the folder it was installed to or built in'
   exit 1

@@ -15,7 +15,7 @@ run 127.0.0.1 1 "$database" "$PGUSER" "$PGPASSWORD"
 expect_status 3
 [ "$(sqlite3 plant.spool 'select accepted, stored from spool')" = '1|0' ] || fail "the sample is not in the spool"
 
-# The sample of the first run is stored, that of the second is the same again.
+# The sample of the first run is stored; that of the second is a duplicate.
 case='the server is back'
 run "$PGHOST" "$PGPORT" "$database" "$PGUSER" "$PGPASSWORD"
 expect_status 0

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# The programs in the README are the examples that are built and run, character for character and in this order:
+# The programs in the README are exactly the examples that are built and run, in this order:
 # readme_program.sh README.md EXAMPLE.cpp...
 set -euo pipefail
 readme=$1

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# What record_machine writes, historian imports: record_machine.sh RECORD_MACHINE HISTORIAN
+# historian can import the file that record_machine writes: record_machine.sh RECORD_MACHINE HISTORIAN
 set -euo pipefail
 # shellcheck source=tests/examples/program.sh
 . "$(dirname "$0")/program.sh"

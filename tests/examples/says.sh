@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# A command succeeds and says some texts: says.sh TEXT... -- COMMAND [ARGUMENT]...
+# A command succeeds and prints the texts: says.sh TEXT... -- COMMAND [ARGUMENT]...
 set -euo pipefail
 texts=()
 while [ "$1" != -- ]; do

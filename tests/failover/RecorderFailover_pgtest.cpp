@@ -47,7 +47,7 @@ class RecorderFailover : public ::testing::Test {
     return options;
   }
 
-  // Records until `enough`; then every sample must be at the host, once.
+  // Records during `changes`. Afterwards every sample must be at the host, once.
   void RecordWhile(historian::Recorder& recorder, const std::function<void()>& changes) {
     std::atomic<bool> enough = false;
     std::atomic<std::int64_t> calls = 0;

@@ -1,15 +1,15 @@
 #!/usr/bin/env bash
-# Runs a command beside two private clusters, the second a synchronous streaming replica of the first, on two loopback
+# Runs a command with two private clusters, the second a synchronous streaming replica of the first, on two loopback
 # addresses with one port:
 #
 #   clusters.sh BUILD_FOLDER COMMAND [ARGUMENT]...
 #
-# The command finds them in DBMSAPI_PRIMARY_HOST, DBMSAPI_STANDBY_HOST and DBMSAPI_TEST_PORT, _USER, _PASSWORD. It asks
-# for what it wants done by making a file in DBMSAPI_REQUESTS, and finds a file of that name with .done appended when
-# it is done:
+# The command finds them in DBMSAPI_PRIMARY_HOST, DBMSAPI_STANDBY_HOST and DBMSAPI_TEST_PORT, _USER, _PASSWORD. To
+# request an action it creates a file in DBMSAPI_REQUESTS; a file of that name with .done appended appears when the
+# action is done:
 #
-#   stop-primary      stops the first cluster hard, as when its machine loses power
-#   promote-standby   makes the second one accept writes
+#   stop-primary      stops the first cluster immediately, as a power failure does
+#   promote-standby   promotes the second one
 #   fence-primary     makes the first one read-only, as an operator does before the second takes over
 #   return-primary    starts the stopped first one again, read-only
 set -euo pipefail
@@ -48,13 +48,13 @@ start_standby() {
   }
 }
 
-# From now on a commit on the first cluster waits for the second.
+# Makes commits on the first cluster wait for the second.
 make_synchronous() {
   server_as_owner tee -a "$server_folder/data/postgresql.conf" <<<"synchronous_standby_names = '*'" >/dev/null
   pg_ctl --pgdata "$server_folder/data" reload
 }
 
-# No transaction of the first cluster may write any more, nor waits for the second.
+# Makes the first cluster read-only; its commits no longer wait for the second.
 make_read_only() {
   printf '%s\n' "synchronous_standby_names = ''" 'default_transaction_read_only = on' |
     server_as_owner tee -a "$server_folder/data/postgresql.conf" >/dev/null
@@ -73,7 +73,7 @@ carry_out() {
   esac
 }
 
-# Carries out what is asked for until it is ended.
+# Carries out requests until it is killed.
 watch_requests() {
   local request
   trap - EXIT INT TERM HUP
@@ -86,7 +86,7 @@ watch_requests() {
   done
 }
 
-# Hard, for the first cluster would wait for a replica that is gone.
+# Immediately, since the first cluster would wait for a replica that is gone.
 stop_clusters() {
   [ -z "$watcher" ] || kill "$watcher" 2>/dev/null || true
   if [ -n "$server_folder" ]; then

@@ -20,7 +20,7 @@ class BackfillTest : public HistorianTest {
     return Backfill({dbms}, source, InBatches(samples, batch));
   }
 
-  // What InsertLogData makes of batches, in a table of its own.
+  // Stores batches by InsertLogData in a separate table.
   void InsertAside(const std::vector<std::vector<LogSample>>& batches) {
     Run("alter table datalog rename to loaded");
     ASSERT_TRUE(dbms->CreateLogTable(0));

@@ -30,7 +30,7 @@ std::string SqlStateOf(const std::function<void()>& body) {
   return "nothing thrown";
 }
 
-// What COPY text with ten digits and the server's parser make of a value.
+// A value after it was written with ten digits and parsed by the server.
 double ByLibrary(double value) {
   char text[64];
   const auto end = std::to_chars(text, text + sizeof text, value, std::chars_format::general, 10).ptr;

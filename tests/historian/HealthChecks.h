@@ -10,7 +10,7 @@
 
 namespace historian {
 
-// Looks at the store over a connection of its own each time, and follows the advice.
+// Checks the store over a new connection each time, and follows the advice.
 struct HealthChecks {
   std::function<std::shared_ptr<Dbms>()> connect;
   std::function<void(const std::string&)> run;  // a statement, as an administrator
@@ -44,7 +44,7 @@ struct HealthChecks {
     return finding;
   }
 
-  // The check has this to say, and is content once its advice was followed.
+  // The check reports this, and passes once its advice was followed.
   void ExpectCure(const std::string& check, Verdict verdict, const std::string& part) const {
     const Finding finding = Expect(check, verdict, part);
     CarryOut(finding.advice);

@@ -21,7 +21,7 @@ class HistorianTest : public DbmsTest {
     DbmsTest::TearDown();
   }
 
-  // The error that something must throw.
+  // The error that an action throws.
   static Error Failure(const std::function<void()>& body) {
     try {
       body();

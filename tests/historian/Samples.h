@@ -20,7 +20,7 @@ inline SampleReader InBatches(const std::vector<LogSample>& all, std::size_t siz
   };
 }
 
-// So many samples of so many tags, a second apart, cycle by cycle.
+// `cycles` samples of each of `tags` tags, a second apart, cycle by cycle.
 inline std::vector<LogSample> Cycles(std::int64_t startMs, int cycles, int tags) {
   std::vector<LogSample> samples;
   for (int cycle = 0; cycle < cycles; ++cycle) {

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Checks that what the documents name is there: tests, test files, source files.
+# Checks that the tests and files that the documents name exist.
 set -euo pipefail
 cd "$(dirname "$0")/../.."
 missing=0

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Every source file is formatted as .clang-format has it.
+# Checks that every source file is formatted by .clang-format.
 set -euo pipefail
 cd "$(dirname "$0")/../.."
 command -v clang-format >/dev/null || { echo 'needs clang-format'; exit 1; }

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Plants one violation after the other into a small sound tree and expects the check to name it:
+# Adds one violation after the other to a small valid tree, and expects the check to report each:
 # violations.sh CHECK_INCLUDES
 set -euo pipefail
 check=$1
@@ -34,7 +34,7 @@ fail() {
   failures=$((failures + 1))
 }
 
-# expect FILE LINE MESSAGE: with the line added to the file, the check fails and says so.
+# expect FILE LINE MESSAGE: with the line added to the file, the check fails with the message.
 expect() {
   local said status=0 kept=$tree/kept
   rm -f "$kept"

@@ -18,7 +18,7 @@ quietly() {
 }
 
 cd "$source"
-# What is tested is not the optimiser: without it the libraries build in half the time.
+# Without optimisation the libraries build in half the time.
 quietly cmake --preset package -B build/package.test -DCMAKE_BUILD_TYPE=
 quietly cmake --build build/package.test --parallel 2
 quietly cpack --config build/package.test/CPackConfig.cmake -B "$work/packages"
@@ -35,7 +35,7 @@ for package in "${program[0]}" "${runtime[0]}" "${development[0]}" "${historian[
 done
 [ ${#found[@]} -eq 5 ] || fail "made other packages: ${found[*]}"
 
-# depends PACKAGE NAME...: what a package depends on, versions aside.
+# depends PACKAGE NAME...: checks the dependencies of a package, without versions.
 depends() {
   local found wanted
   found=$(dpkg-deb --field "$1" Depends | sed 's/, /\n/g; s/ ([^)]*)//g' | sort | xargs)
@@ -61,20 +61,20 @@ extract() {
   for package in "${@:2}"; do dpkg-deb --extract "$package" "$1"; done
 }
 
-# Programs are run with the ones, and built with the others.
+# Programs run with the former, and are built with the latter.
 extract "$work/runtime" "${runtime[0]}" "${historian[0]}"
 if find "$work/runtime" -name '*.h' -o -name '*.so' -o -name '*.pc' -o -name '*.cmake' | grep .; then
   fail 'is not for running programs'
 fi
 
-# The program runs with the packages of the libraries, and brings its manual and its completion.
+# The program runs with the packages of the libraries, and its package has the manual and the completion.
 extract "$work/installed" "${runtime[0]}" "${historian[0]}" "${program[0]}"
 "$work/installed/usr/bin/historian" import "$source/examples/data/machine.csv" --dry-run --json >/dev/null
 for file in man/man1/historian.1 man/man1/historian-import.1 bash-completion/completions/historian; do
   [ -s "$work/installed/usr/share/$file" ] || fail "the program's package has no $file"
 done
 
-# The pair of DbmsAPI works without the other one.
+# DbmsAPI's packages work without historian's.
 # finds FOLDER [ARGUMENT]...: whether find_package finds DbmsAPI there.
 finds() {
   mkdir -p "$work/finds"

@@ -22,7 +22,7 @@ archives=(dbmsapi-*-win64.zip)
 cmake -E tar xf "${archives[0]}"
 prefix=$work/${archives[0]%.zip}
 
-# The C++ runtime is in it, libpq is not: every site has its own.
+# The zip has the C++ runtime but not libpq, which each site has already.
 found=$(cd "$prefix/bin" && printf '%s\n' * | sort | xargs)
 wanted='DbmsAPI.dll historian.dll libgcc_s_seh-1.dll libstdc++-6.dll libwinpthread-1.dll sqlapi.dll'
 [ "$found" = "$wanted" ] || {

@@ -50,7 +50,7 @@ class Server {
   void Answer(const std::wstring& statement, Rows rows);
   // The same, once. Several are used in their order, before Answer's rows.
   void AnswerOnce(const std::wstring& statement, Rows rows);
-  // Delivers `rows` rows of the answer, then fails.
+  // Delivers `count` of the rows, then fails.
   void FailAfterRows(const std::wstring& statement, Rows rows, std::size_t count);
   // Fails the k-th statement from now on, counting from 1; plain and native ones alike. A native one whose
   // failure has no text gets no result, as on a lost connection.

@@ -37,7 +37,7 @@ class Random {
     }
   }
 
-  // `count` characters of all Unicode planes, including quotes and control characters.
+  // `length` characters of all Unicode planes, including quotes and control characters.
   std::u32string Text(std::size_t length) {
     std::u32string text;
     while (text.size() < length) text += Character();

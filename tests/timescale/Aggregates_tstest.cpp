@@ -19,7 +19,7 @@ std::int64_t NowMs() {
   return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
 }
 
-// What a bucket must hold.
+// The expected contents of a bucket.
 struct Bucket {
   int count = 0;
   double sum = 0, min = INFINITY, max = -INFINITY;

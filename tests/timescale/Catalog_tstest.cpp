@@ -1,4 +1,4 @@
-// What the create operations leave in the extension's catalog.
+// The state of the extension's catalog after the create operations.
 
 #include "TimescaleTest.h"
 

@@ -24,7 +24,7 @@ class Chunks : public TimescaleTest {
     ASSERT_TRUE(dbms->CreateLogTable(0)) << dbms->GetLastError();
   }
 
-  // Samples of one tag at noon of each of the days 12 to 3 ago, so many a day.
+  // Samples of one tag at noon of each day from 12 to 3 days ago, `perDay` a day.
   static std::vector<LogSample> Days(int perDay, std::int64_t offsetMs = 0) {
     std::vector<LogSample> samples;
     for (std::int64_t day = 12; day >= 3; --day) {
@@ -99,7 +99,7 @@ TEST_F(Chunks, SamplesSentAgainIntoCompressedOnesAreStoredOnce) {
 TEST_F(Chunks, NewSamplesReachCompressedOnesUnlessAReleaseLosesThem) {
   ASSERT_TRUE(dbms->InsertLogData(Days(5))) << dbms->GetLastError();
   CompressAll();
-  // One batch with old and new samples mixed; the answer is true on every release.
+  // One batch with old and new samples; the result is true on every release.
   std::vector<LogSample> mixed = Days(5);
   for (const LogSample& sample : Days(15, 5000)) mixed.push_back(sample);
   EXPECT_TRUE(dbms->InsertLogData(mixed)) << dbms->GetLastError();
@@ -121,7 +121,7 @@ TEST_F(Chunks, APurgeDropsThem) {
   ASSERT_TRUE(dbms->InsertPageTimeList(L"Page", TodayMs(), {L"op"}));
 
   EXPECT_TRUE(dbms->PurgeTagValueTable(L"Page", 6)) << dbms->GetLastError();
-  // A chunk goes when all of it is old enough.
+  // A chunk is dropped when all of it is old enough.
   EXPECT_EQ(Value("select count(*) from page"), "7");
   EXPECT_EQ(Value("select count(*) from pr_timelist"), "1");
 }

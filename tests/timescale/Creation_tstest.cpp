@@ -25,7 +25,7 @@ TEST_F(Creation, EveryTableIsCreatedOnAFreshDatabase) {
   EXPECT_STREQ(dbms->GetLastError(), L"");
 }
 
-// The retention that a table is given the second time, and what its policy says then.
+// The retention that a table gets the second time, and the age in its policy afterwards.
 struct Change {
   int days;
   const char* age;
@@ -104,7 +104,7 @@ TEST_F(Creation, KeepsAnAggregatesPolicyWhoseAgeContainsTheNewOne) {
   ASSERT_EQ(Retention("datalog_1m"), "40 days");
   ASSERT_TRUE(dbms->CreateLogTable(0)) << dbms->GetLastError();
   EXPECT_EQ(Retention("datalog"), "none");
-  // "40 days" contains "0 days"; where policies are not found they stay for that.
+  // "40 days" contains "0 days", so the policy stays; so it does where policies are not found.
   EXPECT_EQ(Retention("datalog_1m"), "40 days");
   EXPECT_EQ(Retention("datalog_1h"), FindsPoliciesOfAggregates(release()) ? "none" : "365 days");
 }

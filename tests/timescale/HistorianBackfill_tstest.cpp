@@ -16,7 +16,7 @@ using historian::InBatches;
 constexpr std::int64_t kDayMs = 86'400'000;
 constexpr std::int64_t kStepMs = 1'800'000;
 
-// Samples of some tags every half hour, from so many days ago up to a later day.
+// Samples of some tags every half hour, from `from` days ago to `to` days ago.
 std::vector<LogSample> Days(int from, int to, const std::wstring& tag, int tags = 4,
                             std::int64_t offsetMs = 0) {
   using namespace std::chrono;
@@ -55,7 +55,7 @@ class BackfillTimescale : public TimescaleTest {
     Run("call refresh_continuous_aggregate('datalog_1h', null, null)");
   }
 
-  // datalog against what InsertLogData makes of the same batches.
+  // Compares datalog with what InsertLogData stores of the same batches.
   void ExpectSameAsInserted(const std::vector<std::vector<LogSample>>& batches) {
     Run("create table loaded as select * from datalog");
     Run("truncate datalog");
@@ -67,7 +67,7 @@ class BackfillTimescale : public TimescaleTest {
     EXPECT_EQ(Rows("(" + inserted + ") except (" + loaded + ") limit 5"), std::vector<std::string>());
   }
 
-  // The buckets of an aggregate, from an instant on, against those that the samples make.
+  // Compares the buckets of an aggregate, from an instant on, with those computed from the samples.
   void ExpectAggregate(const std::string& view, const std::string& width, const std::string& where = "true") {
     const std::string kept = "select bucket, tag_name, max_val, min_val, round(avg_val::numeric, 6) from " +
                              view + " where " + where;
@@ -83,7 +83,7 @@ class BackfillTimescale : public TimescaleTest {
     EXPECT_EQ(Rows("(" + made + ") except (" + kept + ") limit 5"), std::vector<std::string>());
   }
 
-  // Chunks by whether they are compressed with all that is in them.
+  // The chunks, and whether they are completely compressed.
   std::string ChunksCompressed(bool whole) {
     return Value(
         "select count(*) from timescaledb_information.chunks i join _timescaledb_catalog.chunk c on "
@@ -167,7 +167,7 @@ TEST_F(BackfillTimescale, LeavesAggregatesAloneWhoseSamplesAreGone) {
   ExpectAggregate("datalog_1h", "1 hour", left);
 }
 
-// The first source has brought raw samples back to where retention had dropped them.
+// The first source has loaded samples where retention had dropped them.
 TEST_F(BackfillTimescale, ASecondSourceLeavesThemAloneToo) {
   Insert(Days(20, 2, L"PUMP"));
   RefreshAll();

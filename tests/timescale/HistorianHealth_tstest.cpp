@@ -1,4 +1,4 @@
-// Checks of what only TimescaleDB has. Each is made to warn, and its advice followed.
+// Checks that need TimescaleDB. Each is made to warn, and its advice followed.
 
 #include "TimescaleTest.h"
 #include "historian/HealthChecks.h"
@@ -158,7 +158,7 @@ TEST_F(HistorianHealth, AggregatesAreToHoldWhatTheirPoliciesWillNotAdd) {
   checks.ExpectCure("refresh datalog_1h", Verdict::Warning, "misses samples from ");
   EXPECT_EQ(Value("select count(*) from datalog_1m"),
             Value("select count(*) from datalog where time < now() - interval '1 day'"));
-  // A late sample, and one in a gap of its own.
+  // A late sample, and one in a gap.
   Run("insert into datalog values (now() - interval '3 days 1 hour', 'late', 2), (now() - interval '40 days', 'A', 3)");
   checks.ExpectCure("refresh datalog_1m", Verdict::Warning, ", ");
   EXPECT_EQ(

@@ -19,7 +19,7 @@ class HistorianRecorder : public TimescaleTest {
     ASSERT_TRUE(dbms->CreateLogTable(0)) << dbms->GetLastError();
   }
 
-  // A sample a minute for two hours, so many days ago.
+  // A sample a minute for two hours, `daysAgo` days ago.
   static std::vector<LogSample> Samples(int daysAgo, const std::wstring& tag) {
     using namespace std::chrono;
     const std::int64_t now = duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
@@ -54,7 +54,7 @@ TEST_F(HistorianRecorder, LateSamplesAreInTheAggregatesOnceTheyAreStored) {
   EXPECT_EQ(Value("select sum(avg_val) from datalog_1h"), "119");  // 29.5 and 89.5
 }
 
-// Retention has dropped the samples of an old day; its aggregates are all there is, and stay.
+// Retention has dropped the samples of an old day. Its aggregates must stay.
 TEST_F(HistorianRecorder, AggregatesOfDroppedSamplesStay) {
   ASSERT_TRUE(dbms->InsertLogData(Samples(20, L"OLD"))) << dbms->GetLastError();
   ASSERT_TRUE(dbms->InsertLogData(Samples(2, L"OLD"))) << dbms->GetLastError();

@@ -39,7 +39,7 @@ class HistorianTrend : public TimescaleTest {
 
   std::int64_t Random(std::int64_t below) { return static_cast<std::int64_t>(random()) % below; }
 
-  // Samples about so far apart, with gaps and missing values.
+  // Samples about `step` apart, with gaps and missing values.
   void Store(std::int64_t begin, std::int64_t length, std::int64_t step) {
     std::vector<LogSample> samples;
     for (const wchar_t* tag : {L"A", L"it's B"}) {
@@ -73,7 +73,7 @@ class HistorianTrend : public TimescaleTest {
     }
   }
 
-  // A role of this database's own: roles are shared by all databases of a server.
+  // A role for this database: all databases of a server share their roles.
   std::string Reader() { return Value("select current_database() || '_reader'"); }
 
   // The table that an aggregate keeps its rows in.
@@ -162,7 +162,7 @@ TEST_F(HistorianTrend, DroppedSamplesAreShownByTheAggregates) {
   Run("select drop_chunks('datalog', " + Instant(kMidnight + kDay) + ")");
   ASSERT_EQ(Value("select count(*) from datalog where time < " + Instant(kMidnight + kDay)), "0");
 
-  // The same hours as before, over the place where the samples begin, too.
+  // The same hours as before, across the time of the first sample too.
   const auto after = ReadTrend(*dbms, {"A"}, from, to, 28);
   ASSERT_EQ(before.tags[0].buckets.size(), 8u);
   ASSERT_EQ(after.tags[0].buckets.size(), 8u);
@@ -177,7 +177,7 @@ TEST_F(HistorianTrend, DroppedSamplesAreShownByTheAggregates) {
   for (const auto& bucket : seconds.tags[0].buckets)
     historian::Reference::Expect(bucket, minutes.at(bucket.time.time_since_epoch().count()));
   EXPECT_FALSE(seconds.tags[0].raw);
-  // And where samples are, nothing has changed.
+  // Where there are samples, nothing has changed.
   Check(boundary.time_since_epoch().count(), kStart + kLength, 1000);
 }
 
@@ -224,7 +224,7 @@ TEST_F(HistorianTrend, TagsAreListedToTheHour) {
     EXPECT_LT(off(fields[2], tag.last), kHour) << tag.name;
     EXPECT_EQ(std::to_string(*tag.samples), fields[3]);
   }
-  // A tag that runs is exact at its end.
+  // A tag that is being recorded is exact at its end.
   EXPECT_EQ(
       std::to_string(listed[0].last.time_since_epoch().count()),
       Value("select floor(extract(epoch from max(time)) * 1000)::bigint from datalog where tag_name = 'A'"));

@@ -13,7 +13,7 @@ std::string Environment(const char* name) {
   return value ? value : "";
 }
 
-// What the server would install by itself.
+// The version that the server would install by default.
 std::string DefaultRelease() {
   const std::string host = Environment("DBMSAPI_TEST_HOST"), port = Environment("DBMSAPI_TEST_PORT"),
                     user = Environment("DBMSAPI_TEST_USER"), password = Environment("DBMSAPI_TEST_PASSWORD");

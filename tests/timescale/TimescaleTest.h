@@ -18,23 +18,23 @@ struct Release {
 // a server that does not offer the extension.
 std::string ReleaseUnderTest();
 
-// A fresh database with the extension in the release under test. Its background jobs are held, so that
-// nothing changes under a test.
+// A fresh database with the extension in the release under test. Its background jobs are stopped, so that
+// nothing changes during a test.
 class TimescaleTest : public ServerTest {
  protected:
   void SetUp() override;
 
   // An object whose process knows the extension: the system log has been created.
   std::shared_ptr<Dbms> NewDbms(DbmsType type = DbmsType::TirelScada);
-  // The same without that.
+  // The same without the system log.
   std::shared_ptr<Dbms> NewUntoldDbms(DbmsType type = DbmsType::TirelScada);
 
   static Release release();
 
-  // A failed operation must have said this.
+  // Expects that an operation failed with an error text that contains this one.
   static void ExpectFailure(bool result, Dbms& dbms, const std::wstring& text);
 
-  // Runs the body in a process of its own, in which the library has seen no extension yet, with a database of
+  // Runs the body in a separate process, in which the library has not seen the extension, with a database of
   // its own. Its failures are this test's.
   static void InFreshProcess(const std::function<void()>& body);
 

@@ -1,7 +1,7 @@
 // A server with TimescaleDB for the tests, out of PostgreSQL compiled to WebAssembly: bridge.mjs PACKAGE_FOLDER
 //
 // Listens on a free port of 127.0.0.1, writes its number to standard output and ends when standard input does. Accepts
-// every user and password, without encryption. Each database is an instance of its own, made from one image. The connections to a database
+// every user and password, without encryption. Each database is a separate instance, made from one image. The connections to a database
 // share the instance's only session: they take turns, and keep the turn while their transaction is open.
 
 import net from 'node:net'
@@ -74,7 +74,7 @@ class Database {
   }
   async run(bytes) { return Buffer.from(await (await this.#instance).execProtocolRaw(bytes)) }
 
-  // COPY by messages would end the instance: it reads the rows from a file.
+  // COPY by messages would crash the instance, so it reads the rows from a file.
   async copy(statement, rows) {
     const blob = new Blob(rows)
     try {
@@ -199,7 +199,7 @@ class Connection {
     if (stateIn(answer) === 'I') this.#database.release()
   }
 
-  // What the server does when a client is gone.
+  // Does what the server does when a client is gone.
   async leave() {
     if (!this.#database) return
     await this.#database.take(this)

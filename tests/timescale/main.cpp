@@ -5,7 +5,7 @@
 #include "DbmsAPI/Diagnostics.h"
 #include "TimescaleTest.h"
 
-// What ctest calls skipped.
+// The exit status that ctest counts as skipped.
 constexpr int kNotRun = 77;
 
 int main(int argc, char** argv) {

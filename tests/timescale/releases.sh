@@ -3,8 +3,8 @@
 #
 #   releases.sh TIMESCALE_TESTS [VERSION|all]
 #
-# Without a version the server's default one is tested. On a server that does not offer the extension nothing is run,
-# which the last line says; asking for a version is a failure there.
+# Without a version, the server's default is tested. On a server that does not offer the extension nothing runs, as the
+# last line says; naming a version is a failure there.
 set -euo pipefail
 tests=$1
 wanted=${2:-}

@@ -3,7 +3,7 @@
 #
 #   wasm.sh BUILD_FOLDER TIMESCALE_TESTS
 #
-# Two servers share the tests. The last line says how many passed, and which could not be run there.
+# Two servers share the tests. The last line counts the tests that passed and names those that cannot run there.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 # shellcheck source=tools/lib/say.sh
@@ -26,7 +26,7 @@ folder=$1/timescale-wasm tests=$2
 fetch_package "$folder" "$package" "$sha256" "TimescaleDB"
 filter=-$(IFS=: && echo "${needs_sessions[*]}")
 
-# run_shard INDEX: the bridge ends when its standard input does, however this script ends.
+# run_shard INDEX. The bridge ends when its standard input is closed, however this script ends.
 run_shard() {
   local port
   coproc bridge { exec node --expose-gc "$here/bridge.mjs" "$folder"; }

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# However the command of tools/server.sh ends, the server and its files are gone: private_server.sh SERVER_SH
+# tools/server.sh removes the server and its files however its command ends: private_server.sh SERVER_SH
 set -euo pipefail
 script=$1
 work=$(mktemp -d)
@@ -10,7 +10,7 @@ fail() {
   failures=$((failures + 1))
 }
 
-# Writes where the server listens and where its files are, then waits to be ended.
+# Writes the port and the folder of the server, then waits to be killed.
 cat >"$work/tell" <<'END'
 #!/usr/bin/env bash
 set -euo pipefail
@@ -54,7 +54,7 @@ for signal in INT=130 TERM=143 HUP=129; do
   expect_gone "after SIG${signal%=*}"
 done
 
-# Killed outright it can clear nothing up; the next one does.
+# When it is killed by SIGKILL, the next one cleans up.
 "$script" --set work_mem=5MB "$work/tell" "$work" wait &
 running=$!
 until [ -s "$work/told" ]; do sleep 0.05; done

@@ -29,7 +29,7 @@ server_programs() {
   fi
 }
 
-# The server refuses to run as root; the user postgres of its package takes that place.
+# The user that the server runs as. It refuses to run as root, so the package's user postgres is used then.
 server_owner() {
   if [ "$(id -u)" -eq 0 ]; then echo postgres; else id -un; fi
 }
@@ -74,8 +74,8 @@ server_clear_strays() {
   done
 }
 
-# Makes server_folder below the folder given, or in the system's temporary folder where the server's user cannot
-# reach that, as below the home of root.
+# Makes server_folder below the folder given, or in the system's temporary folder if the server's user cannot reach
+# that, as below root's home.
 server_make_folder() {
   local place
   for place in "$1" "${TMPDIR:-/tmp}"; do

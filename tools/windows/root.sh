@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Gathers what the libraries build on for Windows, for tests only: root.sh FOLDER
+# Collects the libraries that the project needs for Windows, for tests only: root.sh FOLDER
 #
 # FOLDER gets include/ (libpq, SQLite, {fmt}), lib/ (libpq's import library, SQLite) and bin/ (libpq and the libraries that
 # it loads). libpq comes from a package that carries PostgreSQL's programs for Windows. A site builds against the libpq that
@@ -31,7 +31,7 @@ fetch_package package "$package" "$sha256" "libpq for Windows"
 fetch_package sqlite "$sqlite_package" "$sqlite_sha256" "SQLite's source"
 cp sqlite/deps/sqlite3/sqlite3.h include
 
-# The headers of Debian's libpq-dev fit, but for the name of a 64-bit integer.
+# The headers of Debian's libpq-dev fit, except for the name of a 64-bit integer.
 postgresql=$(pg_config --includedir)
 cp "$postgresql/libpq-fe.h" "$postgresql/postgres_ext.h" include
 sed 's/^#define PG_INT64_TYPE .*/#define PG_INT64_TYPE long long int/' "$postgresql/pg_config_ext.h" >include/pg_config_ext.h

@@ -2,8 +2,8 @@
 # Runs a Windows program under Wine, without a display: wine.sh PROGRAM.exe [ARGUMENT]...
 #
 # DBMSAPI_WINEPREFIX names Wine's folder, build/wine by default; tools/test_windows.sh makes it. The program reads
-# nothing. What it says comes when it has ended, without carriage returns: Wine's services, which outlive it, would
-# keep a pipe open for ever, but not a file. SIGINT and SIGTERM are handed on; Wine makes Ctrl-C of the first.
+# nothing. Its output is shown when it has ended, without carriage returns: Wine's services, which outlive it, would
+# keep a pipe open, but not a file. SIGINT and SIGTERM are passed on; Wine turns the first into Ctrl-C.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 prefix=${DBMSAPI_WINEPREFIX:-$(dirname "$(dirname "$here")")/build/wine}
@@ -16,7 +16,7 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 signalled=
 
-# start WINEDEBUG PROGRAM.exe [ARGUMENT]...: leaves the exit status of the program in status.
+# start WINEDEBUG PROGRAM.exe [ARGUMENT]...: sets status to the exit status of the program.
 start() {
   env -u DISPLAY -u TZ WINEPREFIX="$prefix" WINEDEBUG="$1" WINEDLLOVERRIDES='mscoree,mshtml=' LC_ALL=C.UTF-8 \
     --default-signal=INT /usr/lib/wine/wine64 "${@:2}" <"/dev/null" >"$work/out" 2>"$work/err" &

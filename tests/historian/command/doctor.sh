@@ -17,7 +17,7 @@ expect_status 2
 expect_equal "$(json .verdict)" failed 'the verdict'
 expect_equal "$(json '[.findings[] | select(.check == "table datalog") | .verdict] | tostring')" '["failed"]' 'the finding'
 
-# The exit status is that of the worst finding: the test server itself fails some checks, as that of durability.
+# The exit status is that of the worst finding. The test server itself fails some checks, such as the one for durability.
 expect_worst() {
   expect_status "$(json '[.findings[].verdict | {ok: 0, warning: 1, failed: 2}[.]] | max')"
   expect_equal "$(json .verdict)" "$(json '["ok", "warning", "failed"][[.findings[].verdict | {ok: 0, warning: 1, failed: 2}[.]] | max]')" 'the verdict'

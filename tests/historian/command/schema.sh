@@ -8,7 +8,7 @@ document=$2
 fresh_database
 run init
 run import "$data/boiler.csv"
-# What TimescaleDB keeps as aggregates; here they are plain views of the same columns.
+# Plain views instead of TimescaleDB's aggregates, with the same columns.
 for view in '1m 1min' '1h 1h'; do
   read -r name width <<<"$view"
   sql "create view datalog_$name as select date_bin('$width', time, '2000-01-01') as bucket, tag_name, avg(value) as avg_val, max(value) as max_val, min(value) as min_val from datalog group by 1, 2"
@@ -19,7 +19,7 @@ sql "insert into datalog values ('2026-03-02 06:00Z', 'STOPPED', 1)
 ; insert into audit_table (time, ip_addr, user_id, message) values ('2026-03-02 07:00Z', '10.0.0.1', 'jo', 'set')
 ; insert into report_data_analog_hour select '2026-03-02 07:00Z', 'BOILER.TEMP', 1, 1, 1, 1, 1, 1, 1, now(), 1, now(), 1, 1, 1, now(), 1, now()"
 
-# columns TABLE: as the document lists them, "name type" a line.
+# columns TABLE: the columns that the document lists, lines of "name type".
 documented() {
   awk -v heading="### \`$1\`" '$0 == heading { inside = 1; next } /^#/ { inside = 0 }
     inside && /^\| `/ { split($0, cell, /[|` ]+/); print cell[2], cell[3] }' "$document"
@@ -37,7 +37,7 @@ done < <(sed -n 's/^### `\([a-z_0-9]*\)`$/\1/p' "$document")
 case=tables
 expect_equal "$tables" 6 'the number of tables'
 
-# Each query gives at least one row of a day with samples, with the columns that Grafana wants.
+# Each query returns at least one row for a day with samples, with the columns that Grafana needs.
 awk -v dir="$work" '/^```sql$/ { file = dir "/query" ++n ".sql"; next } /^```$/ { file = "" } file { print > file }' "$document"
 queries=0
 for file in "$work"/query*.sql; do

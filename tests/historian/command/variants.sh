@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# One recording in the disguises that files of measurements come in: each is to give the same samples, or to be refused
-# with the option that makes it do so: variants.sh PROGRAM
+# One recording in the variants of CSV that occur in practice. Each must give the same samples, or be refused with the
+# option that helps: variants.sh PROGRAM
 set -euo pipefail
 # shellcheck source=tests/historian/command/program.sh
 . "$(dirname "$0")/program.sh"
@@ -15,7 +15,7 @@ expected=$(stored)
 expect_equal "${expected%%|*}" 140 "the number of samples"
 refused=0 loaded=0
 
-# variant NAME FILE [OPTION]...: with the options it loads the same samples.
+# variant NAME FILE [OPTION]...: the file, with the options, has the same samples.
 variant() {
   case=$1
   local file=$2
@@ -27,7 +27,7 @@ variant() {
   loaded=$((loaded + 1))
 }
 
-# refused NAME FILE WORDS: nothing is stored, and the one line names what helps.
+# refused NAME FILE WORDS: nothing is stored, and the error message has the words.
 refused() {
   case="$1, as it is"
   sql 'truncate datalog'

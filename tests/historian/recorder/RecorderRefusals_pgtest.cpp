@@ -25,7 +25,7 @@ class RecorderRefusals : public RecorderTest {
     return names;
   }
 
-  // An object that works for an account without rights of its own, except those given.
+  // An object that uses an account without privileges, except those given.
   std::shared_ptr<Dbms> Restricted(const std::string& grants) {
     account_ = "recorder_" + Value("select current_database()");
     Run("create role " + account_ + " login password 'secret'");
@@ -120,7 +120,7 @@ TEST_F(RecorderRefusals, ThePermissionIsTakenAwayAndGivenBack) {
   Run("revoke insert on datalog from " + account_);
   ASSERT_TRUE(recorder.Record(Samples(100, 100)));
   EXPECT_TRUE(events.WaitFor(RecorderState::Refused, "42501"));
-  // Other kinds go on.
+  // Other kinds are not affected.
   ASSERT_TRUE(recorder.Record(std::vector<AlarmRecord>{AnAlarm(1)}));
   WaitUntil("select count(*) = 1 from alarm");
   // The spool learns of it a little later than the table shows it.

@@ -18,7 +18,7 @@ namespace historian {
 constexpr std::chrono::minutes kLongEnough{2};
 constexpr std::int64_t kFirstMs = 1700000000000;
 
-// Samples of one tag, a millisecond apart, each with a value of its own.
+// Samples of one tag, a millisecond apart, each with a different value.
 inline std::vector<LogSample> Samples(std::int64_t first, std::int64_t count,
                                       const std::wstring& tag = L"PUMP.SPEED") {
   std::vector<LogSample> samples;

@@ -176,7 +176,7 @@ TEST_F(SpoolTest, DropsTheOldestWhenItIsFullAndThatIsWanted) {
   EXPECT_GT(dropped, 0);
   ExpectCounts(spool, {50, 0, 0, 0, dropped}, waiting);
   EXPECT_EQ(Times(spool, spool.Next({}, kAll, kMost)).front(), dropped);
-  // What is on its way to the server is not dropped.
+  // What is being sent to the server is not dropped.
   EXPECT_EQ(spool.Append(Kind::Sample, {Samples(50, 1)}).admission, Spool::Admission::Full);
 }
 

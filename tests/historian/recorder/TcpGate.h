@@ -14,8 +14,8 @@
 
 namespace historian {
 
-// A proxy between a client and a server that passes bytes on until the test says otherwise. Stops at any
-// moment, whatever goes on.
+// A proxy between a client and a server that passes bytes on until the test says otherwise. It can be stopped
+// at any moment.
 class TcpGate {
  public:
   TcpGate(std::string host, int port);

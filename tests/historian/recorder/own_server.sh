@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Runs a command beside a private server that the command may stop, freeze and fill:
+# Runs a command with a private server that the command may stop, freeze and fill:
 #
 #   own_server.sh BUILD_DIRECTORY FULL_DISK_LIBRARY COMMAND [ARGUMENT]...
 #
@@ -32,7 +32,7 @@ pg_ctl() {
 
 start() { pg_ctl --log "$server_folder/server.log" --options "-p $SERVER_PORT" start; }
 
-# The first process goes first: it starts no other one any more.
+# The postmaster first, so that it starts no further process.
 signal_server() {
   local first
   first=$(head -n 1 "$server_folder/data/postmaster.pid")
@@ -53,7 +53,7 @@ carry_out() {
   esac
 }
 
-# Carries out what is asked for until it is ended.
+# Carries out requests until it is killed.
 watch_requests() {
   local request
   trap - EXIT INT TERM HUP

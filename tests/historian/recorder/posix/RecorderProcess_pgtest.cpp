@@ -39,7 +39,7 @@ class RecorderProcess : public RecorderTest {
     std::set<std::int64_t> begun, accepted;
   };
 
-  // Runs a recorder in a process of its own and kills it a while after its first word.
+  // Runs a recorder in a separate process and kills it a while after its first output.
   void RunAndKill(std::int64_t number, std::chrono::microseconds after, Said& said) {
     int ends[2];
     ASSERT_EQ(::pipe(ends), 0);

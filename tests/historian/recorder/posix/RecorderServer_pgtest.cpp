@@ -1,4 +1,4 @@
-// The server itself: stopped hard, frozen, its disk full. Each test has a server of its own, run by
+// The server is stopped immediately, frozen, or its disk is full. Each test has its own server, run by
 // own_server.sh.
 
 #include <atomic>
@@ -87,7 +87,7 @@ TEST_F(RecorderServer, IsFrozen) {
   EXPECT_EQ(recorder.Report().stored, 11000);
 }
 
-// With the limit that a recorder has unless it is told otherwise: nothing happens for a minute.
+// With a recorder's default limit: nothing happens for a minute.
 TEST_F(RecorderServer, IsFrozenForAMinute) {
   RecorderOptions options = Options();
   Recorder recorder(NewDbms(), options);
