@@ -176,7 +176,7 @@ class Import {
     std::string stored = FormatCount(outcome.stored) + " samples";
     if (outcome.duplicates != 0) stored += ", " + FormatCount(outcome.duplicates) + " were stored already";
     if (outcome.loaded_before != 0)
-      stored += ", " + FormatCount(outcome.loaded_before) + " by the import that this one goes on from";
+      stored += ", " + FormatCount(outcome.loaded_before) + " by the import that this one continues";
     terminal_.Fact("stored", stored + ", in " + FormatDuration(outcome.seconds) + " (" +
                                  FormatCount(static_cast<std::uint64_t>(rate)) + "/s)");
     if (!outcome.differing) return;

@@ -51,7 +51,7 @@ void ReportInterruption(const Plan& plan, const BackfillReport& report) {
   throw Interrupted("interrupted: " + Count(static_cast<std::uint64_t>(report.counts.samples), "sample") +
                     " of " + FormatCount(plan.samples) + " were loaded" +
                     (report.batchesBefore == 0 ? "" : " after those of an earlier run") +
-                    "; the same command goes on from there");
+                    "; the same command continues there");
 }
 
 }  // namespace

@@ -9,7 +9,7 @@ namespace {
 // Operations that behave differently when a statement fails. Their own tests cover that.
 bool HasItsOwnRule(int number) {
   return number == 5       // rolls back
-         || number == 42   // goes on after a drop that failed
+         || number == 42   // continues after a drop that failed
          || number == 65;  // sends nothing
 }
 

@@ -111,7 +111,7 @@ std::string_view CsvReader::Unquote(std::size_t& at, std::size_t end, std::size_
   if (!closed) {
     problem_ = {"the quote that opens the cell is never closed", column};
   } else if (at < end && buffer_[at] != delimiter_) {
-    problem_ = {"the cell goes on after its closing quote", column};
+    problem_ = {"the cell continues after its closing quote", column};
     at = std::min(std::string_view(buffer_).substr(0, end).find(delimiter_, at), end);
   }
   return {buffer_.data() + first, to - first};

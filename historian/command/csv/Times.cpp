@@ -71,7 +71,8 @@ const char* ReadPattern(const std::string& pattern, std::string_view text, Writt
   std::string zone;
   if (!date::from_stream(in, pattern.c_str(), local, &zone, &offset))
     return "is not a time of the format given";
-  if (in.peek() != std::istringstream::traits_type::eof()) return "goes on after a time of the format given";
+  if (in.peek() != std::istringstream::traits_type::eof())
+    return "continues after a time in the format given";
   written.local = std::chrono::local_time<microseconds>(local.time_since_epoch());
   if (pattern.find("%z") != pattern.npos || pattern.find("%Ez") != pattern.npos) written.offset = offset;
   return nullptr;

@@ -65,7 +65,7 @@ TEST(CsvReader, LeavesOutBlankLinesRowsOfEmptyCellsAndComments) {
 
 TEST(CsvReader, ReportsACellThatGoesOnAfterItsQuote) {
   const Reading reading = Read("1,\"2\"x,3\n4,5,6\n");
-  EXPECT_EQ(reading.problems, std::vector<std::string>{"1 the cell goes on after its closing quote"});
+  EXPECT_EQ(reading.problems, std::vector<std::string>{"1 the cell continues after its closing quote"});
   EXPECT_EQ(reading.rows.size(), 2u);
 }
 

@@ -73,7 +73,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Case{"epoch", "noon", "is not a time in epoch seconds or milliseconds"},
                     Case{"epoch", "1795293605.", "is not a time in epoch seconds or milliseconds"},
                     Case{"%d%m%Y %H%M", "2026", "is not a time of the format given"},
-                    Case{"%d%m%Y", "21112026 2040", "goes on after a time of the format given"}));
+                    Case{"%d%m%Y", "21112026 2040", "continues after a time in the format given"}));
 
 TEST(Times, AreCutToMillisecondsWhereAskedFor) {
   EXPECT_EQ(Read("iso", "2026-11-21 20:40:05.123999", "UTC", true), "2026-11-21T20:40:05.123Z");

@@ -123,7 +123,7 @@ wait $import || status=$?
 wait $locker
 err=$(cat "$work/err")
 expect_status 130
-expect_equal "$err" 'historian: interrupted: 100,002 samples of 360,000 were loaded; the same command goes on from there' 'what it said'
+expect_equal "$err" 'historian: interrupted: 100,002 samples of 360,000 were loaded; the same command continues there' 'what it said'
 expect_equal "$(sql 'select count(*) from datalog')" 100002 'the number of samples'
 run import "$work/large.csv" --verify --json
 expect_status 0

@@ -53,7 +53,7 @@ class BackfillKilledTest : public HistorianTest, public testing::WithParamInterf
     kill(child, SIGKILL);
     int status = 0;
     ASSERT_EQ(waitpid(child, &status, 0), child);
-    ASSERT_TRUE(WIFSIGNALED(status)) << "the program ended by itself";
+    ASSERT_TRUE(WIFSIGNALED(status)) << "the program ended before it was killed";
   }
 };
 
