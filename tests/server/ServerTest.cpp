@@ -81,7 +81,7 @@ void ServerTest::SetUp() {
   }
   maintenance_ = Open(kMaintenanceDatabase);
   const std::string name = NewDatabaseName();
-  Execute(maintenance_.get(), "create database " + name + " template template0 encoding 'UTF8'");
+  Execute(maintenance_.get(), "create database " + name + " template template0 " + DatabaseOptions());
   database_ = name;
   channel_ = Open(database_);
 }

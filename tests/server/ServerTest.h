@@ -22,6 +22,9 @@ class ServerTest : public ::testing::Test {
   void SetUp() override;
   void TearDown() override;
 
+  // How the test's database is created.
+  virtual std::string DatabaseOptions() const { return "encoding 'UTF8'"; }
+
   // Where the test's database is.
   std::wstring Host() const;
   int Port() const;
