@@ -39,6 +39,7 @@ run() {
   "${program[@]}" "$@" >"$work/out" 2>"$work/err" || status=$?
   out=$(cat "$work/out")
   err=$(cat "$work/err")
+  if grep -qF -- "$PGPASSWORD" "$work/out" "$work/err"; then fail 'the output holds the password'; fi
 }
 
 expect_status() { [ "$status" -eq "$1" ] || fail "exit status $status, expected $1; it said: $err"; }

@@ -11,7 +11,8 @@
 #
 #   tools/test.sh [--timescale VERSION|all] [--postgres VERSION,...|all] [-R REGEX] [STAGE]...
 #
-# and prints how long each part took. -R runs only tests with matching names, of dev unless stages are named.
+# and prints how long each part took. A password of a test server in any output is a failure. -R runs only tests with
+# matching names, of dev unless stages are named.
 # --timescale also tests against that release of TimescaleDB, which the server has to offer. --postgres names the
 # versions of the stage postgres and has it run the tests of faults as well; without it they are 14 and 18, without
 # those. Without a STAGE all run.
@@ -180,6 +181,7 @@ run_stage() {
     clang) run_clang ;;
     windows) run_windows ;;
   esac
+  refuse_passwords "$root/build"
   note "$1" 'in all' "$since"
 }
 

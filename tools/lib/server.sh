@@ -8,6 +8,9 @@
 # Sets SERVER_HOST, SERVER_PORT, SERVER_USER and SERVER_PASSWORD; the user is a superuser. If the user that
 # the server runs as cannot reach the folder, one below the system's temporary folder is used.
 
+# shellcheck source=tools/lib/passwords.sh
+. "$(dirname "${BASH_SOURCE[0]}")/passwords.sh"
+
 SERVER_HOST=127.0.0.1
 SERVER_PORT=
 SERVER_USER=dbmsapi
@@ -94,7 +97,7 @@ server_make_folder() {
 
 server_initialise() {
   local programs=$1 secret=$server_folder/secret
-  SERVER_PASSWORD=$(od -An -N16 -tx1 /dev/urandom | tr -d ' \n')
+  SERVER_PASSWORD=$(new_password)
   (umask 077 && printf '%s\n' "$SERVER_PASSWORD" >"$secret")
   chown "$(server_owner)" "$secret"
   server_as_owner "$programs/initdb" --pgdata "$server_folder/data" --username "$SERVER_USER" --pwfile "$secret" \
