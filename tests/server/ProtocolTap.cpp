@@ -1,22 +1,11 @@
 #include "server/ProtocolTap.h"
 
-#include <cstdint>
 #include <stdexcept>
 
 namespace {
 
-constexpr char kPassword = 'p';  // the letter of all messages of signing in
-constexpr std::size_t kLengthBytes = 4;
+constexpr char kPassword = 'p';        // the letter of all messages of signing in
 constexpr int kUnixSocketPort = 5432;  // a part of the name only
-
-// The length field of a message, which counts its own bytes too.
-std::size_t LengthAt(const std::string& bytes, std::size_t at) {
-  std::uint32_t length = 0;
-  for (std::size_t i = 0; i < kLengthBytes; ++i) {
-    length = length << 8 | static_cast<unsigned char>(bytes[at + i]);
-  }
-  return length;
-}
 
 }  // namespace
 
@@ -56,8 +45,6 @@ void ProtocolTap::Serve() {
   while (platform::WaitForAny({&stopping_, &listener_}) != 0) {
     const platform::Socket client = listener_.Accept();
     const platform::Socket server = platform::Socket::To(host_, serverPort_);
-    unread_.clear();
-    started_ = false;
     if (server) Carry(client, server);
   }
 }
@@ -65,28 +52,24 @@ void ProtocolTap::Serve() {
 // Runs until one of the two sides closes.
 void ProtocolTap::Carry(const platform::Socket& client, const platform::Socket& server) {
   char buffer[16384];
+  ProtocolMessages messages(ProtocolMessages::From::Client);
   while (const std::size_t ready = platform::WaitForAny({&stopping_, &client, &server})) {
     const bool fromClient = ready == 1;
     const std::size_t count = (fromClient ? client : server).Receive(buffer, sizeof buffer);
     if (count == 0) return;
     // Before it is passed on, so that whoever has the answer finds the message recorded.
-    if (fromClient) Note(buffer, count);
+    if (fromClient) {
+      messages.Add(buffer, count);
+      Note(messages);
+    }
     if (!(fromClient ? server : client).SendAll(buffer, count, stopping_)) return;
   }
 }
 
-void ProtocolTap::Note(const char* bytes, std::size_t count) {
-  unread_.append(bytes, count);
-  for (;;) {
-    const std::size_t letters = started_ ? 1 : 0;
-    if (unread_.size() < letters + kLengthBytes) return;
-    const std::size_t whole = letters + LengthAt(unread_, letters);
-    if (unread_.size() < whole) return;
-    if (started_ && unread_[0] != kPassword) {
-      std::lock_guard lock(mutex_);
-      kinds_ += unread_[0];
-    }
-    started_ = true;
-    unread_.erase(0, whole);
+void ProtocolTap::Note(ProtocolMessages& messages) {
+  while (const auto message = messages.Next()) {
+    if (message->letter == '\0' || message->letter == kPassword) continue;
+    std::lock_guard lock(mutex_);
+    kinds_ += message->letter;
   }
 }

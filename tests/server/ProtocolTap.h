@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "platform/Socket.h"
+#include "server/ProtocolMessages.h"
 
 // A proxy between a client and the server that records the types of the client's messages. One connection
 // at a time, unencrypted: connect with sslmode=disable and gssencmode=disable.
@@ -29,7 +30,7 @@ class ProtocolTap {
  private:
   void Serve();
   void Carry(const platform::Socket& client, const platform::Socket& server);
-  void Note(const char* bytes, std::size_t count);
+  void Note(ProtocolMessages& messages);
 
   std::string host_;
   int serverPort_;
@@ -37,8 +38,6 @@ class ProtocolTap {
   platform::Socket listener_;
   platform::Socket stop_, stopping_;  // two ends of one line: closing the first stops the tap
 
-  std::string unread_;    // the beginning of a message whose end has not come yet
-  bool started_ = false;  // the startup message, which has no letter, has been seen
   std::mutex mutex_;
   std::string kinds_;
   std::thread thread_;

@@ -1,0 +1,71 @@
+// The server ends the connection's process, as an administrator or the server's own need for memory does.
+
+#include <future>
+
+#include "chaos/ChaosTest.h"
+
+namespace {
+
+using Point = StatementGate::Point;
+
+constexpr wchar_t kTerminated[] = L"terminating connection due to administrator command";
+constexpr wchar_t kClosed[] = L"server closed the connection unexpectedly";
+
+class KilledBackend : public ChaosTest {
+ protected:
+  const StatementGate::Fault kill = [this](int backend) {
+    EXPECT_EQ(Value("select pg_terminate_backend(" + std::to_string(backend) + ")"), "t");
+    return StatementGate::Then::Relay;
+  };
+
+  void KillOthers() {
+    const std::string others(kOtherBackends);
+    Run("select pg_terminate_backend(pid) from " + others + " as others");
+    WaitUntil("select not exists " + others);
+  }
+};
+
+// Of the two messages that libpq gets, PQexec returns the last. There is only one where the server has read
+// but a half of a statement.
+const Texts kLost = {kTerminated, kClosed};
+
+TEST_P(KilledBackend, BeforeEachStatement) { AtEachStatement(Point::Before, kill, kLost); }
+
+TEST_P(KilledBackend, InTheMiddleOfEachStatement) { AtEachStatement(Point::Inside, kill, kLost); }
+
+TEST_P(KilledBackend, AfterEachStatement) { AtEachStatement(Point::After, kill, kLost); }
+
+TEST_P(KilledBackend, WhileItWaitsForALock) {
+  for (const Operation& operation : Operations()) {
+    SCOPED_TRACE(operation.name);
+    const auto dbms = Begin(operation);
+    const std::string isWaiting = Hold(operation);
+    auto called = std::async(std::launch::async, [&] { return operation.call(*dbms); });
+    WaitUntil(isWaiting);
+    KillOthers();
+    EXPECT_FALSE(called.get());
+    EXPECT_TRUE(Says(*dbms, kLost));
+    Run("rollback");
+    EXPECT_EQ(Held(operation), operation.holds.front());
+    ExpectItGoesOn(*dbms, operation);
+  }
+}
+
+TEST_P(KilledBackend, BetweenOperations) {
+  for (const Operation& operation : Operations()) {
+    SCOPED_TRACE(operation.name);
+    const auto dbms = Begin(operation);
+    gate->At(0, Point::Before, {});
+    EXPECT_TRUE(operation.call(*dbms)) << LastMessage(*dbms);
+    EXPECT_EQ(gate->Statements(), operation.Statements());
+    KillOthers();
+    EXPECT_EQ(operation.call(*dbms), operation.probes);
+    EXPECT_TRUE(Says(*dbms, kLost));
+    EXPECT_EQ(Held(operation), operation.holds.back());
+    ExpectItGoesOn(*dbms, operation);
+  }
+}
+
+INSTANTIATE_WITH_EACH_FAMILY(KilledBackend);
+
+}  // namespace

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "chaos/Families.h"
+#include "server/DbmsTest.h"
+
+// What all tests of operations under a fault need.
+class OperationsTest : public DbmsTest {
+ protected:
+  void SetUp() override;
+  void TearDown() override;
+
+  int Held(const Operation& operation) { return std::stoi(Value(operation.held)); }
+
+  // Calls the operation again after a fault: what it makes of what the database holds.
+  void ExpectItGoesOn(Dbms& dbms, const Operation& operation);
+};
+
+// Executes a statement of the client's own.
+void Execute(Dbms& dbms, const wchar_t* statement);
+
+// The message of the last failure, to be shown.
+std::string LastMessage(Dbms& dbms);
+
+// Whether it holds one of some texts.
+using Texts = std::vector<std::wstring>;
+testing::AssertionResult Says(Dbms& dbms, const Texts& texts);
+
+inline std::string NameOfFamily(const testing::TestParamInfo<Family>& family) { return family.param.name; }
+
+// Runs the tests of a suite with each family.
+#define INSTANTIATE_WITH_EACH_FAMILY(suite) \
+  INSTANTIATE_TEST_SUITE_P(, suite, testing::ValuesIn(Families()), NameOfFamily)

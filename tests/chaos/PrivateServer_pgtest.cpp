@@ -1,0 +1,170 @@
+// The whole server fails. Each test has one of its own: private_server.sh.
+
+#include <SQLAPI.h>
+
+#include <cstdlib>
+#include <future>
+
+#include "chaos/OperationsTest.h"
+
+namespace {
+
+// An operation, and an object that calls it.
+struct Client {
+  const Operation* operation;
+  std::shared_ptr<Dbms> dbms;
+  bool Call() const { return operation->call(*dbms); }
+};
+
+class PrivateServer : public OperationsTest {
+ protected:
+  void SetUp() override {
+    ASSERT_NO_FATAL_FAILURE(OperationsTest::SetUp());
+    const auto dbms = NewDbms(DbmsType::PostgreSQL);
+    for (const Family& family : Families()) {
+      ASSERT_TRUE(family.create(*dbms)) << family.name << ": " << LastMessage(*dbms);
+      for (const Operation& operation : family.operations) {
+        if (!operation.IsRead()) Run(operation.prepare);
+        clients.push_back({&operation, NewDbms(DbmsType::PostgreSQL)});
+      }
+    }
+  }
+
+  // Brings the server into a state.
+  static void Control(const std::string& state) {
+    const char* const program = std::getenv("DBMSAPI_SERVER_CONTROL");
+    ASSERT_NE(program, nullptr) << "needs private_server.sh";
+    ASSERT_EQ(std::system((program + (" " + state)).c_str()), 0) << state;
+  }
+
+  void ForEachClient(const std::function<void(Client&)>& test) {
+    for (Client& client : clients) {
+      SCOPED_TRACE(client.operation->name);
+      test(client);
+    }
+  }
+  void ConnectAll() {
+    ForEachClient([](Client& client) { ASSERT_TRUE(client.dbms->Connect()) << LastMessage(*client.dbms); });
+  }
+  // Each write is confirmed by true.
+  void WriteAll() {
+    ForEachClient([&](Client& client) {
+      if (client.operation->IsRead()) return;
+      EXPECT_TRUE(client.Call()) << LastMessage(*client.dbms);
+      ExpectHeld(client, true);
+    });
+  }
+  // All of a write, or nothing.
+  void ExpectHeld(const Client& client, bool whole) {
+    if (client.operation->IsRead()) return;
+    EXPECT_EQ(Held(*client.operation),
+              whole ? client.operation->holds.back() : client.operation->holds.front());
+  }
+  // Reads come last: what they prepare takes away what the writes have stored.
+  void ExpectAllGoOn() {
+    ForEachClient([&](Client& client) {
+      if (!client.operation->IsRead()) ExpectItGoesOn(*client.dbms, *client.operation);
+    });
+    ForEachClient([&](Client& client) {
+      if (!client.operation->IsRead()) return;
+      Run(client.operation->prepare);
+      ExpectItGoesOn(*client.dbms, *client.operation);
+    });
+  }
+  void ExpectAllFail(const Texts& causes) {
+    ForEachClient([&](Client& client) {
+      EXPECT_FALSE(client.Call());
+      EXPECT_TRUE(Says(*client.dbms, causes));
+    });
+  }
+
+  std::vector<Client> clients;
+};
+
+TEST_F(PrivateServer, StopsHard) {
+  ConnectAll();
+  WriteAll();
+  Control("stop");
+  ForEachClient([](Client& client) {
+    const bool asksTwice = client.operation->probes;
+    EXPECT_FALSE(client.Call());
+    EXPECT_TRUE(Says(*client.dbms, {asksTwice ? L"10061" : L"server closed the connection unexpectedly"}));
+  });
+  ExpectAllFail({L"10061"});
+  Control("start");
+  Reconnect();
+  ForEachClient([&](Client& client) { ExpectHeld(client, true); });
+  ExpectAllGoOn();
+}
+
+TEST_F(PrivateServer, Restarts) {
+  ConnectAll();
+  WriteAll();
+  Control("restart");
+  Reconnect();
+  ForEachClient([&](Client& client) {
+    EXPECT_EQ(client.Call(), client.operation->probes);
+    EXPECT_TRUE(Says(*client.dbms, {L"terminating connection due to administrator command"}));
+    ExpectHeld(client, true);
+  });
+  ExpectAllGoOn();
+}
+
+TEST_F(PrivateServer, IsFrozen) {
+  ConnectAll();
+  Control("freeze");
+  const std::wstring limited = L"dbname=" + Database() + L" connect_timeout=2";
+  const auto late = Dbms::GetDbms(DbmsType::PostgreSQL, Host().c_str(), Port(), limited.c_str(),
+                                  User().c_str(), Password().c_str());
+  EXPECT_FALSE(late->Connect());
+  EXPECT_TRUE(Says(*late, {L"timeout expired"}));
+  std::vector<std::future<bool>> calls;
+  ForEachClient([&](Client& client) {
+    if (client.operation->IsRead()) return;
+    calls.push_back(std::async(std::launch::async, [&client] { return client.Call(); }));
+  });
+  for (auto& call : calls) EXPECT_EQ(call.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
+  Control("thaw");
+  for (auto& call : calls) EXPECT_TRUE(call.get());
+  EXPECT_TRUE(late->Connect()) << LastMessage(*late);
+  ForEachClient([&](Client& client) { ExpectHeld(client, true); });
+  ExpectAllGoOn();
+}
+
+TEST_F(PrivateServer, StartsUp) {
+  Control("stop");
+  Control("start-up");
+  for (const Client& client : clients) {
+    client.dbms->hostSelector = [](const wchar_t* host) {
+      ADD_FAILURE() << "the server is there";
+      return host;
+    };
+  }
+  ExpectAllFail({L"the database system is starting up"});
+  Control("finish-start-up");
+  Reconnect();
+  ForEachClient([&](Client& client) { ExpectHeld(client, false); });
+  ExpectAllGoOn();
+}
+
+TEST_F(PrivateServer, ShutsDown) {
+  Control("shut-down");  // the test's own connections keep it from ending
+  ExpectAllFail({L"the database system is shutting down"});
+  Control("stop");
+  Control("start");
+  Reconnect();
+  ForEachClient([&](Client& client) { ExpectHeld(client, false); });
+  ExpectAllGoOn();
+}
+
+TEST_F(PrivateServer, HasTooManyClients) {
+  std::vector<std::shared_ptr<Dbms>> others = {NewDbms()};
+  while (others.back()->Connect()) others.push_back(NewDbms());
+  ExpectAllFail({L"sorry, too many clients already"});
+  others.clear();
+  WaitUntil("select not exists " + std::string(kOtherBackends));
+  ForEachClient([&](Client& client) { ExpectHeld(client, false); });
+  ExpectAllGoOn();
+}
+
+}  // namespace

@@ -1,0 +1,73 @@
+#pragma once
+
+#include <functional>
+#include <mutex>
+#include <string>
+#include <thread>
+
+#include "platform/Socket.h"
+#include "server/ProtocolMessages.h"
+
+// A proxy between a client and the server that counts the client's statements and lets a fault happen at one
+// of them. What the client sends until it waits for an answer counts as one: a query, a prepared statement's
+// preparation or execution, the data of a COPY. One connection at a time, unencrypted.
+class StatementGate {
+ public:
+  enum class Point {
+    Before,  // the server has seen nothing of the statement
+    Inside,  // the server has executed it without committing, or has seen a half of it
+    After    // the server has executed it, its answer is held back
+  };
+  // How it goes on after the fault: the client gets what the server still has to send until it closes the
+  // connection, or the link is closed at both ends at once. An answer held back is lost either way.
+  enum class Then { Relay, Close };
+  // Called on the gate's thread with the process id of the server's end.
+  using Fault = std::function<Then(int backend)>;
+
+  // Host and port are the server's. Until Open, the gate's own port refuses connections.
+  StatementGate(std::string host, int port);
+  ~StatementGate();
+  void Open();
+
+  int Port() const { return port_; }  // on 127.0.0.1
+
+  // Lets a fault happen once, at the n-th statement from now on, counting from 1.
+  void At(int n, Point point, Fault fault);
+
+  int Statements() const;  // since the last At
+  bool Happened() const;   // the fault of the last At
+
+ private:
+  // What has come of the statement that the client is sending.
+  struct Statement {
+    std::string bytes;
+    std::size_t withoutSync = 0;  // how many of them come before the final Sync; 0 when there is none
+    bool executes = false;        // false: only prepares
+  };
+  struct Link {
+    platform::Socket client, server;
+    int backend = 0;
+    Statement statement = {};
+  };
+
+  void Serve();
+  void Carry(Link& link);
+  bool Pass(Link& link, const ProtocolMessage& message);
+  bool PassStatement(const Link& link, const Statement& statement);
+  bool IsDue();
+  void SendUpToThePoint(const Link& link, const Statement& statement) const;
+  void AwaitAnswer(const Link& link, const std::string& letters) const;
+  void RelayLastWords(const Link& link) const;
+
+  std::string host_;
+  int serverPort_, port_;
+  platform::Socket listener_;
+  platform::Socket stop_, stopping_;  // two ends of one line: closing the first stops the gate
+
+  mutable std::mutex mutex_;
+  int statements_ = 0, at_ = 0;
+  bool happened_ = false;
+  Point point_ = Point::Before;
+  Fault fault_;
+  std::thread thread_;
+};

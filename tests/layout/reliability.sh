@@ -1,0 +1,54 @@
+#!/usr/bin/env bash
+# Checks that docs/reliability.md is what the tests and their table of outcomes make, and that a table which does not
+# agree with the tests is refused: reliability.sh BUILD_FOLDER
+set -euo pipefail
+cd "$(dirname "$0")/../.."
+failures=0
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+
+tools/reliability.sh "$1" >"$folder/page.md"
+diff docs/reliability.md "$folder/page.md" || {
+  echo 'docs/reliability.md: run tools/reliability.sh BUILD_FOLDER >docs/reliability.md'
+  exit 1
+}
+
+sound=$(printf '%s\n' 'text # Title' 'family A | first' 'family B | second' 'fault Killed.Before | Killed' \
+  'A | false | nothing | again' 'others | false | a row | again' 'fault Whole.Stops | Stopped' 'others | false | all | again' \
+  'fault Some.Only | Some' 'A | false | nothing | again' 'none B | B has no row.')
+tests=$(printf '%s\n' $'Killed.Before/A\tOne, Two' $'Killed.Before/B\tThree' $'Whole.Stops\t' $'Some.Only/A\tOne, Two')
+
+make_page() { awk -f tools/lib/reliability.awk <(printf '%s\n' "$2") <(printf '%s\n' "$1") 2>&1; }
+
+# refuses MESSAGE TABLE TESTS
+refuses() {
+  local said
+  if said=$(make_page "$2" "$3"); then
+    echo "accepted, expected '$1'"
+  elif [[ $said != *"$1"* ]]; then
+    echo "expected '$1', said '$said'"
+  else
+    return 0
+  fi
+  failures=$((failures + 1))
+}
+
+page=$(make_page "$sound" "$tests")
+for line in '# Title' '| first | One, Two |' '| 1 Killed | a | b |' '| 2 Stopped | a | a |' '| 3 Some | a | – |' '5 cells.*' \
+  '| b | false | a row | again |' 'Test: `Some.Only`. B has no row.'; do
+  grep -qxe "$line" <<<"$page" || grep -qe "^$line" <<<"$page" || {
+    echo "the page lacks '$line'"
+    failures=$((failures + 1))
+  }
+done
+refuses 'there is no test Killed.After' "${sound/Killed.Before/Killed.After}" "$tests"
+refuses 'there is no test Killed.Before/B' "$sound" "${tests/Killed.Before\/B/Killed.Before/A}"
+refuses 'the table leaves out the test New.Fault' "$sound" "$tests"$'\n'"New.Fault/A"
+refuses 'the table has no family C' "$sound" "$tests"$'\n'"Killed.Before/C"
+refuses 'Some.Only/B is a test, and has no outcome' "$sound" "$tests"$'\n'"Some.Only/B"
+refuses 'Killed.Before has no outcome for B' "${sound/others/A}" "$tests"
+refuses 'there is no family D' "${sound/others/D}" "$tests"
+refuses 'not an outcome' "${sound/ | again/}" "$tests"
+
+[ "$failures" -eq 0 ] || exit 1
+grep -oE '^[0-9]+ cells' docs/reliability.md

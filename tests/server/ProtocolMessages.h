@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+
+// A message of the protocol between client and server.
+struct ProtocolMessage {
+  char letter;        // its kind; 0 for the first message of a client, which has none
+  std::string bytes;  // the whole message, with its letter
+};
+
+// Cuts the bytes of one direction of a connection into messages.
+class ProtocolMessages {
+ public:
+  // Only a client's first message has no letter.
+  enum class From { Client, Server };
+  explicit ProtocolMessages(From from) : started_(from == From::Server) {}
+
+  void Add(const char* bytes, std::size_t count) { unread_.append(bytes, count); }
+
+  // The next message; nothing while its end has not come yet.
+  std::optional<ProtocolMessage> Next();
+
+ private:
+  bool started_;
+  std::string unread_;
+};
