@@ -19,9 +19,7 @@ class KilledBackend : public ChaosTest {
   };
 
   void KillOthers() {
-    const std::string others(kOtherBackends);
-    Run("select pg_terminate_backend(pid) from " + others + " as others");
-    WaitUntil("select not exists " + others);
+    Run("select pg_terminate_backend(pid) from " + std::string(kOtherBackends) + " as others");
   }
 };
 
@@ -59,6 +57,7 @@ TEST_P(KilledBackend, BetweenOperations) {
     EXPECT_TRUE(operation.call(*dbms)) << LastMessage(*dbms);
     EXPECT_EQ(gate->Statements(), operation.Statements());
     KillOthers();
+    WaitUntil("select not exists " + std::string(kOtherBackends));
     EXPECT_EQ(operation.call(*dbms), operation.probes);
     EXPECT_TRUE(Says(*dbms, kLost));
     EXPECT_EQ(Held(operation), operation.holds.back());

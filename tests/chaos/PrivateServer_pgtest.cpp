@@ -104,7 +104,8 @@ TEST_F(PrivateServer, Restarts) {
   Reconnect();
   ForEachClient([&](Client& client) {
     EXPECT_EQ(client.Call(), client.operation->probes);
-    EXPECT_TRUE(Says(*client.dbms, {L"terminating connection due to administrator command"}));
+    EXPECT_TRUE(Says(*client.dbms, {L"terminating connection due to administrator command",
+                                    L"server closed the connection unexpectedly"}));
     ExpectHeld(client, true);
   });
   ExpectAllGoOn();

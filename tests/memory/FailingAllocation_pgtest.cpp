@@ -12,28 +12,49 @@ namespace {
 
 constexpr std::size_t kMaxAllocations = 10000;
 
+// The objects of longer ones go on in the next round, for the sake of time.
+constexpr int kShortStatements = 10;
+
 class FailingAllocation : public OperationsTest, public ::testing::WithParamInterface<Family> {
  protected:
-  // Whether the operation has come to its k-th allocation.
-  bool Fail(const Operation& operation, std::size_t k) {
-    Run(operation.prepare);
-    const auto dbms = NewDbms(DbmsType::PostgreSQL);
+  std::shared_ptr<Dbms> Connected() const {
+    auto dbms = NewDbms(DbmsType::PostgreSQL);
     EXPECT_TRUE(dbms->Connect()) << LastMessage(*dbms);
+    return dbms;
+  }
+
+  // Whether the operation has come to its k-th allocation.
+  bool Fail(Dbms& dbms, const Operation& operation, std::size_t k) {
     bool done = false, thrown = false;
     {
       const FailingNew failing(k);
       try {
-        done = operation.call(*dbms);
+        done = operation.call(dbms);
       } catch (const std::bad_alloc&) {
         thrown = true;
       }
     }
     EXPECT_EQ(thrown, FailingNew::HasFailed());
-    EXPECT_NE(thrown, done) << LastMessage(*dbms);
-    if (!thrown) return false;
-    EXPECT_EQ(std::count(operation.holds.begin(), operation.holds.end(), Held(operation)) > 0, true);
-    ExpectItGoesOn(*dbms, operation);
-    return true;
+    EXPECT_NE(thrown, done) << LastMessage(dbms);
+    const auto& holds = operation.holds;
+    EXPECT_NE(std::find(holds.begin(), holds.end(), Held(operation)), holds.end());
+    return thrown;
+  }
+
+  // How many allocations the operation makes.
+  std::size_t FailEach(const Operation& operation) {
+    const bool isShort = operation.Statements() <= kShortStatements;
+    auto dbms = Connected();
+    for (std::size_t k = 1; k <= kMaxAllocations; ++k) {
+      SCOPED_TRACE(testing::Message() << operation.name << ", allocation " << k);
+      Run(operation.prepare);
+      if (!Fail(*dbms, operation, k)) return k - 1;
+      if (!isShort) continue;
+      ExpectItGoesOn(*dbms, operation);
+      dbms = Connected();
+    }
+    ADD_FAILURE() << "the operation does not end";
+    return kMaxAllocations;
   }
 };
 
@@ -41,14 +62,9 @@ TEST_P(FailingAllocation, OfEachOperation) {
   const auto dbms = NewDbms(DbmsType::PostgreSQL);
   ASSERT_TRUE(GetParam().create(*dbms)) << LastMessage(*dbms);
   for (const Operation& operation : GetParam().operations) {
-    std::size_t k = 1;
-    for (; k <= kMaxAllocations && !HasFatalFailure(); ++k) {
-      SCOPED_TRACE(testing::Message() << operation.name << ", allocation " << k);
-      if (!Fail(operation, k)) break;
-    }
-    EXPECT_GT(k, 1u) << "the operation allocates nothing";
-    EXPECT_LE(k, kMaxAllocations) << "the operation does not end";
-    RecordProperty(operation.name, static_cast<int>(k) - 1);
+    const std::size_t allocations = FailEach(operation);
+    EXPECT_GT(allocations, 0u) << operation.name;
+    RecordProperty(operation.name, std::to_string(allocations));
   }
 }
 
