@@ -38,12 +38,8 @@ wait_for() {
   done
 }
 is_stopping() { grep -q stopping "$server_folder/data/postmaster.pid"; }
-is_ready() { "$(server_programs)/pg_isready" --quiet --host "$SERVER_HOST" --port "$SERVER_PORT"; }
-is_rejecting() {
-  local status=0
-  is_ready || status=$?
-  [ "$status" -eq 1 ]
-}
+is_ready() { grep -q ready "$server_folder/data/postmaster.pid"; }
+listens() { (: <"/dev/tcp/$SERVER_HOST/$SERVER_PORT") 2>/dev/null; }
 
 signal_all() {
   local postmaster
@@ -58,7 +54,7 @@ start_up() {
     <<<"restore_command = 'until [ -e $server_folder/go ]; do sleep 0.02; done; exit 1'"
   server_as_owner touch "$server_folder/data/recovery.signal"
   pg_ctl --no-wait start
-  wait_for is_rejecting
+  wait_for listens
 }
 
 control() {
