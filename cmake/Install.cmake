@@ -1,4 +1,4 @@
-# What `cmake --install` installs: headers, libraries, a CMake package and pkg-config files.
+# What `cmake --install` installs besides documents: headers, libraries, the program, a CMake package and pkg-config files.
 
 include(CMakePackageConfigHelpers)
 
@@ -27,7 +27,6 @@ install(TARGETS ${libraries} EXPORT DbmsAPITargets
 if(MINGW)
   install(FILES ${DBMSAPI_CXX_RUNTIME} DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
 endif()
-install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT runtime)
 
 install(FILES DbmsAPI/Dbms.h DbmsAPI/Diagnostics.h DbmsAPI/Export.h DbmsAPI/ConfigTypes.h DbmsAPI/HistoryTypes.h
               DbmsAPI/RecordTypes.h DbmsAPI/ReportTypes.h
@@ -78,6 +77,8 @@ if(TARGET historian_program)
     set_target_properties(historian_program PROPERTIES INSTALL_RPATH $ORIGIN/../${CMAKE_INSTALL_LIBDIR})
   endif()
   install(TARGETS historian_program RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT program)
+endif()
+if(TARGET historian_manual)
   install(DIRECTORY ${PROJECT_BINARY_DIR}/historian/command/manual/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man1
           COMPONENT program FILES_MATCHING PATTERN "*.1")
   install(FILES ${PROJECT_BINARY_DIR}/historian/command/manual/historian.bash

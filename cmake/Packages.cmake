@@ -1,5 +1,5 @@
-# The packages that `cpack` makes: a pair of Debian packages for each of DbmsAPI and historian (preset package), and
-# one zip for Windows.
+# The packages that `cpack` makes: a pair of Debian packages for each of DbmsAPI and historian and one of the program
+# (preset package), and one zip for Windows.
 
 set(CPACK_PACKAGE_NAME dbmsapi)
 set(CPACK_PACKAGE_CONTACT "DbmsAPI developers <developers@dbmsapi.invalid>")

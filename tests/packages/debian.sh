@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Makes the Debian packages, a pair for each of DbmsAPI and historian, and uses what is in them as a client's own project does: debian.sh SOURCE_FOLDER
+# Makes the Debian packages, a pair for each of DbmsAPI and historian and one of the program, looks at what is in them, and
+# uses them as a client's own project does: debian.sh SOURCE_FOLDER
 set -euo pipefail
 source=$(cd "$1" && pwd)
 work=$(mktemp -d)
@@ -77,6 +78,32 @@ extract "$work/installed" "${runtime[0]}" "${historian[0]}" "${program[0]}"
 for file in man/man1/historian.1 man/man1/historian-import.1 bash-completion/completions/historian; do
   [ -s "$work/installed/usr/share/$file" ] || fail "the program's package has no $file"
 done
+
+# Each package says what it may be used for and what has changed; those for people bring their documents.
+# brings PACKAGE FILE...: its directory of documents holds these of the sources, and nothing else.
+brings() {
+  local name folder found
+  name=$(dpkg-deb --field "$1" Package)
+  rm -rf "$work/documents"
+  extract "$work/documents" "$1"
+  folder=$work/documents/usr/share/doc
+  [ "$(ls "$folder")" = "$name" ] || fail "$1 has documents in $(ls "$folder")"
+  cd "$folder/$name"
+  cmp -s copyright "$source/cmake/copyright" || fail "$1 has no copyright file"
+  gzip --decompress --stdout changelog.gz | cmp -s - "$source/CHANGELOG.md" || fail "$1 does not bring its changes"
+  found=$(find . -type f | sed 's,^\./,,' | sort | xargs)
+  [ "$found" = "$(printf '%s\n' changelog.gz copyright "${@:2}" | sort | xargs)" ] || fail "$1 brings the documents $found"
+  for file in "${@:2}"; do cmp -s "$file" "$source/$file" || fail "$1 brings another $file"; done
+  cd "$work/packages"
+}
+head -n 1 "$source/cmake/copyright" | grep -qx 'Format: https://www.debian.org/doc/packaging-manuals/copyright-format/1.0/' ||
+  fail 'the copyright file is not machine-readable'
+mapfile -t documents < <(cd "$source" && find docs -type f)
+brings "${runtime[0]}"
+brings "${development[0]}" README.md "${documents[@]}" examples/first_steps.cpp examples/operator_station.cpp
+brings "${historian[0]}"
+brings "${historian_development[0]}" docs/historian.md examples/keep_recording.cpp examples/recorder.cpp
+brings "${program[0]}" docs/program.md docs/schema.md docs/historian.md
 
 # DbmsAPI's packages work without historian's.
 # finds FOLDER [ARGUMENT]...: whether find_package finds DbmsAPI there.

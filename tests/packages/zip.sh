@@ -24,9 +24,15 @@ prefix=$work/${archives[0]%.zip}
 
 # The zip has the C++ runtime but not libpq, which each site has already.
 found=$(cd "$prefix/bin" && printf '%s\n' * | sort | xargs)
-wanted='DbmsAPI.dll historian.dll libgcc_s_seh-1.dll libstdc++-6.dll libwinpthread-1.dll sqlapi.dll'
+wanted='DbmsAPI.dll historian.dll historian.exe libgcc_s_seh-1.dll libstdc++-6.dll libwinpthread-1.dll sqlapi.dll'
 [ "$found" = "$wanted" ] || {
   echo "bin/ holds $found, not $wanted"
   exit 1
 }
+for file in LICENSE CHANGELOG.md copyright README.md docs/windows.md docs/program.md examples/first_steps.cpp; do
+  [ -s "$prefix/share/doc/DbmsAPI/$file" ] || {
+    echo "has no $file: $(cd "$prefix" && find share)"
+    exit 1
+  }
+done
 "$here/../consumer/against.sh" "$prefix" "$@"

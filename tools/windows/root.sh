@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Collects the libraries that the project needs for Windows, for tests only: root.sh FOLDER
 #
-# FOLDER gets include/ (libpq, SQLite, {fmt}), lib/ (libpq's import library, SQLite) and bin/ (libpq and the libraries that
-# it loads). libpq comes from a package that carries PostgreSQL's programs for Windows. A site builds against the libpq that
+# FOLDER gets include/ (libpq, SQLite, and what is header-only, as Debian packages it), lib/ (libpq's import library, SQLite)
+# and bin/ (libpq and the libraries that it loads). libpq comes from a package that carries PostgreSQL's programs for Windows. A site builds against the libpq that
 # it has. SQLite is built from the one source file that its authors publish, which is in the public domain, as another
 # package carries it.
 set -euo pipefail
@@ -20,7 +20,8 @@ sqlite_sha256=14398acbf00d1e8fe0a2753df7d4f15c13138e4b874f4e6e96791f65b4536d0d
 
 [ $# -eq 1 ] || die "usage: root.sh FOLDER"
 folder=$(mkdir -p "$1" && cd "$1" && pwd)
-stamp="$sha256 $sqlite_sha256"
+header_only=(fmt CLI date nlohmann)
+stamp="$sha256 $sqlite_sha256 ${header_only[*]}"
 [ ! -f "$folder/complete" ] || [ "$(cat "$folder/complete")" != "$stamp" ] || exit 0
 
 rm -rf "$folder"
@@ -36,7 +37,7 @@ postgresql=$(pg_config --includedir)
 cp "$postgresql/libpq-fe.h" "$postgresql/postgres_ext.h" include
 sed 's/^#define PG_INT64_TYPE .*/#define PG_INT64_TYPE long long int/' "$postgresql/pg_config_ext.h" >include/pg_config_ext.h
 grep -q '^#define PG_INT64_TYPE long long int' include/pg_config_ext.h || die 'pg_config_ext.h is not what it was'
-cp -r /usr/include/fmt include
+cp -r "${header_only[@]/#//usr/include/}" include
 
 (cd lib && run_quietly gendef.log gendef ../bin/libpq.dll)
 x86_64-w64-mingw32-dlltool -d lib/libpq.def -D libpq.dll -l lib/libpq.dll.a -m i386:x86-64

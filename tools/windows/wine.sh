@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # Runs a Windows program under Wine, without a display: wine.sh PROGRAM.exe [ARGUMENT]...
 #
-# DBMSAPI_WINEPREFIX names Wine's folder, build/wine by default; tools/test_windows.sh makes it. The program reads
-# nothing. Its output is shown when it has ended, without carriage returns: Wine's services, which outlive it, would
-# keep a pipe open, but not a file. SIGINT and SIGTERM are passed on; Wine turns the first into Ctrl-C.
+# DBMSAPI_WINEPREFIX names Wine's folder, build/wine by default; tools/test_windows.sh makes it. Standard input is
+# read where it is a file. The output is shown when the program has ended, without carriage returns: Wine's services,
+# which outlive it, would keep a pipe open, but not a file. SIGINT and SIGTERM are passed on; Wine turns the first into
+# Ctrl-C.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 prefix=${DBMSAPI_WINEPREFIX:-$(dirname "$(dirname "$here")")/build/wine}
@@ -14,12 +15,13 @@ prefix=${DBMSAPI_WINEPREFIX:-$(dirname "$(dirname "$here")")/build/wine}
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
+if [ -f /dev/stdin ]; then exec 3<&0; else exec 3</dev/null; fi
 signalled=
 
 # start WINEDEBUG PROGRAM.exe [ARGUMENT]...: sets status to the exit status of the program.
 start() {
   env -u DISPLAY -u TZ WINEPREFIX="$prefix" WINEDEBUG="$1" WINEDLLOVERRIDES='mscoree,mshtml=' LC_ALL=C.UTF-8 \
-    --default-signal=INT /usr/lib/wine/wine64 "${@:2}" <"/dev/null" >"$work/out" 2>"$work/err" &
+    --default-signal=INT /usr/lib/wine/wine64 "${@:2}" <&3 >"$work/out" 2>"$work/err" &
   program=$!
   trap 'signalled=1; kill -s INT "$program" 2>/dev/null || true' INT
   trap 'signalled=1; kill -s TERM "$program" 2>/dev/null || true' TERM

@@ -52,6 +52,12 @@ for format in long wide jsonl; do
   expect_equal "$(stored)" "$rows" 'what is stored'
 done
 
+case='a file that is there'
+echo old >"$work/there.csv"
+run export A --format wide -o "$work/there.csv"
+expect_status 0
+expect_equal "$(head -n 1 "$work/there.csv")" time,A 'the beginning'
+
 case='many samples'
 sql "truncate datalog; insert into datalog select to_timestamp(1772431200 + i), 'T' || t, i * t / 7.0 from generate_series(1, 20000) i, generate_series(1, 5) t"
 sql "update datalog set value = round(value::numeric, 4)"

@@ -64,6 +64,27 @@ expect_status 2
 expect_err 'use PGPASSWORD or the password file'
 [[ $err != *geheim* ]] || fail "shows the password: $err"
 
+# What each of them is given besides, so that nothing else is missing.
+declare -A arguments=([import]="$data/boiler.csv" [trend]=BOILER.TEMP [spool]=plant.spool)
+for subcommand in doctor init import export tags trend alarms chunks spool; do
+  case="misuse of $subcommand"
+  for mistake in '--colour' '--port none' '--database' '--json=perhaps'; do
+    # shellcheck disable=SC2086  # a mistake may be an option with its value
+    run $subcommand ${arguments[$subcommand]:-} $mistake
+    expect_status 2
+    [ "$(wc -l <"$work/err")" -eq 1 ] || fail "$mistake: not one line: $err"
+    expect_err "${mistake%%[ =]*}"
+    expect_err "(historian $subcommand --help shows how)"
+    expect_equal "$out" '' 'what is written'
+  done
+done
+for subcommand in import trend spool; do
+  case="$subcommand without its argument"
+  run $subcommand
+  expect_status 2
+  expect_err " is required (historian $subcommand --help shows how)"
+done
+
 case='help'
 for subcommand in doctor init import export tags trend alarms chunks spool; do
   run $subcommand --help
