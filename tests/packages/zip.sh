@@ -36,3 +36,11 @@ for file in LICENSE CHANGELOG.md copyright README.md docs/windows.md docs/progra
   }
 done
 "$here/../consumer/against.sh" "$prefix" "$@"
+
+# The program runs as it is unpacked, with the site's libpq beside it.
+cp "${CONSUMER_LIBPQ:?}"/*.dll "$prefix/bin"
+said=$("${CONSUMER_EMULATOR:?}" "$prefix/bin/historian.exe" --version)
+[[ $said == 'historian 0.'* ]] || {
+  echo "historian.exe said '$said'"
+  exit 1
+}

@@ -15,7 +15,7 @@ expect_err "$work/text.csv: is not the spool of a recorder: "
 expect_equal "$(cat "$work/text.csv")" 'time,A' 'the file'
 
 case='what waits'
-"$2" "$spool"
+${COMMAND_EMULATOR:+"$COMMAND_EMULATOR"} "$2" "$spool"
 run spool "$spool" --json
 expect_status 0
 expect_equal "$(json '[.accepted, .stored, .duplicates, .set_aside, .dropped, .waiting] | @csv')" '1001,0,0,0,0,1001' 'the counts'

@@ -83,7 +83,11 @@ sed 's/^/"/; s/,/","/g; s/$/"/' "$original" | iconv -f utf-8 -t utf-16be >"$work
 variant 'UTF-16 without a mark, quoted' "$work/utf16be.csv"
 
 gzip -c "$original" >"$work/packed.csv.gz"
-[ -n "${COMMAND_EMULATOR:-}" ] || variant 'gzip' "$work/packed.csv.gz"
+if [ -n "${COMMAND_EMULATOR:-}" ]; then
+  refused 'gzip' "$work/packed.csv.gz" 'is a gzip file; unpack it first'
+else
+  variant 'gzip' "$work/packed.csv.gz"
+fi
 
 { head -n 1 "$original"; tail -n +2 "$original" | sort -r; tail -n 3 "$original"; } >"$work/unsorted.csv"
 variant 'unsorted, with duplicates' "$work/unsorted.csv"
