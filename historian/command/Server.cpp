@@ -12,14 +12,15 @@ constexpr wchar_t kExtension[] = L"select 1 from pg_extension where extname = 't
 constexpr wchar_t kTable[] = L"select to_regclass(:1)";
 constexpr wchar_t kDatabase[] = L"select current_database()";
 
-// Connection keywords and addresses (postgresql://...) in the database text are welcome, but a password there would
-// show in the list of processes.
+// Connection keywords and addresses (postgresql://...) in the database text are welcome, but a password there
+// would show in the list of processes.
 std::string RefusePassword(const std::string& database) {
   const bool keyword = database.find('=') != database.npos && database.find("password") != database.npos;
   const std::size_t scheme = database.find("://");
   const std::size_t end = scheme == database.npos ? scheme : database.find_first_of("@/", scheme + 3);
   const bool address = end != database.npos && database[end] == '@' && database.find(':', scheme + 3) < end;
-  return keyword || address ? "names a password, which others can see; use PGPASSWORD or the password file" : "";
+  return keyword || address ? "names a password, which others can see; use PGPASSWORD or the password file"
+                            : "";
 }
 
 }  // namespace

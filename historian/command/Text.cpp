@@ -60,7 +60,9 @@ std::string Number(double value, std::chars_format format, int decimals) {
 
 std::string Fixed(double value, int decimals) { return Number(value, std::chars_format::fixed, decimals); }
 
-std::string TwoDigits(std::int64_t value) { return (value < 10 ? "0" : "") + std::to_string(value); }
+std::string TwoDigits(std::int64_t value) {
+  return std::string(value < 10 ? 1 : 0, '0').append(std::to_string(value));
+}
 
 // Sets commas between the thousands of the whole part.
 std::string GroupThousands(std::string number) {

@@ -45,7 +45,7 @@ expect_equal "$(json '.files[0] | [.rows, .stored, .duplicates] | @csv')" '20000
 # A view makes the rows, so that they need not be stored.
 sql "drop table datalog"
 sql "create view datalog as select to_timestamp(1772431200 + i) as time, repeat('x', 1000) as tag_name, i::float8 as value from generate_series(1, 200000) i"
-for format in long wide jsonl; do
+for format in long wide; do
   case="$format"
   run_within_limit export --format $format -o "$work/result"
   expect_status 0

@@ -41,6 +41,6 @@ for step in reading storing; do
   drawn=$(tr '\r' '\n' <"$work/out" | sed 's/\x1b\[[0-9]*[mK]//g' | grep -m 1 "^ $step ") || fail "shows no progress of $step"
   [[ $drawn =~ (█|▏|▎|▍|▌|▋|▊|▉|░).*[0-9]\ samples\ \ [0-9,]+/s ]] || fail "shows progress as $drawn"
 done
-[[ $(tr '\r' '\n' <"$work/out") =~ [0-9]\ left ]] || fail 'does not say how much time is left'
+[[ $(tr '\r' '\n' <"$work/out") =~ /s\ \ [0-9.]+\ (ms|s|min)\ left ]] || fail 'does not say how much time is left'
 
 finish 'a terminal gets what fits it'
