@@ -57,6 +57,7 @@ int Main(std::vector<std::string> arguments) {
   program.set_version_flag("--version", "historian " HISTORIAN_VERSION);
   program.set_help_all_flag("--help-all", "Print the help of every subcommand");
   program.require_subcommand(1);
+  program.allow_windows_style_options(false);  // /tmp/plant.csv is a file
   program.get_formatter()->column_width(28);
   program.footer("Each subcommand has --help with examples. Exit status: 0 done, 1 failed, 2 refused.");
   const std::vector<Subcommand> subcommands = {AddDoctor(program), AddInit(program),   AddImport(program),

@@ -11,9 +11,11 @@
 namespace historian::command {
 namespace {
 
-constexpr std::array<std::string_view, 9> kTagNames = {"tag",   "tag_name", "tagname",  "tag name", "name",
-                                                       "point", "signal",   "variable", "metric"};
-constexpr std::array<std::string_view, 5> kValueNames = {"value", "val", "wert", "messwert", "avg"};
+constexpr std::array<std::string_view, 11> kTagNames = {"tag",     "tag_name", "tagname", "tag name",
+                                                        "tagpath", "name",     "varname", "point",
+                                                        "signal",  "variable", "metric"};
+constexpr std::array<std::string_view, 7> kValueNames = {"value", "val",      "varvalue", "floatvalue",
+                                                         "wert",  "messwert", "avg"};
 
 class ColumnFinder {
  public:
@@ -31,6 +33,7 @@ class ColumnFinder {
       layout_.shape = Layout::Shape::Long;
       layout_.tag_column = *tag;
       layout_.value_column = *value;
+      RefuseThousands(*value);
     }
     CheckNames();
   }
@@ -54,32 +57,54 @@ class ColumnFinder {
     return {};
   }
 
-  // Three columns: the time, one of names, one of numbers.
+  // Besides the time two columns: one of names, one of numbers.
   void FindLongByContent(std::optional<std::size_t>& tag, std::optional<std::size_t>& value) const {
-    if (layout_.names.size() != 3 || layout_.clock_column) return;
-    const auto numbers = [&](std::size_t column) {
-      return std::any_of(sample_.rows().begin(), sample_.rows().end(), [&](const auto& row) {
-        return sample_.IsTimed(row) && column < row.cells.size() &&
-               (IsNumber(row.cells[column], '.') || IsNumber(row.cells[column], ','));
-      });
-    };
     std::vector<std::size_t> rest;
-    for (std::size_t i = 0; i < 3; ++i) {
-      if (i != layout_.time_column) rest.push_back(i);
+    for (std::size_t i = 0; i < layout_.names.size(); ++i) {
+      if (!IsTimeOrIgnored(i)) rest.push_back(i);
     }
+    if (rest.size() != 2) return;
     for (const auto& [a, b] : {std::pair(rest[0], rest[1]), std::pair(rest[1], rest[0])}) {
-      const bool texts =
-          std::all_of(sample_.rows().begin(), sample_.rows().end(), [&, column = a](const auto& row) {
-            double ignored = 0;
-            std::string problem;
-            return !sample_.IsTimed(row) || column >= row.cells.size() ||
-                   NumberReader('.', options_.null_words).Read(row.cells[column], ignored, problem) ==
-                       NumberReader::Kind::Wrong;
-          });
-      if (!texts || numbers(a) || !numbers(b)) continue;
+      if (TextOf(a).empty() || !HoldsNumbers(b)) continue;
       tag = a;
       value = b;
     }
+  }
+
+  // Of a column, in the rows that begin the file.
+  bool Any(std::size_t column, const auto& condition) const {
+    return std::any_of(sample_.rows().begin(), sample_.rows().end(), [&](const auto& row) {
+      return sample_.IsTimed(row) && column < row.cells.size() && condition(row.cells[column]);
+    });
+  }
+  bool HoldsNumbers(std::size_t column) const {
+    return Any(column, [](const auto& cell) { return IsNumber(cell, '.') || IsNumber(cell, ','); });
+  }
+  // The first text of a column that holds neither numbers nor words for none, empty if it does.
+  std::string TextOf(std::size_t column) const {
+    const NumberReader reader('.', options_.null_words);
+    std::string first;
+    const auto is_no_text = [&](const std::string& cell) {
+      double ignored = 0;
+      std::string problem;
+      const auto kind = reader.Read(cell, ignored, problem);
+      const bool wrong = kind == NumberReader::Kind::Wrong && !IsNumber(cell, ',') && !HasThousands(cell);
+      if (wrong && first.empty()) first = cell;
+      return !wrong && kind != NumberReader::Kind::Empty;
+    };
+    return Any(column, is_no_text) ? "" : first;
+  }
+
+  // They are refused, not taken away: 1,234 and 1.234 are numbers already.
+  void RefuseThousands(std::size_t column) const {
+    std::string found;
+    const auto has_thousands = [&](const std::string& cell) {
+      found = HasThousands(cell) && !IsNumber(cell, '.') && !IsNumber(cell, ',') ? cell : "";
+      return !found.empty();
+    };
+    if (Any(column, has_thousands))
+      Refuse("column " + Named(column) + " has separators between the thousands of its numbers (" +
+             Quote(found) + "), which are not read: write the numbers without them");
   }
 
   bool IsIgnored(std::size_t column) const {
@@ -87,22 +112,40 @@ class ColumnFinder {
                        [&](const auto& name) { return FindColumn(layout_.names, name) == column; });
   }
 
+  bool IsTimeOrIgnored(std::size_t column) const {
+    return column == layout_.time_column || column == layout_.clock_column || IsIgnored(column);
+  }
+
   void CheckNames() {
     for (const auto& name : options_.ignore) {
       if (!FindColumn(layout_.names, name)) Refuse("has no column " + Quote(name) + " (--ignore)");
     }
+    if (layout_.shape == Layout::Shape::Long) return CheckLongColumns();
     for (std::size_t i = 0; i < layout_.names.size(); ++i) {
-      if (i == layout_.time_column || i == layout_.clock_column || IsIgnored(i)) continue;
-      layout_.shape == Layout::Shape::Long ? CheckLongColumn(i) : AddTagColumn(i);
+      if (!IsTimeOrIgnored(i)) AddTagColumn(i);
     }
-    if (layout_.shape == Layout::Shape::Wide && layout_.tag_columns.empty())
-      Refuse("has no column of values");
+    if (layout_.tag_columns.empty()) Refuse("has no column of values");
   }
 
-  void CheckLongColumn(std::size_t column) const {
-    if (column == layout_.tag_column || column == layout_.value_column) return;
-    Refuse("column " + std::to_string(column + 1) + " (" + OneLine(layout_.names[column]) +
-           ") is neither time, tag nor value; --ignore " + Quote(layout_.names[column]) + " leaves it out");
+  std::string Named(std::size_t column) const {
+    return std::to_string(column + 1) + " (" + OneLine(layout_.names[column]) + ')';
+  }
+
+  void CheckLongColumns() const {
+    std::vector<std::size_t> others;
+    for (std::size_t i = 0; i < layout_.names.size(); ++i) {
+      if (!IsTimeOrIgnored(i) && i != layout_.tag_column && i != layout_.value_column) others.push_back(i);
+    }
+    if (others.empty()) return;
+    std::string columns, names;
+    for (const std::size_t column : others) {
+      columns += (columns.empty() ? "" : ", ") + Named(column);
+      const std::string& name = layout_.names[column];
+      names += (names.empty() ? "" : ",") + (name.empty() ? std::to_string(column + 1) : name);
+    }
+    Refuse((others.size() == 1 ? "column " + columns + " is" : "columns " + columns + " are") +
+           " neither time, tag nor value; --ignore " + Quote(names) + " leaves " +
+           (others.size() == 1 ? "it" : "them") + " out");
   }
 
   void AddTagColumn(std::size_t column) {
@@ -113,6 +156,12 @@ class ColumnFinder {
     if (name.find('\0') != name.npos) Refuse("the name of column " + number + " holds a zero byte");
     if (!seen_.insert(name).second)
       Refuse("two columns are called " + Quote(name) + "; --columns names them otherwise");
+    if (const std::string text = TextOf(column); !text.empty())
+      Refuse(
+          "column " + Named(column) + " holds texts (" + Quote(text) +
+          "): --tag-column and --value-column if it names the tag of each row, --ignore COLUMN to leave it out, "
+          "--null WORD for a word that means none");
+    RefuseThousands(column);
     layout_.tag_columns.push_back(column);
   }
 

@@ -78,6 +78,8 @@ class Detector {
     if (sample.rows().size() == 1)
       RefuseAt(sample.rows()[0].line, "this is the only row; a header row needs rows of data after it");
     const Sample::Row& row = sample.rows()[1];
+    if (row.cells.size() == 1 && IsTime(row.cells[0]))
+      RefuseAt(row.line, "this row is a time and nothing else; --delimiter says what separates its cells");
     RefuseAt(row.line, "there is no time that is recognised in this row, which begins with " +
                            Quote(row.cells[0]) +
                            "; --time-format, --time-column or --delimiter name what it is");

@@ -43,6 +43,24 @@ bool IsNumber(std::string_view cell, char decimal) {
   return Parse(Trim(cell), decimal, value);
 }
 
+bool HasThousands(std::string_view cell) {
+  cell = Trim(cell);
+  if (cell.starts_with('-') || cell.starts_with('+')) cell.remove_prefix(1);
+  const auto digits = [&] { return std::min(cell.find_first_not_of("0123456789"), cell.size()); };
+  const std::size_t first = digits();
+  if (first == 0 || first > 3 || first == cell.size()) return false;
+  const char separator = cell[first];
+  if (std::string_view(",. '").find(separator) == std::string_view::npos) return false;
+  cell.remove_prefix(first);
+  while (cell.starts_with(separator)) {
+    cell.remove_prefix(1);
+    if (digits() != 3) return false;
+    cell.remove_prefix(3);
+  }
+  if (cell.starts_with('.') || cell.starts_with(',')) cell.remove_prefix(1);
+  return digits() == cell.size();
+}
+
 NumberReader::NumberReader(char decimal, std::vector<std::string> null_words)
     : decimal_(decimal), null_words_(std::move(null_words)) {}
 

@@ -26,5 +26,7 @@ class NumberReader {
 
 // Whether a cell is a number with that decimal sign.
 bool IsNumber(std::string_view cell, char decimal);
+// Whether it has separators between its thousands, which are not read: 1,234.5 or 1.234.567
+bool HasThousands(std::string_view cell);
 
 }  // namespace historian::command

@@ -13,8 +13,9 @@ namespace {
 
 constexpr std::size_t kSampleRows = 200;
 constexpr std::size_t kMostTimeColumns = 8;  // the time is among the first columns
-constexpr std::array<std::string_view, 9> kTimeNames = {"time",  "timestamp",   "date", "datetime", "zeit",
-                                                        "datum", "zeitstempel", "ts",   "epoch"};
+constexpr std::array<std::string_view, 11> kTimeNames = {"time",        "timestamp", "t_stamp", "timestring",
+                                                         "date",        "datetime",  "zeit",    "datum",
+                                                         "zeitstempel", "ts",        "epoch"};
 
 std::string Lower(std::string_view text) {
   std::string lower(text);

@@ -104,6 +104,10 @@ INSTANTIATE_TEST_SUITE_P(
             "LongWithTheTagFirst",
             "tag_name,value,time\nA,1.5,2026-11-01T20:40:00Z\nB,2,2026-11-01T20:40:00Z\nA,3,2026-11-02T20:40:00Z\n"
             "B,4.25,2026-11-02T20:40:00Z\n"},
+        Variant{
+            "LongWithEmptyCells",
+            "VarName;TimeString;VarValue\nA;01.11.2026 20:40:00;1,5\nB;01.11.2026 20:40:00;2\nA;01.11.2026 "
+            "20:41:00;\nA;02.11.2026 20:40:00;3\nB;02.11.2026 20:40:00;4,25\n"},
         Variant{"JsonLines",
                 "{\"time\":\"2026-11-01T20:40:00Z\",\"tag\":\"A\",\"value\":1.5}\n"
                 "{\"time\":\"2026-11-01T20:40:00Z\",\"tag\":\"B\",\"value\":2}\n\n"
@@ -179,6 +183,17 @@ TEST(SampleFile, NamesLineColumnAndReasonOfABadRowAndGoesOn) {
           "2026-11-01T20:44:00Z A 9.000000"}));
 }
 
+TEST(SampleFile, RefusesSeparatorsOfThousands) {
+  for (const std::string number : {"1,234.5", "1.234.567", "-1'234", "12 345,5"}) {
+    const std::string problem = " has separators between the thousands of its numbers (\"" + number +
+                                "\"), which are not read: write the numbers without them";
+    EXPECT_EQ(Refused("time,A,B\n2026-11-01 20:40,1,2\n2026-11-01 20:41,\"" + number + "\",2\n"),
+              ": column 2 (A)" + problem);
+    EXPECT_EQ(Refused("time,tag,value\n2026-11-01 20:41,A,\"" + number + "\"\n"),
+              ": column 3 (value)" + problem);
+  }
+}
+
 TEST(SampleFile, TakesABadFirstRowForARow) {
   EXPECT_EQ(
       Read("time,A\nnoon,3\n2026-11-01 20:44,9\n"),
@@ -220,6 +235,15 @@ TEST(SampleFile, RefusesWithTheOptionThatHelps) {
             ":1: the header row has 2 cells, the rows of data have 3");
   EXPECT_EQ(Refused("time,tag,value,quality\n2026-11-01 20:40,A,2,Good\n"),
             ": column 4 (quality) is neither time, tag nor value; --ignore \"quality\" leaves it out");
+  EXPECT_EQ(
+      Refused("tagpath,,t_stamp,floatvalue,quality\nA,1,2026-11-01 20:40,2,Good\n"),
+      ": columns 2 (), 5 (quality) are neither time, tag nor value; --ignore \"2,quality\" leaves them out");
+  EXPECT_EQ(
+      Refused("time,A,place,B\n2026-11-01 20:40,1,hall,2\n2026-11-01 20:41,1,,2\n"),
+      ": column 3 (place) holds texts (\"hall\"): --tag-column and --value-column if it names the tag of each row, "
+      "--ignore COLUMN to leave it out, --null WORD for a word that means none");
+  EXPECT_EQ(Refused("time A\n2026-11-01 20:40\n2026-11-01 20:41\n"),
+            ":2: this row is a time and nothing else; --delimiter says what separates its cells");
 }
 
 TEST(SampleFile, RefusesOptionsThatNameNoColumn) {
