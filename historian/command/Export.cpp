@@ -4,6 +4,7 @@
 #include <fstream>
 #include <iostream>
 #include <nlohmann/json.hpp>
+#include <set>
 
 #include "Failure.h"
 #include "Subcommand.h"
@@ -180,20 +181,30 @@ class Export {
       }
     };
     std::uint64_t samples = 0;
+    std::set<std::string> missing(options_.tags.begin(), options_.tags.end());
     server_.Query(kSamples, bind, [&](SACommand& row) {
       if (++samples % 4096 == 0) ThrowIfInterrupted();
-      writer->Add(Microseconds(std::chrono::microseconds(row.Field(1).asInt64())), Text(row.Field(2)),
+      const std::string tag = Text(row.Field(2));
+      if (!missing.empty()) missing.erase(tag);
+      writer->Add(Microseconds(std::chrono::microseconds(row.Field(1).asInt64())), tag,
                   row.Field(3).isNull() ? "null" : Text(row.Field(3)));
       if (!output.stream())
         throw Failure("cannot write the samples: the disk is full or the reader has gone");
     });
     writer->End();
     output.Finish();
-    std::cerr << Count(samples, "sample") << " exported" << std::endl;
+    std::cerr << Count(samples, "sample") << " exported" << NoneOf(missing) << std::endl;
     return kDone;
   }
 
  private:
+  // Tags without a sample in the range, which may be misspelt.
+  static std::string NoneOf(const std::set<std::string>& tags) {
+    std::string names;
+    for (const std::string& tag : tags) names += (names.empty() ? "; none of " : ", ") + OneLine(tag);
+    return names;
+  }
+
   void BindRange(SACommand& command) const {
     command << static_cast<long long>(from_.time_since_epoch().count())
             << static_cast<long long>(to_.time_since_epoch().count());

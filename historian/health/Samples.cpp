@@ -21,8 +21,10 @@ constexpr double kClocksDiffer = 300;
 constexpr std::size_t kMostNames = 5;
 constexpr auto kForgotten = std::chrono::days(7);
 
-std::string Minutes(double seconds) {
-  return std::to_string(static_cast<std::int64_t>(seconds / 60)) + " minutes";
+std::string Span(double seconds) {
+  const bool days = seconds > 2 * 86400;
+  return std::to_string(static_cast<std::int64_t>(seconds / (days ? 86400 : 60))) +
+         (days ? " days" : " minutes");
 }
 
 }  // namespace
@@ -35,10 +37,10 @@ void CheckNewestSample(Examination& at) {
   const double age = newest.Number(0, 0);
   const std::string time = std::string(newest.Text(0, 1)) + " UTC";
   if (age < -kClocksDiffer) {
-    at.Warn(check, time + ", " + Minutes(-age) + " in the future",
+    at.Warn(check, time + ", " + Span(-age) + " in the future",
             "set the clock of the recorder and of the server");
   } else if (age > 60.0 * static_cast<double>(at.options.lateAfter.count())) {
-    at.Warn(check, time + ", " + Minutes(age) + " ago", "look at the recorder: historian spool");
+    at.Warn(check, time + ", " + Span(age) + " ago", "look at the recorder: historian spool FILE");
   } else {
     at.Ok(check, time + "; " + std::string(newest.Text(0, 3)) + " samples a second; oldest " +
                      std::string(newest.Text(0, 2)) + " UTC");

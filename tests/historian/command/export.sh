@@ -29,6 +29,7 @@ case='tags and a range'
 run export A B --from 2026-03-02T06:00:00.007Z --to 2026-03-02T06:00:02Z
 expect_equal "$out" 'time,tag,value
 2026-03-02T06:00:00.007Z,A,-2e-07' 'what is written'
+expect_equal "$err" '1 sample exported; none of B' 'what is said'
 
 case='wide'
 run export A B --format wide --zone +01:00
