@@ -33,6 +33,19 @@ bool IsCopy(ExecStatusType status) {
   return status == PGRES_COPY_IN || status == PGRES_COPY_OUT || status == PGRES_COPY_BOTH;
 }
 
+// The last result of what was sent (`sent`: libpq's answer to that), or the first that is a failure: libpq's
+// PQexec gives the last one, which after a lost connection is not the one that holds the server's reason.
+Result ReadToTheEnd(PGconn* handle, int sent) {
+  Result kept;
+  if (!sent) return kept;
+  while (Result piece{PQgetResult(handle)}) {
+    const bool isCopy = IsCopy(PQresultStatus(piece.get()));
+    if (!kept || !IsFailure(kept.get())) kept = std::move(piece);
+    if (isCopy) break;  // libpq would return it again and again
+  }
+  return kept;
+}
+
 }  // namespace
 
 void Connection::Open(const ConnectionKeywords& keywords) {
@@ -95,7 +108,7 @@ void Connection::DiscardUnread() {
 
 Result Connection::Execute(const char* statement) {
   MakeReady();
-  Result result(PQexec(handle_.get(), statement));
+  Result result = ReadToTheEnd(handle_.get(), PQsendQuery(handle_.get(), statement));
   if (!result || IsFailure(result.get())) ThrowFailure(result.get(), handle_.get());
   return result;
 }
@@ -152,8 +165,9 @@ QueryId Connection::Sent(int accepted) {
 PreparedNames Connection::Prepare(const Statement& statement) {
   DeallocateReleased();
   PreparedNames name = {kNamePrefix + std::to_string(++lastName_)};
-  const Result result(PQprepare(handle_.get(), name.front().c_str(), statement.text.c_str(),
-                                static_cast<int>(statement.types.size()), statement.types.data()));
+  const int sent = PQsendPrepare(handle_.get(), name.front().c_str(), statement.text.c_str(),
+                                 static_cast<int>(statement.types.size()), statement.types.data());
+  const Result result = ReadToTheEnd(handle_.get(), sent);
   if (PQresultStatus(result.get()) != PGRES_COMMAND_OK) ThrowFailure(result.get(), handle_.get());
   return name;
 }
