@@ -33,6 +33,7 @@ class RecorderServer : public RecorderTest {
 
 TEST_F(RecorderServer, IsStoppedHardTwentyTimesUnderLoad) {
   constexpr int kPlants = 8;
+  constexpr std::int64_t kPerCall = 20;
   Recorder recorder(NewDbms(), Options());
   std::atomic<bool> enough = false;
   std::atomic<std::int64_t> calls = 0;
@@ -41,17 +42,17 @@ TEST_F(RecorderServer, IsStoppedHardTwentyTimesUnderLoad) {
     plants.emplace_back([&] {
       while (!enough) {
         const std::int64_t call = calls++;
-        EXPECT_TRUE(recorder.Record(Samples(call * 100, 100)));
+        EXPECT_TRUE(recorder.Record(Samples(call * kPerCall, kPerCall)));
         EXPECT_TRUE(recorder.Record(std::vector<AlarmRecord>{AnAlarm(call)}));
         EXPECT_TRUE(recorder.Record(std::vector<SystemLogRecord>{ALogRecord(call)}));
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
       }
     });
   }
   for (int i = 0; i < 20 && !HasFatalFailure(); ++i) {
     // In the middle of the stream: once something more has been stored.
     const std::int64_t stored = recorder.Report().stored;
-    while (recorder.Report().stored == stored) std::this_thread::yield();
+    while (recorder.Report().stored == stored) std::this_thread::sleep_for(std::chrono::milliseconds(1));
     Ask("stop");
     ExpectTrueCounts(recorder.Report());
     Ask("start");
@@ -60,7 +61,7 @@ TEST_F(RecorderServer, IsStoppedHardTwentyTimesUnderLoad) {
   for (std::thread& plant : plants) plant.join();
   ExpectAllSettled(recorder);
   Reconnect();
-  EXPECT_EQ(History(), Lines(Samples(0, calls * 100)));
+  EXPECT_EQ(History(), Lines(Samples(0, calls * kPerCall)));
   EXPECT_EQ(Value("select count(*) from alarm"), std::to_string(calls));
   EXPECT_EQ(Value("select count(*) from system_log"), std::to_string(calls));
   EXPECT_EQ(recorder.Report().stored, recorder.Report().accepted);
