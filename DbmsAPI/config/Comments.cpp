@@ -27,10 +27,7 @@ bool TirelScada::InsertComments(const std::vector<CommentRecord>& comments) {
   return Run([&](SACommand& command) {
     command.setCommandText(kInsertComment);
     for (const CommentRecord& comment : comments) {
-      command.Param(1).setAsLong() = comment.group_id;
-      command.Param(2).setAsLong() = comment.row;
-      command.Param(3).setAsLong() = comment.col;
-      command.Param(4).setAsString() = ToSAString(comment.comment);
+      command << comment.group_id << comment.row << comment.col << comment.comment;
       BindOrNull(command.Param(5), comment.font);
       command.Execute();
     }

@@ -53,8 +53,7 @@ bool TirelScada::InsertNetworkStatus(const std::vector<NetworkStatusRecord>& rec
   return Run([&](SACommand& command) {
     command.setCommandText(ToSAString(InsertStatement(records.size())));
     for (const NetworkStatusRecord& record : records) {
-      command << ToSAString(record.station) << ToSAString(record.address) << ToSAString(record.description)
-              << ToSAString(record.status);
+      command << record.station << record.address << record.description << record.status;
       command << record.read << record.readErr << record.readPerct;
       command << record.write << record.writeErr << record.writePerct;
     }

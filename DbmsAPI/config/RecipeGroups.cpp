@@ -25,9 +25,7 @@ bool TirelScada::InsertRecipeGroups(const std::vector<RecipeGroupRecord>& groups
   return Run([&](SACommand& command) {
     command.setCommandText(kInsertRecipeGroup);
     for (const RecipeGroupRecord& group : groups) {
-      command.Param(1).setAsString() = ToSAString(group.model_name);
-      command.Param(2).setAsString() = ToSAString(group.group_name);
-      command.Param(3).setAsString() = ToSAString(group.fields);
+      command << group.model_name << group.group_name << group.fields;
       command.Execute();
     }
   });

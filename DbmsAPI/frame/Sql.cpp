@@ -20,6 +20,8 @@ constexpr wchar_t kFindColumn[] =
 
 SAString ToSAString(const std::wstring& text) { return SAString(text.c_str(), text.size()); }
 
+SACommand& operator<<(SACommand& command, const std::wstring& text) { return command << ToSAString(text); }
+
 void BindOrNull(SAParam& parameter, const std::wstring& text) {
   if (text.empty()) {
     parameter.setAsNull();

@@ -12,6 +12,9 @@
 // there unnoticed.
 SAString ToSAString(const std::wstring& text);
 
+// Binds the whole text.
+SACommand& operator<<(SACommand& command, const std::wstring& text);
+
 // Binds a text, or NULL for the empty one.
 void BindOrNull(SAParam& parameter, const std::wstring& text);
 

@@ -116,14 +116,6 @@ void Compress(SACommand& command, const std::wstring& table, const std::vector<U
   AddCompressionPolicy(command, table.c_str());
 }
 
-void Bind(SACommand& command, const UserLogBind& bind) {
-  if (const double* number = std::get_if<double>(&bind)) {
-    command << *number;
-  } else {
-    command << ToSAString(std::get<std::wstring>(bind));
-  }
-}
-
 void ReadRows(SACommand& command, std::vector<UserLogRow>& rows) {
   sys::ReadTimeZone();
   while (command.FetchNext()) {
@@ -182,7 +174,9 @@ bool TirelScada::GetUserLogData(const wchar_t* name, std::int64_t startTime, std
     } else {
       command.setCommandText(
           ToSAString(Format(kUserLogRows, name, from, to, Format(L" and ({})", condition))));
-      for (const UserLogBind& bind : binds) Bind(command, bind);
+      for (const UserLogBind& bind : binds) {
+        std::visit([&](const auto& value) { command << value; }, bind);
+      }
       command.Execute();
     }
     ReadRows(command, rows);

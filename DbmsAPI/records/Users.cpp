@@ -56,11 +56,10 @@ constexpr wchar_t kGetLoggedInIds[] = L"select id from userinfo_table where is_n
 void Insert(SACommand& command, const UserRecord& account) {
   command.setCommandText(
       ToSAString(Format(kInsertAccount, account.login_date, account.expired_date, account.last_reset_pass)));
-  command << ToSAString(account.id) << ToSAString(account.username) << ToSAString(account.password)
-          << ToSAString(account.old_password) << account.security_level << account.sign_level
-          << ToSAString(account.user_group) << ToSAString(account.user_role) << account.is_now_login
-          << ToSAString(account.operator_node) << account.use_expire << ToSAString(account.login_device)
-          << account.login_count << ToSAString(account.description);
+  command << account.id << account.username << account.password << account.old_password
+          << account.security_level << account.sign_level << account.user_group << account.user_role
+          << account.is_now_login << account.operator_node << account.use_expire << account.login_device
+          << account.login_count << account.description;
   command.Execute();
 }
 

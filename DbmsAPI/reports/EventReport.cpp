@@ -81,7 +81,7 @@ bool TirelScada::InsertEventReportData(const wchar_t* modelName, const wchar_t* 
     Require({{L"modelName", modelName}, {L"sheet", sheet}});
     command.setCommandText(ToSAString(InsertStatement(modelName, sheet, cells.size())));
     for (const EventReportCell& cell : cells) {
-      command << EpochSeconds(timeMs) << ToSAString(cell.cell) << ToSAString(cell.value);
+      command << EpochSeconds(timeMs) << cell.cell << cell.value;
     }
     command.Execute();
   });

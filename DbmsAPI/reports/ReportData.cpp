@@ -105,19 +105,13 @@ std::wstring InsertStatement(const wchar_t* period, const Rows<Kind>& rows) {
   return text;
 }
 
-void Bind(SACommand& command, const std::wstring& text) { command << ToSAString(text); }
-template <class Number>
-void Bind(SACommand& command, Number number) {
-  command << number;
-}
-
 template <class Kind>
 void InsertRows(SACommand& command, const wchar_t* period, const Rows<Kind>& rows) {
   Require({{L"period", period}});
   command.setCommandText(ToSAString(InsertStatement<Kind>(period, rows)));
   const bool isMinute = IsMinute(period);
   for (const auto& row : rows)
-    VisitColumns<Kind>(row, isMinute, [&](const auto& field) { Bind(command, field); });
+    VisitColumns<Kind>(row, isMinute, [&](const auto& field) { command << field; });
   command.Execute();
 }
 
