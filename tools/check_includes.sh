@@ -85,8 +85,8 @@ check_foreign() {
     [[ $2 == client/pq/* ]] || problem "$1: libpq-fe.h is included outside client/pq"
   elif [[ $2 == historian/* ]] && is_historians "$3"; then
     return 0
-  elif [[ $2 == DbmsAPI/frame/Format.h && $3 == fmt/* ]]; then
-    return 0
+  elif [[ $3 == fmt/* ]]; then
+    [ "$2" = DbmsAPI/frame/Format.h ] || problem "$1: <$3> is included outside DbmsAPI/frame/Format.h"
   elif ! is_standard_header "$3"; then
     problem "$1: <$3> belongs into port/"
   fi

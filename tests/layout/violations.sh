@@ -6,7 +6,7 @@ check=$1
 tree=$(mktemp -d)
 trap 'rm -rf "$tree"' EXIT
 
-mkdir -p "$tree"/{port/posix,client/include,client/pq,DbmsAPI/{frame,history,reports,records,config},tests,examples/demo,historian/command}
+mkdir -p "$tree"/{port/posix,client/include,client/pq,DbmsAPI/{frame,history,reports,records,config},tests,examples/demo,historian/command/posix}
 write() { printf '%s\n' "${@:2}" >"$tree/$1"; }
 write port/Utf8.h '#include <string>'
 write port/posix/Utf8.cpp '#include "../Utf8.h"' '#include <utf8.h>' '#ifdef _WIN32' '#endif'
@@ -17,11 +17,13 @@ write client/SAString.cpp '#include "SQLAPI.h"' '#include "pq/Session.h"'
 write DbmsAPI/Dbms.h '#include <vector>'
 write DbmsAPI/TirelScada.h '#include "Dbms.h"'
 write DbmsAPI/frame/Operation.h '#include <SQLAPI.h>' '#include "../TirelScada.h"' '} catch (const SAException& error) {'
+write DbmsAPI/frame/Format.h '#include <fmt/xchar.h>'
 write DbmsAPI/history/Alarm.cpp '#include "../frame/Operation.h"' '#include "port/Utf8.h"'
 write DbmsAPI/reports/Report.h '#include <map>'
 write historian/Recorder.h '#include "DbmsAPI/Dbms.h"'
 write historian/Spool.cpp '#include "historian/Recorder.h"' '#include <SQLAPI.h>' '#include <sqlite3.h>' '#include "port/Utf8.h"'
 write historian/command/main.cpp '#include "historian/Recorder.h"' '#include <CLI/CLI.hpp>'
+write historian/command/posix/Console.cpp '#include <unistd.h>'
 write port/Debug.h '#include <string>'
 write historian/Spool.h '#include <string>'
 write historian/command/Table.h '#include <string>'
@@ -47,7 +49,7 @@ expect() {
   if [ -f "$kept" ]; then mv "$kept" "$tree/$1"; else rm "$tree/$1"; fi
 }
 
-"$check" "$tree" >/dev/null || fail "the sound tree does not pass: $("$check" "$tree")"
+"$check" "$tree" >/dev/null || fail "the valid tree does not pass: $("$check" "$tree")"
 
 expect port/Utf8.h '#include "client/include/SQLAPI.h"' 'port/Utf8.h:2: port does not include client/include/SQLAPI.h'
 expect client/SAString.cpp '#include "DbmsAPI/Dbms.h"' 'client does not include DbmsAPI/Dbms.h'
@@ -80,6 +82,8 @@ expect historian/Spool.cpp '#include <libpq-fe.h>' 'libpq-fe.h is included outsi
 expect historian/Spool.cpp '#include <unistd.h>' '<unistd.h> belongs into port/'
 expect historian/Spool.cpp '#include "command/Table.h"' 'historian does not include historian/command/Table.h'
 expect DbmsAPI/frame/Operation.h '#include "historian/Recorder.h"' 'frame does not include historian/Recorder.h'
+expect DbmsAPI/frame/Operation.h '#include <fmt/xchar.h>' '<fmt/xchar.h> is included outside DbmsAPI/frame/Format.h'
+expect historian/command/main.cpp '#include <unistd.h>' '<unistd.h> belongs into port/'
 expect DbmsAPI/frame/Operation.h '#include <sqlite3.h>' '<sqlite3.h> belongs into port/'
 expect examples/demo/main.cpp '#include "historian/Spool.h"' 'examples use the public headers only, not historian/Spool.h'
 expect port/Utf8.h '#include "tests/Fixture.h"' '"tests/Fixture.h" is not to be found'
