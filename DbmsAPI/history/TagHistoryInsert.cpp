@@ -44,7 +44,7 @@ struct ClearResult {
 };
 using Result = std::unique_ptr<PGresult, ClearResult>;
 
-// The first failure of a batch that has a text. Later ones are its consequences.
+// The failure of the first step that failed.
 struct Failure {
   std::wstring text;
   std::string sqlState;
@@ -179,7 +179,6 @@ bool Batch::Rollback() {
 
 // After a connection is lost, only the step that noticed it has a text.
 void Batch::KeepFailure(const PGresult* result) {
-  if (!failure_.text.empty()) return;
   std::string text = TextOf(api_, result);
   if (text.empty()) text = api_.PQerrorMessage(conn_);
   text.resize(text.find_last_not_of('\n') + 1);

@@ -1,7 +1,7 @@
 // An allocation that fails inside an operation leaves it as std::bad_alloc, and the session stays usable.
 
 #include <DbmsAPI/Diagnostics.h>
-#include <SQLAPI.h>
+#include <pgAPI.h>
 
 #include <functional>
 
@@ -73,6 +73,41 @@ class OutOfMemory : public DbmsTest {
   }
 };
 
+// Watches the COPYs of all connections through the native calls.
+class CopyWatch {
+ public:
+  explicit CopyWatch(const SAConnection& connection) : table_(static_cast<pgAPI&>(*connection.NativeAPI())) {
+    real = table_;
+    table_.PQexec = Execute;
+    table_.PQputCopyEnd = EndCopy;
+  }
+  ~CopyWatch() { table_ = real; }
+  CopyWatch(const CopyWatch&) = delete;
+  CopyWatch& operator=(const CopyWatch&) = delete;
+
+  static inline bool cancelled = false;    // a COPY was ended with an error
+  static inline bool interrupted = false;  // a statement was sent during a COPY
+
+ private:
+  static PGresult* Execute(PGconn* connection, const char* statement) {
+    interrupted = interrupted || copying;
+    PGresult* const result = real.PQexec(connection, statement);
+    copying = real.PQresultStatus(result) == kCopyIn;
+    return result;
+  }
+  static int EndCopy(PGconn* connection, const char* error) {
+    copying = false;
+    cancelled = cancelled || error;
+    return real.PQputCopyEnd(connection, error);
+  }
+
+  static constexpr int kCopyIn = 4;  // PGRES_COPY_IN
+  static inline pgAPI real;
+  static inline bool copying = false;
+
+  pgAPI& table_;
+};
+
 // Three samples of one tag each; each call gives another time.
 bool InsertBatch(Dbms& dbms) {
   static std::int64_t seconds = kStart;
@@ -87,6 +122,14 @@ TEST_F(OutOfMemory, InsertLogDataStoresAllOrNothing) {
   EXPECT_EQ(Rows("select count(*) from datalog group by time having count(*) <> 3"),
             std::vector<std::string>());
   EXPECT_NE(Value("select count(*) from datalog"), "0");
+}
+
+TEST_F(OutOfMemory, InsertLogDataEndsItsCopyBeforeTheRollback) {
+  const auto dbms = NewDbms();
+  const CopyWatch watch(*dbms->GetConnection());
+  FailEachAllocation(InsertBatch);
+  EXPECT_TRUE(CopyWatch::cancelled);
+  EXPECT_FALSE(CopyWatch::interrupted);
 }
 
 TEST_F(OutOfMemory, InsertLogDataThatTheServerRefuses) {

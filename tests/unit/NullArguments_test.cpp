@@ -132,13 +132,13 @@ TEST_F(NullArguments, AColumnOfAUserLogNeedsAName) {
 }
 
 TEST_F(NullArguments, OptionalTextsMayBeNull) {
-  EXPECT_TRUE(dbms->GetUserLogData(L"log", 1, 2, nullptr, {}, userLogRows));
+  ASSERT_TRUE(dbms->GetUserLogData(L"log", 1, 2, nullptr, {}, userLogRows));
   EXPECT_EQ(
       server.sent.back().statement,
       L"select * from user_log where time >= to_timestamp(1) and time <= to_timestamp(2) order by time");
-  EXPECT_TRUE(dbms->SaveRecipe(L"m", L"n", L"{}", nullptr));
+  ASSERT_TRUE(dbms->SaveRecipe(L"m", L"n", L"{}", nullptr));
   EXPECT_EQ(server.sent.back().binds.back(), L"null");
-  EXPECT_TRUE(dbms->GetRecipes(L"m", nullptr, recipes));
+  ASSERT_TRUE(dbms->GetRecipes(L"m", nullptr, recipes));
   EXPECT_EQ(server.sent.back().statement,
             L"select name,fields,description from recipe where model_name = :1");
 }

@@ -196,6 +196,17 @@ TEST_F(TagHistoryInsert, AStepWithoutAResultIsReportedWithTheTextOfTheConnection
   EXPECT_STREQ(dbms->GetLastError(), L"no connection to the server");
 }
 
+TEST_F(TagHistoryInsert, AFailureWithoutATextKeepsTheTextOfTheFailureBefore) {
+  ASSERT_TRUE(dbms->Connect());
+  server.FailStatement(2, {3, 7, L"ERROR:  out of memory", "53200"});
+  EXPECT_FALSE(dbms->InsertLogData(one));
+  server.connectionError.clear();
+  server.FailStatement(1, {3, 7, L""});
+  EXPECT_FALSE(dbms->InsertLogData(one));
+  EXPECT_STREQ(dbms->GetLastError(), L"ERROR:  out of memory");
+  EXPECT_EQ(LastSqlState(*dbms), "53200");
+}
+
 TEST_F(TagHistoryInsert, AFailedRollbackKeepsTheTextOfTheStepBefore) {
   ASSERT_TRUE(dbms->Connect());
   server.FailStatement(5, {3, 7, L"ERROR:  disk full", "53100"});
