@@ -66,6 +66,8 @@ class Batch {
   bool Store();
 
   const Failure& FirstFailure() const { return failure_; }
+  // Whether the server did not roll back, so that it would refuse everything that follows.
+  bool LeftTransaction() const { return leftTransaction_; }
 
  private:
   Result Execute(const char* statement) { return Result(api_.PQexec(conn_, statement), {&api_}); }
@@ -86,6 +88,7 @@ class Batch {
   TagNameCache& names_;
   std::string& buffer_;
   bool copying_ = false;
+  bool leftTransaction_ = false;
   bool endless_ = false;  // the server answered the end of COPY by another COPY
   Failure failure_;
 };
@@ -100,7 +103,7 @@ bool Batch::Store() {
     if (!Rollback()) connection_.Destroy();
     throw;
   }
-  Rollback();
+  leftTransaction_ = !Rollback();
   return false;
 }
 
@@ -198,7 +201,11 @@ bool TirelScada::InsertLogData(const std::vector<LogSample>& samples) {
       lastError = failure.text;
       lastSqlState = failure.sqlState;
     }
-    if (ConnectionLost()) AbandonServer();
+    if (ConnectionLost()) {
+      AbandonServer();
+    } else if (batch.LeftTransaction()) {
+      connection->Destroy();
+    }
     return false;
   });
 }

@@ -24,7 +24,7 @@ function cell(fault, family,    letter) {
   if (letter == "") fail(test_of[fault] " has no outcome for " family)
   if (letter != "–" && !has_test(test_of[fault], family)) fail("there is no test " test_of[fault] "/" family)
   if (letter == "–" && has_test(test_of[fault], family)) fail(test_of[fault] "/" family " is a test, and has no outcome")
-  if (letter != "–") ++cells
+  if (letter == "–") ++gaps; else ++cells
   return letter
 }
 
@@ -86,7 +86,7 @@ END {
   for (i = 1; i <= count_texts; ++i) print texts[i]
   print "\n## Families\n\n| family | operations in the tests |\n|---|---|"
   for (i = 1; i <= count_families; ++i) print "| " family_title[family_name[i]] " | " operations[family_name[i]] " |"
-  print "\n## Faults by families\n\n" cells " cells. Each letter is an outcome in the section of its fault; – means that the fault does not meet the family.\n"
+  print "\n## Faults by families\n\n" cells " cells. Each letter is an outcome in the section of its fault" (gaps ? "; – means that the fault does not meet the family.\n" : ".\n")
   head = "| fault |"
   rule = "|---|"
   for (i = 1; i <= count_families; ++i) {

@@ -167,6 +167,21 @@ TEST_F(TagHistoryInsert, AnErrorTooLongForItsMessageStillRollsBack) {
   EXPECT_EQ(debugLines[0].substr(0, 17), L"invalid parameter");
 }
 
+TEST_F(TagHistoryInsert, ARefusedRollbackDropsTheConnection) {
+  ASSERT_TRUE(dbms->Connect());
+  dbms->hostSelector = [](const wchar_t* host) {
+    ADD_FAILURE() << "the server is there";
+    return host;
+  };
+  server.FailStatement(5, {3, 7, L"ERROR:  no"});
+  server.FailStatement(6, {3, 7, L"ERROR:  canceling statement due to statement timeout"});
+  EXPECT_FALSE(dbms->InsertLogData(one));
+  EXPECT_EQ(server.Statements().back(), L"ROLLBACK");
+  EXPECT_STREQ(dbms->GetLastError(), L"ERROR:  no");
+  EXPECT_FALSE(dbms->GetConnection()->isConnected());
+  EXPECT_TRUE(dbms->InsertLogData(one));
+}
+
 TEST_F(TagHistoryInsert, ALostServerIsAbandonedAfterTheReport) {
   ASSERT_TRUE(dbms->Connect());
   dbms->hostSelector = [this](const wchar_t* current) {
