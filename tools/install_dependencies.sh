@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the missing Debian packages for a purpose, and lists them:
 #
-#   tools/install_dependencies.sh demo|test|bench|windows...
+#   tools/install_dependencies.sh demo|package|test|bench|windows...
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 # shellcheck source=tools/lib/say.sh
@@ -10,11 +10,14 @@ here=$(cd "$(dirname "$0")" && pwd)
 # Compiler and build tools, the libraries that the project needs, the private server, the time zones of --zone.
 demo=(g++ cmake ninja-build pkg-config libpq-dev libfmt-dev libutfcpp-dev libsqlite3-dev libcli11-dev
   libhowardhinnant-date-dev nlohmann-json3-dev zlib1g-dev postgresql-15 tzdata)
+# What cpack needs to make Debian packages.
+package=("${demo[@]}" dpkg-dev file)
 # The second compiler, the test framework, the tools that the checks call.
-test=("${demo[@]}" clang clang-format libgtest-dev libgmock-dev binutils dpkg-dev file git groff-base
+test=("${package[@]}" clang clang-format libgtest-dev libgmock-dev binutils git groff-base
   jq sqlite3)
 # The compiler for Windows, Wine to run its programs, the test framework in source.
-windows=("${demo[@]}" g++-mingw-w64-x86-64-posix mingw-w64-tools wine wine64 googletest binutils)
+windows=("${demo[@]}" g++-mingw-w64-x86-64-posix mingw-w64-tools wine wine64 googletest binutils
+  groff-base jq)
 # The benchmark framework, the other libraries of the benchmarks, and valgrind to count instructions.
 bench=("${demo[@]}" libbenchmark-dev libpqxx-dev libsoci-dev libboost-dev qtbase5-dev libqt5sql5-psql unixodbc-dev
   odbc-postgresql valgrind)
@@ -27,10 +30,11 @@ need_npm() { command -v npm >/dev/null || echo npm; }
 packages_for() {
   case $1 in
     demo) printf '%s\n' "${demo[@]}" ;;
+    package) printf '%s\n' "${package[@]}" ;;
     test) printf '%s\n' "${test[@]}" && need_npm ;;
     bench) printf '%s\n' "${bench[@]}" ;;
     windows) printf '%s\n' "${windows[@]}" && need_npm ;;
-    *) die "knows demo, test, bench and windows, not \"$1\"" ;;
+    *) die "knows demo, package, test, bench and windows, not \"$1\"" ;;
   esac
 }
 
@@ -68,7 +72,7 @@ install_packages() {
   rm -f "$log"
 }
 
-[ $# -gt 0 ] || die "usage: install_dependencies.sh demo|test|bench|windows..."
+[ $# -gt 0 ] || die "usage: install_dependencies.sh demo|package|test|bench|windows..."
 wanted=$(for purpose in "$@"; do packages_for "$purpose"; done | sort -u)
 command -v dpkg-query >/dev/null || die "installs Debian packages; this system has none. Needed: $(echo "$wanted" | xargs)"
 
