@@ -25,7 +25,7 @@ if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
        FORMAT raw COMPRESSION GZip COMPRESSION_LEVEL 9 MTIME 0)
 endif()
 
-file(GLOB documents RELATIVE ${PROJECT_SOURCE_DIR} CONFIGURE_DEPENDS docs/*.md docs/*/*)
+file(GLOB documents RELATIVE ${PROJECT_SOURCE_DIR} CONFIGURE_DEPENDS docs/*.md docs/*.sql docs/*/*)
 dbmsapi_install_documents(runtime libdbmsapi${PROJECT_VERSION_MAJOR})
 dbmsapi_install_documents(development libdbmsapi-dev README.md ${documents} examples/first_steps.cpp
                           examples/operator_station.cpp)
