@@ -40,6 +40,13 @@ std::shared_ptr<Dbms> ChaosTest::Begin(const Operation& operation) {
   return dbms;
 }
 
+std::shared_ptr<Dbms> ChaosTest::BeginDirectly(const Operation& operation) {
+  Run(operation.prepare);
+  auto dbms = NewDbms(DbmsType::PostgreSQL);
+  EXPECT_TRUE(dbms->Connect()) << LastMessage(*dbms);
+  return dbms;
+}
+
 std::string ChaosTest::Hold(const Operation& operation) {
   const bool changesTables = operation.table == nullptr;
   Run(changesTables ? "begin; lock table pg_attribute in share mode"

@@ -17,6 +17,8 @@ class ChaosTest : public OperationsTest, public ::testing::WithParamInterface<Fa
   std::shared_ptr<Dbms> NewGatedDbms() const;
   // The same, connected, in a database that holds nothing of the operation.
   std::shared_ptr<Dbms> Begin(const Operation& operation);
+  // The same without the gate.
+  std::shared_ptr<Dbms> BeginDirectly(const Operation& operation);
 
   // Locks what the operation needs, in a transaction of the independent channel. Returns a query that is true
   // while somebody waits for a lock.

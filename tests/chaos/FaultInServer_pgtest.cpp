@@ -39,12 +39,6 @@ class FaultInServer : public ChaosTest {
       test(operation);
     }
   }
-  std::shared_ptr<Dbms> BeginDirectly(const Operation& operation) {
-    Run(operation.prepare);
-    auto dbms = NewDbms(DbmsType::PostgreSQL);
-    EXPECT_TRUE(dbms->Connect());
-    return dbms;
-  }
 
   // Runs PL/pgSQL whenever the operation changes its table, or the tables that there are.
   void Hook(const Operation& operation, const std::string& body) {

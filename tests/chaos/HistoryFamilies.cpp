@@ -8,6 +8,28 @@ constexpr std::int64_t kMs = kSeconds * 1000;
 // Not made in the call: libstdc++ 12 cannot undo the copy of a variant whose text finds no memory.
 const std::vector<UserLogBind> kNotCold = {L"cold"};
 
+std::vector<Operation> EventReportOperations() {
+  const auto insert = [](Dbms& d) {
+    return d.InsertEventReportData(L"M", L"S", kMs, {{L"A1", L"x"}, {L"A2", L"y"}});
+  };
+  const auto read = [](Dbms& d) {
+    std::unordered_map<std::wstring, std::vector<std::wstring>> values;
+    return d.GetEventReportData(L"M", L"S", values) && values.size() == 1;
+  };
+  const std::string count = "select count(*) from event_report_data";
+  const std::string fill =
+      "truncate event_report_data; "
+      "insert into event_report_data values (to_timestamp(1700000000), 'M', 'S', 'A1', 'x')";
+  return {{"InsertEventReportData",
+           "event_report_data",
+           "truncate event_report_data",
+           insert,
+           count,
+           {0, 2},
+           Again::IsRefused},
+          {"GetEventReportData", "event_report_data", fill, read, count, {1, 1}}};
+}
+
 }  // namespace
 
 Family TagHistory() {
@@ -92,38 +114,12 @@ Family Reports() {
     std::unordered_map<std::wstring, std::vector<ReportAnalogData>> data = {{L"A", {}}};
     return d.GetReportAnalogData(L"hour", kSeconds, kSeconds + 1, data);
   };
-  const auto capture = [](Dbms& d) {
-    return d.InsertEventReportData(L"M", L"S", kMs, {{L"A1", L"x"}, {L"A2", L"y"}});
-  };
-  const auto readCapture = [](Dbms& d) {
-    std::unordered_map<std::wstring, std::vector<std::wstring>> values;
-    return d.GetEventReportData(L"M", L"S", values) && values.size() == 1;
-  };
+  const char* const table = "report_data_analog_hour";
+  const std::string clear = "truncate report_data_analog_hour";
   const std::string count = "select count(*) from report_data_analog_hour";
-  const std::string countCells = "select count(*) from event_report_data";
-  const std::string fillCells =
-      "truncate event_report_data; "
-      "insert into event_report_data values (to_timestamp(1700000000), 'M', 'S', 'A1', 'x')";
-  return {"Reports",
-          [](Dbms& d) { return d.CreateReportDataTables(0) && d.CreateEventReportTable(); },
-          {{"InsertReportAnalogData",
-            "report_data_analog_hour",
-            "truncate report_data_analog_hour",
-            insert,
-            count,
-            {0, 1}},
-           {"GetReportAnalogData",
-            "report_data_analog_hour",
-            "truncate report_data_analog_hour",
-            read,
-            count,
-            {0, 0}},
-           {"InsertEventReportData",
-            "event_report_data",
-            "truncate event_report_data",
-            capture,
-            countCells,
-            {0, 2},
-            Again::IsRefused},
-           {"GetEventReportData", "event_report_data", fillCells, readCapture, countCells, {1, 1}}}};
+  std::vector<Operation> operations = {{"InsertReportAnalogData", table, clear, insert, count, {0, 1}},
+                                       {"GetReportAnalogData", table, clear, read, count, {0, 0}}};
+  for (const Operation& operation : EventReportOperations()) operations.push_back(operation);
+  return {"Reports", [](Dbms& d) { return d.CreateReportDataTables(0) && d.CreateEventReportTable(); },
+          std::move(operations)};
 }

@@ -11,17 +11,13 @@ namespace {
 
 // ---- Connections ----
 
-class RefusedConnection : public ChaosTest {
- protected:
-  // Where nobody listens yet.
-  std::unique_ptr<StatementGate> closed = NewGate();
-};
+class RefusedConnection : public ChaosTest {};
 
 TEST_P(RefusedConnection, NobodyListens) {
   for (const Operation& operation : Operations()) {
     SCOPED_TRACE(operation.name);
     Run(operation.prepare);
-    gate = NewGate();
+    gate = NewGate();  // closed
     const auto dbms = NewGatedDbms();
     int asked = 0;
     dbms->hostSelector = [&](const wchar_t* host) {
@@ -99,12 +95,6 @@ INSTANTIATE_WITH_EACH_FAMILY(LimitedRole);
 
 class RefusedStatement : public ChaosTest {
  protected:
-  std::shared_ptr<Dbms> BeginDirectly(const Operation& operation) {
-    Run(operation.prepare);
-    auto dbms = NewDbms(DbmsType::PostgreSQL);
-    EXPECT_TRUE(dbms->Connect());
-    return dbms;
-  }
   void ExpectRefusal(Dbms& dbms, const Operation& operation, const char* state) {
     EXPECT_FALSE(operation.call(dbms));
     EXPECT_EQ(LastSqlState(dbms), state) << LastMessage(dbms);
