@@ -1,12 +1,10 @@
 // historian alarms: lists alarm state changes.
-#include <nlohmann/json.hpp>
-
+#include "AlarmRows.h"
 #include "Failure.h"
 #include "Subcommand.h"
 #include "Table.h"
 #include "Text.h"
 #include "csv/Times.h"
-#include "port/Utf8.h"
 
 namespace historian::command {
 namespace {
@@ -14,30 +12,8 @@ namespace {
 struct Options {
   CommonOptions common;
   std::string from, to;
-  std::string tag;
-  std::optional<int> status, type, level, area;
-  bool open = false;
-  std::uint64_t limit = 100;
+  AlarmFilter filter;
 };
-
-// :1 from, :2 to (epoch milliseconds), :3 beginning of the tag, :4 status, :5 type, :6 level, :7 zone (each
-// NULL: any), :8 whether only those not cleared, :9 most rows.
-constexpr wchar_t kAlarms[] =
-    L"select (extract(epoch from time) * 1000)::int8, tag_name, value, label, status, type, level, zone, "
-    L"(extract(epoch from occ_time) * 1000)::int8, (extract(epoch from free_time) * 1000)::int8 from alarm "
-    L"where time >= to_timestamp(:1 / 1000.0) and time <= to_timestamp(:2 / 1000.0) and starts_with(tag_name, :3) "
-    L"and (:4::int is null or status = :4::int) and (:5::int is null or type = :5::int) "
-    L"and (:6::int is null or level = :6::int) and (:7::int is null or zone = :7::int) "
-    L"and (not :8 or free_time is null) "
-    L"order by time desc, tag_name, status limit :9";
-
-void Bind(SACommand& command, const std::optional<int>& code) {
-  if (code) {
-    command << *code;
-  } else {
-    command << SANull();
-  }
-}
 
 class Listing {
  public:
@@ -45,50 +21,26 @@ class Listing {
       : options_(options), terminal_(terminal), zone_(FindZone(options.common.zone)) {}
 
   int Run() {
-    const Time from = options_.from.empty() ? Time() : ReadTimeArgument("--from", options_.from, *zone_);
-    const Time to = ReadTimeArgument("--to", options_.to.empty() ? "now" : options_.to, *zone_);
-    if (to < from) throw Refusal("--to lies before --from");
+    AlarmFilter filter = options_.filter;
+    if (!options_.from.empty()) filter.from = ReadTimeArgument("--from", options_.from, *zone_);
+    filter.to = ReadTimeArgument("--to", options_.to.empty() ? "now" : options_.to, *zone_);
+    if (filter.to < filter.from) throw Refusal("--to lies before --from");
     Server server(options_.common.server);
     server.RequireTable("alarm");
-    const auto bind = [&](SACommand& command) {
-      command << static_cast<long long>(from.time_since_epoch().count())
-              << static_cast<long long>(to.time_since_epoch().count())
-              << SAString(sys::FromUtf8(options_.tag));
-      for (const auto& code : {options_.status, options_.type, options_.level, options_.area})
-        Bind(command, code);
-      command << options_.open << static_cast<long long>(options_.limit);
-    };
-    server.Query(kAlarms, bind, [&](SACommand& row) { options_.common.json ? AddJson(row) : AddRow(row); });
+    ReadAlarms(server, filter, [&](const AlarmRow& alarm) {
+      options_.common.json ? alarms_.push_back(ToJson(alarm)) : AddRow(alarm);
+    });
     options_.common.json ? terminal_.Line(alarms_.dump(1)) : Print();
     return kDone;
   }
 
  private:
-  static Time TimeOf(SACommand& row, int column) {
-    return Time(std::chrono::milliseconds(row.Field(column).asInt64()));
-  }
-
-  void AddRow(SACommand& row) {
-    const bool open = row.Field(10).isNull();
-    table_.AddRow({FormatTime(TimeOf(row, 1), *zone_), Text(row.Field(2)),
-                   FormatValue(row.Field(3).asDouble()), Text(row.Field(5)), Text(row.Field(6)),
-                   Text(row.Field(7)), Text(row.Field(8)),
-                   open ? "open" : FormatTime(TimeOf(row, 10), *zone_), OneLine(Text(row.Field(4)))});
+  void AddRow(const AlarmRow& alarm) {
+    const auto code = [](int number) { return std::to_string(number); };
+    table_.AddRow({FormatTime(alarm.time, *zone_), alarm.tag, FormatValue(alarm.value), code(alarm.status),
+                   code(alarm.type), code(alarm.level), code(alarm.area),
+                   alarm.cleared ? FormatTime(*alarm.cleared, *zone_) : "open", OneLine(alarm.label)});
     ++rows_;
-  }
-
-  void AddJson(SACommand& row) {
-    alarms_.push_back({{"time", FormatUtc(TimeOf(row, 1))},
-                       {"tag", Text(row.Field(2))},
-                       {"value", row.Field(3).asDouble()},
-                       {"label", Text(row.Field(4))},
-                       {"status", row.Field(5).asLong()},
-                       {"type", row.Field(6).asLong()},
-                       {"level", row.Field(7).asLong()},
-                       {"zone", row.Field(8).asLong()},
-                       {"occurred", FormatUtc(TimeOf(row, 9))},
-                       {"cleared", row.Field(10).isNull() ? nlohmann::json()
-                                                          : nlohmann::json(FormatUtc(TimeOf(row, 10)))}});
   }
 
   void Print() {
@@ -98,7 +50,7 @@ class Listing {
     }
     table_.Print(terminal_);
     terminal_.Line(' ' + Count(rows_, "state change") + ", newest first, times in " + zone_->name() +
-                   (rows_ == options_.limit ? "; more may match (--limit)" : ""));
+                   (rows_ == options_.filter.limit ? "; more may match (--limit)" : ""));
   }
 
   const Options& options_;
@@ -126,17 +78,21 @@ Subcommand AddAlarms(CLI::App& program) {
   app->add_option("--from", options->from, "From this time on: 2026-11-21, \"2026-11-21 20:40\", 24h, 7d")
       ->option_text("TIME");
   app->add_option("--to", options->to, "Up to this time [now]")->option_text("TIME");
-  app->add_option("--tag", options->tag, "Tags whose names begin so")->option_text("PREFIX");
-  app->add_option("--status", options->status, "Of this status")
+  app->add_option("--tag", options->filter.prefix, "Tags whose names begin so")->option_text("PREFIX");
+  app->add_option("--status", options->filter.status, "Of this status")
       ->option_text("0..3")
       ->check(CLI::Range(0, 3));
-  app->add_option("--type", options->type, "Of this type")->option_text("0..12")->check(CLI::Range(0, 12));
-  app->add_option("--level", options->level, "Of this level")->option_text("0..15")->check(CLI::Range(0, 15));
-  app->add_option("--alarm-zone", options->area, "Of this alarm zone")
+  app->add_option("--type", options->filter.type, "Of this type")
+      ->option_text("0..12")
+      ->check(CLI::Range(0, 12));
+  app->add_option("--level", options->filter.level, "Of this level")
+      ->option_text("0..15")
+      ->check(CLI::Range(0, 15));
+  app->add_option("--alarm-zone", options->filter.area, "Of this alarm zone")
       ->option_text("CODE")
       ->check(CLI::Range(0, 32767));
-  app->add_flag("--open", options->open, "Only those that have not cleared");
-  app->add_option("--limit", options->limit, "Most rows [100]")
+  app->add_flag("--open", options->filter.open, "Only those that have not cleared");
+  app->add_option("--limit", options->filter.limit, "Most rows [100]")
       ->option_text("ROWS")
       ->check(CLI::Range(1, 1000000000));
   AddCommonOptions(*app, options->common, true);

@@ -1,10 +1,8 @@
 // historian doctor: checks the health of the store.
-#include <nlohmann/json.hpp>
-
 #include "Failure.h"
 #include "Subcommand.h"
 #include "Text.h"
-#include "historian/Health.h"
+#include "Verdicts.h"
 
 namespace historian::command {
 namespace {
@@ -16,15 +14,6 @@ struct Options {
   int stopped_after = 24 * 60;
   bool quiet = false;
 };
-
-const char* WordOf(Verdict verdict) {
-  switch (verdict) {
-    case Verdict::Warning: return "warning";
-    case Verdict::Failed: return "failed";
-    case Verdict::Ok: break;
-  }
-  return "ok";
-}
 
 const char* ColourOf(Verdict verdict) {
   switch (verdict) {
@@ -58,20 +47,12 @@ int Run(const Options& options, Terminal& terminal) {
   wanted.lateAfter = std::chrono::minutes(options.late_after);
   wanted.stoppedAfter = std::chrono::minutes(options.stopped_after);
   const HealthReport report = CheckHealth(*OpenDbms(options.common.server, DbmsType::PostgreSQL), wanted);
-  const Verdict worst = report.Worst();
   if (options.common.json) {
-    nlohmann::json findings = nlohmann::json::array();
-    for (const Finding& finding : report.findings) {
-      findings.push_back({{"check", finding.check},
-                          {"verdict", WordOf(finding.verdict)},
-                          {"found", finding.found},
-                          {"advice", finding.advice}});
-    }
-    terminal.Line(nlohmann::json{{"verdict", WordOf(worst)}, {"findings", findings}}.dump(1));
+    terminal.Line(ToJson(report).dump(1));
   } else {
     Print(report, options.quiet, terminal);
   }
-  return static_cast<int>(worst);
+  return static_cast<int>(report.Worst());
 }
 
 }  // namespace

@@ -1,21 +1,17 @@
 // historian export: writes samples as CSV or JSON lines, which import reads again to the same rows.
-#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <nlohmann/json.hpp>
 #include <set>
 
 #include "Failure.h"
+#include "SampleRows.h"
 #include "Subcommand.h"
 #include "Text.h"
 #include "csv/Times.h"
-#include "port/Utf8.h"
 
 namespace historian::command {
 namespace {
-
-using Microseconds = std::chrono::sys_time<std::chrono::microseconds>;
 
 struct Options {
   CommonOptions common;
@@ -25,105 +21,10 @@ struct Options {
   std::string output;
 };
 
-// :1 from, :2 to (epoch milliseconds, both included), :3 an array of tags, NULL for all of them.
-constexpr wchar_t kSamples[] =
-    L"select (extract(epoch from time) * 1000000)::int8, tag_name, value from datalog "
-    L"where time >= to_timestamp(:1 / 1000.0) and time <= to_timestamp(:2 / 1000.0) "
-    L"and (:3::text[] is null or tag_name = any(:3::text[])) order by time, tag_name";
+// :1 from, :2 to (epoch milliseconds, both included).
 constexpr wchar_t kTags[] =
     L"select distinct tag_name from datalog "
     L"where time >= to_timestamp(:1 / 1000.0) and time <= to_timestamp(:2 / 1000.0) order by tag_name";
-
-std::string Quoted(const std::string& text, const std::string& specials, const std::string& escape) {
-  std::string out = "\"";
-  for (const char c : text) {
-    if (specials.find(c) != specials.npos) out += escape.empty() ? std::string(1, c) : escape;
-    out += c;
-  }
-  return out + '"';
-}
-
-// A text as a cell: in quotes where it would read otherwise without them.
-std::string Cell(const std::string& text) {
-  const bool plain = !text.empty() && text.find_first_of(",\"\r\n") == text.npos && text[0] != '#' &&
-                     text.front() != ' ' && text.front() != '\t' && text.back() != ' ' && text.back() != '\t';
-  return plain ? text : Quoted(text, "\"", "");
-}
-
-std::string ArrayLiteral(const std::vector<std::string>& texts) {
-  std::string out = "{";
-  for (const std::string& text : texts) out += (out.size() > 1 ? "," : "") + Quoted(text, "\"\\", "\\");
-  return out + '}';
-}
-
-// Writes one sample after the other, in order of time.
-class Writer {
- public:
-  Writer(std::ostream& out, const Zone& zone) : out_(out), zone_(zone) {}
-  virtual ~Writer() = default;
-  virtual void Add(Microseconds time, const std::string& tag, const std::string& value) = 0;
-  virtual void End() {}
-
- protected:
-  std::string TimeText(Microseconds time) const { return FormatExact(time, zone_); }
-  std::ostream& out_;
-
- private:
-  const Zone& zone_;
-};
-
-class LongWriter : public Writer {
- public:
-  LongWriter(std::ostream& out, const Zone& zone) : Writer(out, zone) { out_ << "time,tag,value\n"; }
-  void Add(Microseconds time, const std::string& tag, const std::string& value) override {
-    out_ << TimeText(time) << ',' << Cell(tag) << ',' << value << '\n';
-  }
-};
-
-class JsonWriter : public Writer {
- public:
-  using Writer::Writer;
-  void Add(Microseconds time, const std::string& tag, const std::string& value) override {
-    out_ << R"({"time":")" << TimeText(time) << R"(","tag":)" << nlohmann::json(tag).dump() << R"(,"value":)"
-         << value << "}\n";
-  }
-};
-
-// One row a time, one column a tag.
-class WideWriter : public Writer {
- public:
-  WideWriter(std::ostream& out, const Zone& zone, const std::vector<std::string>& tags)
-      : Writer(out, zone), cells_(tags.size()) {
-    out_ << "time";
-    for (const std::string& tag : tags) {
-      columns_.emplace(tag, columns_.size());
-      out_ << ',' << Cell(tag);
-    }
-    out_ << '\n';
-  }
-  void Add(Microseconds time, const std::string& tag, const std::string& value) override {
-    if (time != time_) End();
-    time_ = time;
-    cells_[columns_.at(tag)] = value;
-    filled_ = true;
-  }
-  void End() override {
-    if (!filled_) return;
-    out_ << TimeText(time_);
-    for (std::string& cell : cells_) {
-      out_ << ',' << cell;
-      cell.clear();
-    }
-    out_ << '\n';
-    filled_ = false;
-  }
-
- private:
-  std::unordered_map<std::string, std::size_t> columns_;
-  std::vector<std::string> cells_;
-  Microseconds time_{};
-  bool filled_ = false;
-};
 
 // Standard output, or a file that gets its name when it is complete.
 class Output {
@@ -172,25 +73,16 @@ class Export {
     server_.RequireTable("datalog");
     Output output(options_.output);
     const auto writer = MakeWriter(output.stream());
-    const auto bind = [&](SACommand& command) {
-      BindRange(command);
-      if (options_.tags.empty()) {
-        command << SANull();
-      } else {
-        command << SAString(sys::FromUtf8(ArrayLiteral(options_.tags)));
-      }
-    };
     std::uint64_t samples = 0;
     std::set<std::string> missing(options_.tags.begin(), options_.tags.end());
-    server_.Query(kSamples, bind, [&](SACommand& row) {
-      if (++samples % 4096 == 0) ThrowIfInterrupted();
-      const std::string tag = Text(row.Field(2));
-      if (!missing.empty()) missing.erase(tag);
-      writer->Add(Microseconds(std::chrono::microseconds(row.Field(1).asInt64())), tag,
-                  row.Field(3).isNull() ? "null" : Text(row.Field(3)));
-      if (!output.stream())
-        throw Failure("cannot write the samples: the disk is full or the reader has gone");
-    });
+    ReadSamples(server_, options_.tags, from_, to_,
+                [&](Microseconds time, const std::string& tag, const std::string& value) {
+                  if (++samples % 4096 == 0) ThrowIfInterrupted();
+                  if (!missing.empty()) missing.erase(tag);
+                  writer->Add(time, tag, value);
+                  if (!output.stream())
+                    throw Failure("cannot write the samples: the disk is full or the reader has gone");
+                });
     writer->End();
     output.Finish();
     std::cerr << Count(samples, "sample") << " exported" << NoneOf(missing) << std::endl;
@@ -205,18 +97,17 @@ class Export {
     return names;
   }
 
-  void BindRange(SACommand& command) const {
-    command << static_cast<long long>(from_.time_since_epoch().count())
-            << static_cast<long long>(to_.time_since_epoch().count());
-  }
-
-  std::unique_ptr<Writer> MakeWriter(std::ostream& out) {
+  std::unique_ptr<SampleWriter> MakeWriter(std::ostream& out) {
     if (options_.common.json || options_.format == "jsonl") return std::make_unique<JsonWriter>(out, *zone_);
     if (options_.format == "long") return std::make_unique<LongWriter>(out, *zone_);
     std::vector<std::string> tags = options_.tags;
     if (tags.empty()) {
       server_.Query(
-          kTags, [&](SACommand& command) { BindRange(command); },
+          kTags,
+          [&](SACommand& command) {
+            command << static_cast<long long>(from_.time_since_epoch().count())
+                    << static_cast<long long>(to_.time_since_epoch().count());
+          },
           [&](SACommand& row) { tags.push_back(Text(row.Field(1))); });
     }
     return std::make_unique<WideWriter>(out, *zone_, tags);

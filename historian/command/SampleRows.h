@@ -1,0 +1,73 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <ostream>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "Server.h"
+#include "Zone.h"
+
+namespace historian::command {
+
+using Microseconds = std::chrono::sys_time<std::chrono::microseconds>;
+
+// An array of texts as the server reads one for a parameter.
+std::string ArrayLiteral(const std::vector<std::string>& texts);
+
+// Reads the samples between two instants, both included, in order of time: of the tags named, of all when
+// none is. A value is as the server writes it, "null" where there is none.
+using OnSample = std::function<void(Microseconds time, const std::string& tag, const std::string& value)>;
+void ReadSamples(Server& server, const std::vector<std::string>& tags, Time from, Time to,
+                 const OnSample& sample);
+
+// Writes one sample after the other, in order of time.
+class SampleWriter {
+ public:
+  SampleWriter(std::ostream& out, const Zone& zone) : out_(out), zone_(zone) {}
+  virtual ~SampleWriter() = default;
+  virtual void Add(Microseconds time, const std::string& tag, const std::string& value) = 0;
+  virtual void End() {}
+
+ protected:
+  std::string TimeText(Microseconds time) const { return FormatExact(time, zone_); }
+  std::ostream& out_;
+
+ private:
+  const Zone& zone_;
+};
+
+// CSV: time, tag, value.
+class LongWriter : public SampleWriter {
+ public:
+  LongWriter(std::ostream& out, const Zone& zone);
+  void Add(Microseconds time, const std::string& tag, const std::string& value) override;
+};
+
+// JSON lines.
+class JsonWriter : public SampleWriter {
+ public:
+  using SampleWriter::SampleWriter;
+  void Add(Microseconds time, const std::string& tag, const std::string& value) override;
+};
+
+// CSV: one row a time, one column a tag.
+class WideWriter : public SampleWriter {
+ public:
+  WideWriter(std::ostream& out, const Zone& zone, const std::vector<std::string>& tags);
+  void Add(Microseconds time, const std::string& tag, const std::string& value) override;
+  void End() override;
+
+ private:
+  std::unordered_map<std::string, std::size_t> columns_;
+  std::vector<std::string> cells_;
+  Microseconds time_{};
+  bool filled_ = false;
+};
+
+// A text as a cell of CSV: in quotes where it would read otherwise without them.
+std::string CsvCell(const std::string& text);
+
+}  // namespace historian::command
