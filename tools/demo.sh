@@ -2,11 +2,12 @@
 # Shows the program historian at work on a private server: creates the tables, loads a recording, compares every sample,
 # shows trends, hours and alarms, records while the server is killed, and checks the store.
 #
-#   tools/demo.sh [--keep] [FILE.csv [OPTION OF historian import]...]
+#   tools/demo.sh [--keep] [--no-serve] [FILE.csv [OPTION OF historian import]...]
 #   tools/demo.sh --stop
 #
-# Without a file it takes half an hour of a machine's counters, examples/data/machine.csv. --keep leaves server and data
-# and says how to connect; --stop ends and removes them.
+# Without a file it takes half an hour of a machine's counters, examples/data/machine.csv. In a terminal it then serves a
+# page with all of it until Ctrl-C; with --no-serve it ends. --keep leaves server and data and says how to connect; --stop
+# ends and removes them.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 root=$(dirname "$here")
@@ -19,12 +20,13 @@ place=$root/build/demo
 # shellcheck source=tools/lib/server.sh
 . "$here/lib/server.sh"
 
-keep=
+keep= serve=
+[ ! -t 1 ] || serve=1
+while [[ ${1:-} == --keep || ${1:-} == --no-serve ]]; do
+  if [ "$1" = --keep ]; then keep=1; else serve=; fi
+  shift
+done
 case ${1:-} in
-  --keep)
-    keep=1
-    shift
-    ;;
   --stop)
     for folder in "$place"/dbmsapi-server.*; do
       [ ! -d "$folder" ] || server_remove "$folder"
@@ -112,4 +114,9 @@ if [ -n "$keep" ]; then
   printf '\nServer and data are kept. To connect:\n\n  export PGHOST=%s PGPORT=%s PGUSER=%s PGPASSWORD=%s PGDATABASE=plant\n' \
     "$PGHOST" "$PGPORT" "$PGUSER" "$PGPASSWORD"
   printf '  %s tags\n\nTo stop the server and remove its data: tools/demo.sh --stop\n' "$build/historian/command/historian"
+fi
+
+if [ -n "$serve" ]; then
+  step 'historian serve: a page with all of this; open it in a browser'
+  historian serve --listen :0
 fi

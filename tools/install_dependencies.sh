@@ -9,12 +9,12 @@ here=$(cd "$(dirname "$0")" && pwd)
 
 # Compiler and build tools, the libraries that the project needs, the private server, the time zones of --zone.
 demo=(g++ cmake ninja-build pkg-config libpq-dev libfmt-dev libutfcpp-dev libsqlite3-dev libcli11-dev
-  libhowardhinnant-date-dev nlohmann-json3-dev zlib1g-dev postgresql-15 tzdata)
+  libhowardhinnant-date-dev nlohmann-json3-dev libcpp-httplib-dev zlib1g-dev postgresql-15 tzdata)
 # What cpack needs to make Debian packages.
 package=("${demo[@]}" dpkg-dev file)
 # The second compiler, the test framework, the tools that the checks call.
 test=("${package[@]}" clang clang-format libgtest-dev libgmock-dev binutils git groff-base
-  jq sqlite3)
+  jq sqlite3 curl chromium)
 # The compiler for Windows, Wine to run its programs, the test framework in source.
 windows=("${demo[@]}" g++-mingw-w64-x86-64-posix mingw-w64-tools wine wine64 googletest binutils
   groff-base jq)
@@ -24,15 +24,15 @@ bench=("${demo[@]}" libbenchmark-dev libpqxx-dev libsoci-dev libboost-dev qtbase
 
 no_main_cluster=/etc/postgresql-common/createcluster.d/dbmsapi-no-main-cluster.conf
 
-# npm fetches packages for tests. It need not be Debian's.
+# npm fetches the charts of the page, and packages for tests. It need not be Debian's.
 need_npm() { command -v npm >/dev/null || echo npm; }
 
 packages_for() {
   case $1 in
-    demo) printf '%s\n' "${demo[@]}" ;;
-    package) printf '%s\n' "${package[@]}" ;;
+    demo) printf '%s\n' "${demo[@]}" && need_npm ;;
+    package) printf '%s\n' "${package[@]}" && need_npm ;;
     test) printf '%s\n' "${test[@]}" && need_npm ;;
-    bench) printf '%s\n' "${bench[@]}" ;;
+    bench) printf '%s\n' "${bench[@]}" && need_npm ;;
     windows) printf '%s\n' "${windows[@]}" && need_npm ;;
     *) die "knows demo, package, test, bench and windows, not \"$1\"" ;;
   esac

@@ -33,6 +33,7 @@ Subcommand AddTrend(CLI::App& program);
 Subcommand AddAlarms(CLI::App& program);
 Subcommand AddChunks(CLI::App& program);
 Subcommand AddSpool(CLI::App& program);
+Subcommand AddServe(CLI::App& program);  // where it is built
 
 void AddCommonOptions(CLI::App& subcommand, CommonOptions& options, bool with_zone);
 // Sets the examples that --help ends with, one command a line.

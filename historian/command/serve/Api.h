@@ -1,0 +1,47 @@
+#pragma once
+
+#include <httplib.h>
+
+#include "Pool.h"
+#include "TagList.h"
+
+namespace historian::command {
+
+// Answers the requests of the page for data:
+//
+//   /api/state                                          database, version, the time here
+//   /api/tags?match=TEXT&limit=N                        tags by a part of their name
+//   /api/trend?tag=...&from=MS&to=MS&buckets=N          minimum, mean and maximum of each bucket
+//   /api/extent?tag=...                                 first and last time of these tags
+//   /api/alarms?from=MS&to=MS&limit=N[&tag=...]         alarm state changes, newest first
+//   /api/health                                         what historian doctor finds
+//   /api/trend.csv, /api/samples.csv                    the same range to keep: buckets, samples
+//
+// A failure is {"error": TEXT, "away": true where the server of the database is to blame}.
+class Api {
+ public:
+  Api(const ServerOptions& options, Pool::Limits limits) : pool_(options, limits), tags_(pool_) {}
+
+  void Register(httplib::Server& server);
+
+ private:
+  using Request = httplib::Request;
+  using Response = httplib::Response;
+
+  void State(const Request& request, Response& response);
+  void Tags(const Request& request, Response& response);
+  void Trend(const Request& request, Response& response);
+  void TrendCsv(const Request& request, Response& response);
+  void Extent(const Request& request, Response& response);
+  void Alarms(const Request& request, Response& response);
+  void Health(const Request& request, Response& response);
+  void SamplesCsv(const Request& request, Response& response);
+
+  Pool pool_;
+  TagList tags_;
+};
+
+// Runs a handler and makes an answer of what it throws.
+httplib::Server::Handler Answering(httplib::Server::Handler handler);
+
+}  // namespace historian::command

@@ -1,0 +1,108 @@
+#include <sstream>
+
+#include "../Failure.h"
+#include "../SampleRows.h"
+#include "../Text.h"
+#include "Api.h"
+#include "Parameters.h"
+#include "Refused.h"
+#include "port/Utf8.h"
+
+namespace historian::command {
+namespace {
+
+constexpr std::size_t kPiece = 64 * 1024;  // bytes sent at once
+
+// :1 from, :2 to (epoch milliseconds, both included), :3 an array of tags, :4 most rows.
+constexpr wchar_t kCount[] =
+    L"select count(*) from (select from datalog where time >= to_timestamp(:1 / 1000.0) "
+    L"and time <= to_timestamp(:2 / 1000.0) and tag_name = any(:3::text[]) limit :4) sample";
+
+struct Samples {
+  std::vector<std::string> tags;
+  Time from, to;  // both included
+};
+
+void RequireFew(Server& server, const Samples& samples) {
+  server.RequireTable("datalog");
+  const auto bind = [&](SACommand& command) {
+    command << static_cast<long long>(samples.from.time_since_epoch().count())
+            << static_cast<long long>(samples.to.time_since_epoch().count())
+            << SAString(sys::FromUtf8(ArrayLiteral(samples.tags)))
+            << static_cast<long long>(kMostSamples + 1);
+  };
+  if (server.Value(kCount, bind) != std::to_string(kMostSamples + 1)) return;
+  throw RequestRefused(
+      kTooLarge, "more than " + FormatCount(kMostSamples) + " samples; zoom in, or use historian export");
+}
+
+// Sends the samples while they are read. Throws when they cannot be read or the client has gone.
+void SendSamples(Server& server, const Samples& samples, httplib::DataSink& sink) {
+  const auto utc = FindZone("UTC");
+  std::ostringstream text;
+  const auto send = [&] {
+    const std::string piece = std::exchange(text, std::ostringstream()).str();
+    if (!sink.write(piece.data(), piece.size())) throw Failure("the client has gone");
+  };
+  LongWriter writer(text, *utc);
+  ReadSamples(server, samples.tags, samples.from, samples.to,
+              [&](Microseconds time, const std::string& tag, const std::string& value) {
+                writer.Add(time, tag, value);
+                if (static_cast<std::size_t>(text.tellp()) >= kPiece) send();
+              });
+  send();
+}
+
+void SetFile(httplib::Response& response, const char* name) {
+  response.set_header("Content-Disposition", std::string("attachment; filename=\"") + name + '"');
+}
+
+std::string Cell(double value) { return std::isnan(value) ? "" : ExactValue(value); }
+
+}  // namespace
+
+void Api::SamplesCsv(const Request& request, Response& response) {
+  const Parameters parameters(request);
+  const TimeRange range = parameters.Range();
+  const Samples samples = {parameters.Tags(), range.from, range.to - std::chrono::milliseconds(1)};
+  // What can be refused is refused before the answer begins.
+  pool_.Run([&](Server& server) { RequireFew(server, samples); });
+  SetFile(response, "samples.csv");
+  response.set_chunked_content_provider(
+      "text/csv; charset=utf-8", [this, samples](std::size_t, httplib::DataSink& sink) {
+        bool begun = false;
+        try {
+          pool_.Run([&](Server& server) {
+            if (std::exchange(begun, true)) throw Failure("the connection was lost");
+            SendSamples(server, samples, sink);
+          });
+        } catch (const std::exception&) {
+          return false;  // closes the connection: the client sees that the file is not complete
+        }
+        sink.done();
+        return true;
+      });
+}
+
+void Api::TrendCsv(const Request& request, Response& response) {
+  const Parameters parameters(request);
+  const auto tags = parameters.Tags();
+  const TimeRange range = parameters.Range();
+  const int buckets = parameters.Number("buckets", 1, kMostBuckets, kMostBuckets);
+  historian::Trend trend;
+  pool_.Run([&](Server& server) {
+    server.RequireTable("datalog");
+    trend = ReadTrend(server.dbms(), tags, range.from, range.to, buckets);
+  });
+  std::string text = "time,tag,min,mean,max\n";
+  for (const TagTrend& tag : trend.tags) {
+    for (const TrendBucket& bucket : tag.buckets) {
+      text += FormatUtc(bucket.time) + ',' + CsvCell(tag.tag) + ',' + Cell(bucket.min) + ',' +
+              Cell(bucket.mean) + ',' + Cell(bucket.max) + '\n';
+    }
+  }
+  SetFile(response, "trend.csv");
+  response.set_content(text, "text/csv; charset=utf-8");
+}
+
+}  // namespace historian::command

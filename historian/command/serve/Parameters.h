@@ -1,0 +1,43 @@
+#pragma once
+
+#include <httplib.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "historian/Time.h"
+
+namespace historian::command {
+
+// What a request may ask for.
+constexpr std::size_t kMostTags = 12;
+constexpr std::size_t kLongestTag = 500;  // bytes
+constexpr int kMostBuckets = 4000;
+constexpr int kMostYears = 50;
+constexpr std::uint64_t kMostSamples = 1'000'000;  // of a download
+
+struct TimeRange {
+  Time from, to;  // `to` does not belong to it
+};
+
+// The parameters of a request for data. All functions throw RequestRefused where one is missing or beyond its
+// limits.
+class Parameters {
+ public:
+  explicit Parameters(const httplib::Request& request) : request_(request) {}
+
+  // Each `tag`, in the order given, once.
+  std::vector<std::string> Tags(std::size_t least = 1) const;
+  // `from` and `to` in milliseconds since 1970.
+  TimeRange Range() const;
+  // A whole number; `usual` where it is not given.
+  int Number(const std::string& name, int least, int most, int usual) const;
+  // Empty where it is not given.
+  std::string Text(const std::string& name) const { return request_.get_param_value(name); }
+
+ private:
+  const httplib::Request& request_;
+};
+
+}  // namespace historian::command

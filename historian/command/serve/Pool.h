@@ -1,0 +1,47 @@
+#pragma once
+
+#include <condition_variable>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "../Server.h"
+
+namespace historian::command {
+
+// Read-only connections to the database, each of which one request at a time uses.
+class Pool {
+ public:
+  struct Limits {
+    std::size_t connections = 4;
+    std::size_t waiting = 8;  // requests that wait for a connection; one more is refused
+  };
+  // Connects when the first request comes. Throws a Refusal when the options of the session are set already.
+  Pool(const ServerOptions& options, Limits limits);
+
+  // Runs a request with a connection to itself. One that finds its connection lost, as after a restart of the
+  // server, runs once more with a new one. Throws RequestRefused when too many wait.
+  void Run(const std::function<void(Server&)>& request);
+
+ private:
+  using Connection = std::unique_ptr<Server>;
+  class Place;
+
+  ServerOptions options_;
+  Limits limits_;
+  std::mutex mutex_;
+  std::condition_variable free_;
+  std::vector<Connection> idle_;
+  std::size_t used_ = 0, waiting_ = 0;
+};
+
+// The connection options with which every statement runs in a read-only transaction and for 30 seconds at
+// most.
+ServerOptions ReadOnly(ServerOptions options);
+
+// Whether an SQLSTATE says that the server is away: no answer, a lost connection, a server that goes down or
+// is not up yet, too many connections.
+bool SaysServerAway(const std::string& sql_state);
+
+}  // namespace historian::command

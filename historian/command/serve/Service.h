@@ -1,0 +1,57 @@
+#pragma once
+
+#include <httplib.h>
+
+#include <future>
+#include <string>
+#include <thread>
+
+#include "Api.h"
+#include "Guard.h"
+
+namespace historian::command {
+
+// Where the page is served.
+struct Address {
+  std::string host = "127.0.0.1";  // an address in numbers, or localhost
+  int port = 8470;                 // 0: any that is free
+
+  bool loopback() const;
+  // The page's own address: http://127.0.0.1:8470/
+  std::string Url() const;
+};
+
+// HOST, HOST:PORT, :PORT, [IPv6]:PORT. Throws a Refusal for anything else.
+Address ReadAddress(const std::string& text);
+
+// Serves the page and its data in threads of its own, from its making until Stop.
+class Service {
+ public:
+  struct Options {
+    ServerOptions server;
+    Pool::Limits limits;
+    Address address;
+    std::string token;  // empty: none
+    std::vector<std::string> names;
+  };
+  // Throws a Refusal when the address cannot be had.
+  explicit Service(const Options& options);
+  ~Service();  // waits for the requests under way
+
+  const Address& address() const { return address_; }  // with the port that is used
+  // Ends it as soon as the requests under way have ended; false where they have not within a second.
+  bool Stop();
+
+ private:
+  void Bind();
+  void Route();
+
+  Address address_;
+  Guard guard_;
+  Api api_;
+  httplib::Server server_;
+  std::promise<void> ended_;
+  std::thread thread_;
+};
+
+}  // namespace historian::command
