@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Tests everything: installs what is missing, builds, starts a private PostgreSQL and runs
 #
-#   dev        unit, server, binary interface, installed tree, examples and demo, built by g++
+#   dev        unit, server, binary interface, installed tree, examples and demo, a page in a browser, built by g++
 #   timescale  the tests of TimescaleDB, against the extension in a WebAssembly build of PostgreSQL
 #   postgres   the server tests against other versions of PostgreSQL, with the programs of dev
 #   asan       unit and server tests under AddressSanitizer and UndefinedBehaviorSanitizer

@@ -49,7 +49,7 @@ depends "${runtime[0]}" libc6 libgcc-s1 libpq5 libstdc++6
 depends "${development[0]}" "$name"
 depends "${historian[0]}" libc6 "$name" libgcc-s1 libsqlite3-0 libstdc++6
 depends "${historian_development[0]}" libdbmsapi-dev "$(dpkg-deb --field "${historian[0]}" Package)"
-depends "${program[0]}" libc6 libdate-tz3 "$name" libgcc-s1 "$(dpkg-deb --field "${historian[0]}" Package)" libsqlite3-0 \
+depends "${program[0]}" libc6 libcpp-httplib0.11 libdate-tz3 "$name" libgcc-s1 "$(dpkg-deb --field "${historian[0]}" Package)" libsqlite3-0 \
   libstdc++6 zlib1g
 for package in "${development[0]}" "${historian_development[0]}" "${historian[0]}" "${program[0]}"; do
   [[ $(dpkg-deb --field "$package" Depends) == *"(= $version)"* ]] || fail 'the packages may be of different versions'
@@ -75,7 +75,7 @@ dpkg-deb --fsys-tarfile "${program[0]}" | tar -x -C "$work" ./usr/bin/historian
 # The program runs with the packages of the libraries, and its package has the manual and the completion.
 extract "$work/installed" "${runtime[0]}" "${historian[0]}" "${program[0]}"
 "$work/installed/usr/bin/historian" import "$source/examples/data/machine.csv" --dry-run --json >/dev/null
-for file in man/man1/historian.1 man/man1/historian-import.1 bash-completion/completions/historian; do
+for file in man/man1/historian.1 man/man1/historian-import.1 man/man1/historian-serve.1 bash-completion/completions/historian; do
   [ -s "$work/installed/usr/share/$file" ] || fail "the program's package has no $file"
 done
 
