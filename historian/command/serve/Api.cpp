@@ -53,8 +53,7 @@ void Api::State(const Request&, Response& response) {
   Send(response, {{"database", database},
                   {"version", HISTORIAN_VERSION},
                   {"now", Milliseconds(now)},
-                  {"mostTags", kMostTags},
-                  {"mostSamples", kMostSamples}});
+                  {"mostTags", kMostTags}});
 }
 
 void Api::Tags(const Request& request, Response& response) {

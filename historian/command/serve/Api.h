@@ -2,6 +2,8 @@
 
 #include <httplib.h>
 
+#include <cstdint>
+
 #include "Pool.h"
 #include "TagList.h"
 
@@ -20,7 +22,9 @@ namespace historian::command {
 // A failure is {"error": TEXT, "away": true where the server of the database is to blame}.
 class Api {
  public:
-  Api(const ServerOptions& options, Pool::Limits limits) : pool_(options, limits), tags_(pool_) {}
+  // `most_samples`: of a download.
+  Api(const ServerOptions& options, Pool::Limits limits, std::uint64_t most_samples)
+      : most_samples_(most_samples), pool_(options, limits), tags_(pool_) {}
 
   void Register(httplib::Server& server);
 
@@ -37,6 +41,7 @@ class Api {
   void Health(const Request& request, Response& response);
   void SamplesCsv(const Request& request, Response& response);
 
+  const std::uint64_t most_samples_;
   Pool pool_;
   TagList tags_;
 };

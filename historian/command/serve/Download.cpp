@@ -23,17 +23,16 @@ struct Samples {
   Time from, to;  // both included
 };
 
-void RequireFew(Server& server, const Samples& samples) {
+void RequireFew(Server& server, const Samples& samples, std::uint64_t most) {
   server.RequireTable("datalog");
   const auto bind = [&](SACommand& command) {
     command << static_cast<long long>(samples.from.time_since_epoch().count())
             << static_cast<long long>(samples.to.time_since_epoch().count())
-            << SAString(sys::FromUtf8(ArrayLiteral(samples.tags)))
-            << static_cast<long long>(kMostSamples + 1);
+            << SAString(sys::FromUtf8(ArrayLiteral(samples.tags))) << static_cast<long long>(most + 1);
   };
-  if (server.Value(kCount, bind) != std::to_string(kMostSamples + 1)) return;
-  throw RequestRefused(
-      kTooLarge, "more than " + FormatCount(kMostSamples) + " samples; zoom in, or use historian export");
+  if (server.Value(kCount, bind) != std::to_string(most + 1)) return;
+  throw RequestRefused(kTooLarge,
+                       "more than " + FormatCount(most) + " samples; zoom in, or use historian export");
 }
 
 // Sends the samples while they are read. Throws when they cannot be read or the client has gone.
@@ -66,7 +65,7 @@ void Api::SamplesCsv(const Request& request, Response& response) {
   const TimeRange range = parameters.Range();
   const Samples samples = {parameters.Tags(), range.from, range.to - std::chrono::milliseconds(1)};
   // What can be refused is refused before the answer begins.
-  pool_.Run([&](Server& server) { RequireFew(server, samples); });
+  pool_.Run([&](Server& server) { RequireFew(server, samples, most_samples_); });
   SetFile(response, "samples.csv");
   response.set_chunked_content_provider(
       "text/csv; charset=utf-8", [this, samples](std::size_t, httplib::DataSink& sink) {

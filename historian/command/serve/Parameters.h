@@ -2,7 +2,6 @@
 
 #include <httplib.h>
 
-#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -15,7 +14,6 @@ constexpr std::size_t kMostTags = 12;
 constexpr std::size_t kLongestTag = 500;  // bytes
 constexpr int kMostBuckets = 4000;
 constexpr int kMostYears = 50;
-constexpr std::uint64_t kMostSamples = 1'000'000;  // of a download
 
 struct TimeRange {
   Time from, to;  // `to` does not belong to it

@@ -53,7 +53,7 @@ Address ReadAddress(const std::string& text) {
 Service::Service(const Options& options)
     : address_(options.address),
       guard_({options.names, options.token, "historian"}),
-      api_(options.server, options.limits) {
+      api_(options.server, options.limits, options.most_samples) {
   Bind();
   Route();
   thread_ = std::thread([this] {

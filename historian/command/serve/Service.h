@@ -33,6 +33,7 @@ class Service {
     Address address;
     std::string token;  // empty: none
     std::vector<std::string> names;
+    std::uint64_t most_samples = 1'000'000;  // of a download
   };
   // Throws a Refusal when the address cannot be had.
   explicit Service(const Options& options);

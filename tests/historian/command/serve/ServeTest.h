@@ -36,6 +36,7 @@ class ServeTest : public HistorianTest {
     options.limits = limits;
     options.address.port = 0;
     options.token = token;
+    options.most_samples = 3600;
     service = std::make_unique<Service>(options);
   }
 
