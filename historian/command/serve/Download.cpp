@@ -18,6 +18,13 @@ constexpr wchar_t kCount[] =
     L"select count(*) from (select from datalog where time >= to_timestamp(:1 / 1000.0) "
     L"and time <= to_timestamp(:2 / 1000.0) and tag_name = any(:3::text[]) limit :4) sample";
 
+// The time limit of a statement runs while the client takes the samples. One that takes none for seconds is
+// given up anyhow.
+constexpr wchar_t kNoLimit[] = L"select set_config('statement_timeout', '0', false)";
+constexpr wchar_t kUsualLimit[] =
+    L"select set_config('statement_timeout', reset_val, false) from pg_settings "
+    L"where name = 'statement_timeout'";
+
 struct Samples {
   std::vector<std::string> tags;
   Time from, to;  // both included
@@ -43,6 +50,7 @@ void SendSamples(Server& server, const Samples& samples, httplib::DataSink& sink
     const std::string piece = std::exchange(text, std::ostringstream()).str();
     if (!sink.write(piece.data(), piece.size())) throw Failure("the client has gone");
   };
+  server.Value(kNoLimit);  // a failure on the way ends the connection, and with it the setting
   LongWriter writer(text, *utc);
   ReadSamples(server, samples.tags, samples.from, samples.to,
               [&](Microseconds time, const std::string& tag, const std::string& value) {
@@ -50,6 +58,7 @@ void SendSamples(Server& server, const Samples& samples, httplib::DataSink& sink
                 if (static_cast<std::size_t>(text.tellp()) >= kPiece) send();
               });
   send();
+  server.Value(kUsualLimit);
 }
 
 void SetFile(httplib::Response& response, const char* name) {

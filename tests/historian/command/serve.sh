@@ -34,10 +34,10 @@ unset HISTORIAN_TOKEN
 # Starts it with the options given; $url is the page.
 start() {
   rm -f "$work/out"
-  "${program[@]}" serve --json "$@" >"$work/out" 2>"$work/err" &
+  "${program[@]}" serve --json "$@" >"$work/out" 2>"$work/complaint" &
   served=$!
   until [ -s "$work/out" ]; do
-    kill -0 "$served" 2>/dev/null || { fail "ended: $(cat "$work/err")"; return; }
+    kill -0 "$served" 2>/dev/null || { fail "ended: $(cat "$work/complaint")"; return; }
     sleep 0.05
   done
   url=$(json .url)
@@ -49,7 +49,7 @@ end_by() {
   status=0
   wait "$served" || status=$?
   expect_status 0
-  expect_equal "$(cat "$work/err")" '' 'standard error'
+  expect_equal "$(cat "$work/complaint")" '' 'standard error'
 }
 
 http_status() { curl --silent --output "$work/answer" --write-out '%{http_code}' "$@"; }
