@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the missing Debian packages for a purpose, and lists them:
 #
-#   tools/install_dependencies.sh demo|package|test|bench|windows...
+#   tools/install_dependencies.sh demo|package|test|cluster|bench|windows...
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 # shellcheck source=tools/lib/say.sh
@@ -12,9 +12,11 @@ demo=(g++ cmake ninja-build pkg-config libpq-dev libfmt-dev libutfcpp-dev libsql
   libhowardhinnant-date-dev nlohmann-json3-dev libcpp-httplib-dev zlib1g-dev postgresql-15 tzdata)
 # What cpack needs to make Debian packages.
 package=("${demo[@]}" dpkg-dev file)
-# The second compiler, the test framework, the tools that the checks call.
+# The second compiler, the test framework, the tools that the checks call, a pooler.
 test=("${package[@]}" clang clang-format libgtest-dev libgmock-dev binutils git groff-base
-  jq sqlite3 curl chromium)
+  jq sqlite3 curl chromium pgbouncer iproute2)
+# A cluster to break.
+cluster=(patroni etcd-server haproxy iproute2)
 # The compiler for Windows, Wine to run its programs, the test framework in source.
 windows=("${demo[@]}" g++-mingw-w64-x86-64-posix mingw-w64-tools wine wine64 googletest binutils
   groff-base jq)
@@ -22,6 +24,8 @@ windows=("${demo[@]}" g++-mingw-w64-x86-64-posix mingw-w64-tools wine wine64 goo
 bench=("${demo[@]}" libbenchmark-dev libpqxx-dev libsoci-dev libboost-dev qtbase5-dev libqt5sql5-psql unixodbc-dev
   odbc-postgresql valgrind)
 
+policy=/usr/sbin/policy-rc.d
+policy_mark='# Made by install_dependencies.sh of DbmsAPI for one installation.'
 no_main_cluster=/etc/postgresql-common/createcluster.d/dbmsapi-no-main-cluster.conf
 
 # npm fetches the charts of the page, and packages for tests. It need not be Debian's.
@@ -32,9 +36,10 @@ packages_for() {
     demo) printf '%s\n' "${demo[@]}" && need_npm ;;
     package) printf '%s\n' "${package[@]}" && need_npm ;;
     test) printf '%s\n' "${test[@]}" && need_npm ;;
+    cluster) printf '%s\n' "${cluster[@]}" ;;
     bench) printf '%s\n' "${bench[@]}" && need_npm ;;
     windows) printf '%s\n' "${windows[@]}" && need_npm ;;
-    *) die "knows demo, package, test, bench and windows, not \"$1\"" ;;
+    *) die "knows demo, package, test, cluster, bench and windows, not \"$1\"" ;;
   esac
 }
 
@@ -62,17 +67,29 @@ allow_main_cluster() {
   [ ! -e "$no_main_cluster" ] || as_root rm -f "$no_main_cluster"
 }
 
+# Poolers and the like start when they are installed, too, unless the system's policy is that nothing does.
+forbid_services() {
+  [ ! -e "$policy" ] || return 0
+  printf '#!/bin/sh\n%s\nexit 101\n' "$policy_mark" | as_root tee "$policy" >/dev/null
+  as_root chmod 755 "$policy"
+}
+
+allow_services() {
+  if grep -qsF "$policy_mark" "$policy"; then as_root rm -f "$policy"; fi
+}
+
 install_packages() {
   local log
   log=$(mktemp)
-  trap allow_main_cluster EXIT
+  trap 'allow_main_cluster; allow_services' EXIT
   forbid_main_cluster
+  forbid_services
   run_quietly "$log" as_root apt-get update
   run_quietly "$log" as_root env DEBIAN_FRONTEND=noninteractive apt-get install --yes --no-install-recommends "$@"
   rm -f "$log"
 }
 
-[ $# -gt 0 ] || die "usage: install_dependencies.sh demo|package|test|bench|windows..."
+[ $# -gt 0 ] || die "usage: install_dependencies.sh demo|package|test|cluster|bench|windows..."
 wanted=$(for purpose in "$@"; do packages_for "$purpose"; done | sort -u)
 command -v dpkg-query >/dev/null || die "installs Debian packages; this system has none. Needed: $(echo "$wanted" | xargs)"
 

@@ -8,14 +8,15 @@
 #   tsan       tests that use threads, under ThreadSanitizer
 #   clang      compiles all but the tests with clang++; a warning is an error
 #   windows    the cross-built DLLs for Windows, under Wine (tools/test_windows.sh)
+#   cluster    clients that write while a cluster is broken in turn, with the programs of dev: some minutes
 #
-#   tools/test.sh [--timescale VERSION|all] [--postgres VERSION,...|all] [-R REGEX] [STAGE]...
+#   tools/test.sh [--timescale VERSION|all] [--postgres VERSION,...|all] [--cluster] [-R REGEX] [STAGE]...
 #
 # and prints how long each part took. A password of a test server in any output is a failure. -R runs only tests with
 # matching names, of dev unless stages are named.
 # --timescale also tests against that release of TimescaleDB, which the server has to offer. --postgres names the
 # versions of the stage postgres and has it run the tests of faults as well; without it they are 14 and 18, without
-# those. Without a STAGE all run.
+# those. --cluster is the stage cluster. Without a STAGE all others run.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 root=$(dirname "$here")
@@ -26,7 +27,7 @@ root=$(dirname "$here")
 # shellcheck source=tools/lib/server.sh
 . "$here/lib/server.sh"
 
-readonly usage='usage: test.sh [--timescale VERSION|all] [--postgres VERSION,...|all] [-R REGEX] [STAGE]...'
+readonly usage='usage: test.sh [--timescale VERSION|all] [--postgres VERSION,...|all] [--cluster] [-R REGEX] [STAGE]...'
 stages=()
 selection=()
 postgres_versions=14,18
@@ -48,6 +49,7 @@ while [ $# -gt 0 ]; do
       [ "$postgres_versions" != all ] || postgres_versions=14,15,16,17,18
       shift
       ;;
+    --cluster) stages+=(cluster) ;;
     -R)
       selection=(-R "${2:?-R needs a regular expression}")
       shift
@@ -165,11 +167,16 @@ run_stage() {
   case $1 in
     dev)
       build_dev
-      run_tests dev
+      run_tests dev --label-exclude '^cluster$'
       [ ${#selection[@]} -gt 0 ] || run_plant_data
       ;;
     timescale) run_timescale ;;
     postgres) run_postgres ;;
+    cluster)
+      "$here/install_dependencies.sh" cluster
+      build_dev
+      run_tests dev --label-regex '^cluster$' --verbose
+      ;;
     asan)
       build asan all
       run_tests asan --label-regex '^(unit|server|fault)$'
