@@ -57,8 +57,10 @@ class DBMSAPI_EXPORT Dbms {
   // null keeps the host. It may return the text that it was given, and it may call NotifyRoleChange. Set it
   // before another thread may broadcast a role change.
   //
-  // It is not asked when a host does not answer, nor when the server is a standby that refuses to write. Name
-  // several hosts instead (see GetDbms), or call NotifyRoleChange.
+  // It is not asked when a host does not answer ("timeout expired", "No route to host"), nor when the server
+  // is a standby that refuses to write (SQLSTATE 25006): one that takes the hosts in turn may stay at a
+  // standby for ever. Name several hosts instead (see GetDbms), or ask what knows the primary and call
+  // NotifyRoleChange after such failures. docs/high-availability.md says what each way costs.
   //
   // An exception that it throws leaves the operation, or NotifyRoleChange, after the connection was dropped;
   // the host is kept. BroadcastRoleChange continues with the other objects, then throws the first exception.
@@ -76,7 +78,11 @@ class DBMSAPI_EXPORT Dbms {
   //
   // `database` may hold connection keywords, and `host` several hosts that have the same port: with the host
   // "a,b" and the database "dbname=scada target_session_attrs=read-write connect_timeout=2" each connection
-  // goes to whichever of them accepts writes.
+  // goes to whichever of them accepts writes. This needs no hostSelector. The keywords connect_timeout,
+  // keepalives_idle, keepalives_interval, keepalives_count and tcp_user_timeout say how long an operation
+  // waits for a silent network; SAConnection::Connect in SQLAPI.h has their defaults.
+  //
+  // A plant needs a database of its own, not just a schema: several operations look at every schema.
   //
   // Throws std::bad_alloc or std::system_error only.
   static std::shared_ptr<Dbms> GetDbms(DbmsType type, const wchar_t* host, int port, const wchar_t* database,
