@@ -124,6 +124,9 @@ run_timescale() {
   since=$SECONDS
   run_quietly "$log" run_to_the_end "$root/tests/timescale/program.sh" "$root/build/dev/historian/command/historian"
   note timescale program "$since" "$(tail -n 1 "$log")"
+  since=$SECONDS
+  run_quietly "$log" run_to_the_end "$root/tests/timescale/backup.sh" "$root/build/dev/historian/command/historian"
+  note timescale backup "$since" "$(tail -n 1 "$log")"
 }
 
 run_postgres() {

@@ -23,6 +23,8 @@ constexpr char kUpdate[] = "alter extension timescaledb update to '2.28.3'";
 constexpr char kHarmlessError[] = "cannot drop portal \"\" while it is being set up";
 
 constexpr double kLongLate = 3600;
+// The extension counts up to 20 failures in a row: so a job that comes every two minutes is hardly put off.
+constexpr double kShortRetry = 5;
 constexpr std::uint64_t kGigabyte = 1'000'000'000;
 
 Release ParseRelease(std::string_view text) {
@@ -95,6 +97,13 @@ Finding JudgeJob(const Job& job) {
     finding.found +=
         ": due for " + std::to_string(static_cast<std::int64_t>(job.secondsLate / 60)) + " minutes";
     finding.advice = "select alter_job(" + id + ", next_start => now())";
+  } else if (job.failed && job.refreshes && job.secondsOfRetry > kShortRetry) {
+    finding.verdict = Verdict::Warning;
+    finding.found +=
+        ": done, but counted as failed and put off by " +
+        std::to_string(static_cast<std::int64_t>(job.secondsOfRetry)) +
+        " seconds for every failure in a row, longer than it looks back: buckets are left out for good";
+    finding.advice = "select alter_job(" + id + ", retry_period => interval '5 seconds')";
   } else if (job.failed) {
     finding.found += ": done; reported as failed, as this minor release of PostgreSQL does with every job";
   }

@@ -17,11 +17,13 @@ Finding JudgeExtension(const std::string& version);
 // What the extension reports of a job.
 struct Job {
   int id = 0;
-  std::string what;        // "policy_compression of datalog"
-  bool scheduled = true;   // not switched off
-  bool failed = false;     // its last run
-  std::string error;       // of that run, where the account may see it
-  double secondsLate = 0;  // since its next start has been due; negative: not due yet
+  std::string what;           // "policy_compression of datalog"
+  bool scheduled = true;      // not switched off
+  bool failed = false;        // its last run
+  std::string error;          // of that run, where the account may see it
+  double secondsLate = 0;     // since its next start has been due; negative: not due yet
+  bool refreshes = false;     // an aggregate, whose samples it looks for in the latest minutes or hours only
+  double secondsOfRetry = 0;  // by which a failure puts it off, times the failures in a row
 };
 Finding JudgeJob(const Job& job);
 

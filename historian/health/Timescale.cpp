@@ -15,7 +15,8 @@ constexpr char kJobs[] =
     "coalesce(s.last_run_status = 'Failed', false), "
     "(select e.err_message from timescaledb_information.job_errors e where e.job_id = j.job_id "
     "order by e.finish_time desc limit 1), "
-    "case when isfinite(j.next_start) then extract(epoch from now() - j.next_start) end "
+    "case when isfinite(j.next_start) then extract(epoch from now() - j.next_start) end, "
+    "j.proc_name = 'policy_refresh_continuous_aggregate', extract(epoch from j.retry_period) "
     "from timescaledb_information.jobs j left join timescaledb_information.job_stats s using (job_id) "
     "where j.hypertable_name is not null order by 1";
 
@@ -90,9 +91,9 @@ void CheckJobs(Examination& at) {
   const Result jobs = at.link.Run(kJobs);
   int good = 0;
   for (int row = 0; row < jobs.size(); ++row) {
-    Finding finding =
-        JudgeJob({static_cast<int>(jobs.Integer(row, 0)), std::string(jobs.Text(row, 1)), jobs.Bool(row, 2),
-                  jobs.Bool(row, 3), std::string(jobs.Text(row, 4)), jobs.Number(row, 5)});
+    Finding finding = JudgeJob({static_cast<int>(jobs.Integer(row, 0)), std::string(jobs.Text(row, 1)),
+                                jobs.Bool(row, 2), jobs.Bool(row, 3), std::string(jobs.Text(row, 4)),
+                                jobs.Number(row, 5), jobs.Bool(row, 6), jobs.Number(row, 7)});
     if (finding.verdict == Verdict::Ok) {
       ++good;
     } else {

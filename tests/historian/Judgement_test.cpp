@@ -69,6 +69,28 @@ TEST(JudgementTest, JobsAreToRunAndToSucceed) {
   EXPECT_EQ(JudgeJob(job).verdict, Verdict::Warning);
 }
 
+TEST(JudgementTest, ARefreshCountedAsFailedIsToComeBackSoon) {
+  Job job{1002,
+          "policy_refresh_continuous_aggregate of datalog_1m",
+          true,
+          true,
+          "cannot drop portal \"\" while it is being set up",
+          -60,
+          true,
+          120};
+  EXPECT_EQ(JudgeJob(job).verdict, Verdict::Warning);
+  EXPECT_NE(JudgeJob(job).found.find("put off by 120 seconds"), std::string::npos);
+  EXPECT_EQ(JudgeJob(job).advice, "select alter_job(1002, retry_period => interval '5 seconds')");
+  job.secondsOfRetry = 5;
+  EXPECT_EQ(JudgeJob(job).verdict, Verdict::Ok);
+  job.secondsOfRetry = 120;
+  job.failed = false;
+  EXPECT_EQ(JudgeJob(job).verdict, Verdict::Ok);
+  job.failed = true;
+  job.refreshes = false;
+  EXPECT_EQ(JudgeJob(job).verdict, Verdict::Ok);
+}
+
 TEST(JudgementTest, LocksAreToSufficeTwice) {
   EXPECT_EQ(JudgeLocks(3200, 6400, 64).verdict, Verdict::Ok);
   EXPECT_EQ(JudgeLocks(3201, 6400, 64).verdict, Verdict::Warning);

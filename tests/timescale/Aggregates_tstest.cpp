@@ -99,4 +99,14 @@ TEST_F(Aggregates, OldSamplesDoNotAppearWithoutARefresh) {
   EXPECT_EQ(Value("select count(*) > 0 from datalog_1m"), materializedOnly ? "f" : "t");
 }
 
+TEST_F(Aggregates, ARefreshDeletesThoseOfDroppedSamples) {
+  Run("call refresh_continuous_aggregate('datalog_1h', null, null)");
+  EXPECT_EQ(Value("select count(*) from datalog_1h"), "480");
+  Run("select drop_chunks('datalog', to_timestamp(" + std::to_string(samples.front().timeMs / 1000) +
+      ") + interval '4 days')");
+  EXPECT_EQ(Value("select count(*) from datalog_1h"), "480");
+  Run("call refresh_continuous_aggregate('datalog_1h', null, null)");
+  EXPECT_EQ(Value("select count(*) from datalog_1h"), "288");
+}
+
 }  // namespace

