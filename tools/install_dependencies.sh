@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the missing Debian packages for a purpose, and lists them:
 #
-#   tools/install_dependencies.sh demo|package|test|cluster|bench|windows...
+#   tools/install_dependencies.sh demo|package|test|fuzz|cluster|bench|windows...
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 # shellcheck source=tools/lib/say.sh
@@ -14,7 +14,9 @@ demo=(g++ cmake ninja-build pkg-config libpq-dev libfmt-dev libutfcpp-dev libsql
 package=("${demo[@]}" dpkg-dev file)
 # The second compiler, the test framework, the tools that the checks call, a pooler.
 test=("${package[@]}" clang clang-format libgtest-dev libgmock-dev binutils git groff-base
-  jq sqlite3 curl chromium pgbouncer iproute2)
+  jq openssl sqlite3 curl chromium pgbouncer iproute2)
+# The sanitizers and libFuzzer of the second compiler.
+fuzz=("${test[@]}" libclang-rt-14-dev)
 # A cluster to break.
 cluster=(patroni etcd-server haproxy iproute2)
 # The compiler for Windows, Wine to run its programs, the test framework in source.
@@ -36,10 +38,11 @@ packages_for() {
     demo) printf '%s\n' "${demo[@]}" && need_npm ;;
     package) printf '%s\n' "${package[@]}" && need_npm ;;
     test) printf '%s\n' "${test[@]}" && need_npm ;;
+    fuzz) printf '%s\n' "${fuzz[@]}" && need_npm ;;
     cluster) printf '%s\n' "${cluster[@]}" ;;
     bench) printf '%s\n' "${bench[@]}" && need_npm ;;
     windows) printf '%s\n' "${windows[@]}" && need_npm ;;
-    *) die "knows demo, package, test, cluster, bench and windows, not \"$1\"" ;;
+    *) die "knows demo, package, test, fuzz, cluster, bench and windows, not \"$1\"" ;;
   esac
 }
 
@@ -89,7 +92,7 @@ install_packages() {
   rm -f "$log"
 }
 
-[ $# -gt 0 ] || die "usage: install_dependencies.sh demo|package|test|cluster|bench|windows..."
+[ $# -gt 0 ] || die "usage: install_dependencies.sh demo|package|test|fuzz|cluster|bench|windows..."
 wanted=$(for purpose in "$@"; do packages_for "$purpose"; done | sort -u)
 command -v dpkg-query >/dev/null || die "installs Debian packages; this system has none. Needed: $(echo "$wanted" | xargs)"
 

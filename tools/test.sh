@@ -8,15 +8,16 @@
 #   tsan       tests that use threads, under ThreadSanitizer
 #   clang      compiles all but the tests with clang++; a warning is an error
 #   windows    the cross-built DLLs for Windows, under Wine (tools/test_windows.sh)
+#   fuzz       the fuzz targets, a minute each (tools/fuzz.sh)
 #   cluster    clients that write while a cluster is broken in turn, with the programs of dev: some minutes
 #
-#   tools/test.sh [--timescale VERSION|all] [--postgres VERSION,...|all] [--cluster] [-R REGEX] [STAGE]...
+#   tools/test.sh [--timescale VERSION|all] [--postgres VERSION,...|all] [--cluster] [--fuzz] [-R REGEX] [STAGE]...
 #
 # and prints how long each part took. A password of a test server in any output is a failure. -R runs only tests with
 # matching names, of dev unless stages are named.
 # --timescale also tests against that release of TimescaleDB, which the server has to offer. --postgres names the
 # versions of the stage postgres and has it run the tests of faults as well; without it they are 14 and 18, without
-# those. --cluster is the stage cluster. Without a STAGE all others run.
+# those. --cluster and --fuzz are the stages of that name. Without a STAGE all others run.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 root=$(dirname "$here")
@@ -27,7 +28,7 @@ root=$(dirname "$here")
 # shellcheck source=tools/lib/server.sh
 . "$here/lib/server.sh"
 
-readonly usage='usage: test.sh [--timescale VERSION|all] [--postgres VERSION,...|all] [--cluster] [-R REGEX] [STAGE]...'
+readonly usage='usage: test.sh [--timescale VERSION|all] [--postgres VERSION,...|all] [--cluster] [--fuzz] [-R REGEX] [STAGE]...'
 stages=()
 selection=()
 postgres_versions=14,18
@@ -50,11 +51,12 @@ while [ $# -gt 0 ]; do
       shift
       ;;
     --cluster) stages+=(cluster) ;;
+    --fuzz) stages+=(fuzz) ;;
     -R)
       selection=(-R "${2:?-R needs a regular expression}")
       shift
       ;;
-    dev | timescale | postgres | asan | tsan | clang | windows) stages+=("$1") ;;
+    dev | timescale | postgres | asan | tsan | clang | windows | fuzz) stages+=("$1") ;;
     *) die "$usage" ;;
   esac
   shift
@@ -165,6 +167,12 @@ run_windows() {
   note windows tests "$since" "$last_line"
 }
 
+run_fuzz() {
+  local since=$SECONDS
+  run_to_the_end "$here/fuzz.sh"
+  note fuzz targets "$since" 'without a finding'
+}
+
 run_stage() {
   local since=$SECONDS
   case $1 in
@@ -190,6 +198,7 @@ run_stage() {
       ;;
     clang) run_clang ;;
     windows) run_windows ;;
+    fuzz) run_fuzz ;;
   esac
   refuse_passwords "$root/build"
   note "$1" 'in all' "$since"

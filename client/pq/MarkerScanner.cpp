@@ -87,9 +87,14 @@ class Scanner {
     at_ = std::min(at_ + 1, text_.size());
   }
 
-  // A word may hold dollar signs; the word E introduces a string with escapes.
+  // A word may hold dollar signs; the word E introduces a string with escapes. A number holds none: those
+  // after it begin a string.
   void SkipWord() {
     const std::size_t start = at_;
+    if (IsDigit(text_[at_])) {
+      at_ = EndOf(IsDigit, at_);
+      return;
+    }
     while (at_ < text_.size() && (ContinuesName(text_[at_]) || text_[at_] == '$')) ++at_;
     const bool escapes = at_ == start + 1 && (text_[start] == 'e' || text_[start] == 'E');
     while (escapes && LooksAt("'")) {

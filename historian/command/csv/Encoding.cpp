@@ -121,7 +121,8 @@ void TextSource::DecodeUtf16(std::string& text) {
     std::uint32_t code = unit(at);
     if (code >= 0xD800 && code < 0xDC00) {  // the first of a pair
       if (at + 3 >= piece_.size()) break;
-      if (sizeof(wchar_t) > 2) {
+      const bool paired = unit(at + 2) >= 0xDC00 && unit(at + 2) < 0xE000;
+      if (sizeof(wchar_t) > 2 && paired) {
         code = 0x10000 + ((code - 0xD800) << 10) + ((unit(at + 2) - 0xDC00) & 0x3FF);
         at += 2;
       }

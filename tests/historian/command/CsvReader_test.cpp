@@ -142,6 +142,11 @@ TEST(CsvEncodings, TakeACharacterThatTheBeginningCutsForUtf8) {
   EXPECT_EQ(DetectEncoding("abc \xE2\x82"), Encoding::Utf8);
 }
 
+TEST(CsvEncodings, ReadAHalfOfAPairOfUtf16AsReplaced) {
+  const std::string content("a\0\x3D\xD8;\0b\0\n\0", 10);
+  EXPECT_EQ(Read(content, ';', Encoding::Utf16Little).rows, (Rows{{"a\uFFFD", "b"}}));
+}
+
 TEST(CsvEncodings, ReadPairsOfUtf16AsOneCharacter) {
   const std::string content("a\0\x3D\xD8\x00\xDE\n\0", 8);
   EXPECT_EQ(Read(content, ';', Encoding::Utf16Little).rows, (Rows{{"a\U0001F600"}}));

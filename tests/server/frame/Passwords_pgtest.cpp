@@ -1,6 +1,7 @@
 // The password is in no text that the library gives out, whatever keeps it from connecting.
 
 #include <DbmsAPI/Diagnostics.h>
+#include <SQLAPI.h>
 
 #include "platform/Socket.h"
 #include "server/DbmsTest.h"
@@ -75,6 +76,41 @@ TEST_F(Passwords, AreInNoTextOfAFailedStatement) {
   EXPECT_FALSE(dbms->CreateUserLogTable(L"a b", {{L"n", 0, 0}}, 0));
   EXPECT_FALSE(said.empty());
   EXPECT_EQ(said.find(Password()), std::wstring::npos);
+}
+
+// A text as the server's statements take it, and as a keyword of the database text.
+std::wstring Literal(const std::wstring& text) {
+  std::wstring literal = L"E'";
+  for (const wchar_t c : text)
+    literal += c == L'\'' || c == L'\\' ? std::wstring(L"\\") + c : std::wstring(1, c);
+  return literal + L"'";
+}
+
+TEST_F(Passwords, OfAnyCharactersAreTakenAsTheyAre) {
+  const std::wstring role = Database() + L"_role";
+  const auto owner = NewDbms();
+  ASSERT_TRUE(owner->Connect());
+  const auto run = [&](const std::wstring& statement) {
+    SACommand(owner->GetConnection().get(), statement.c_str()).Execute();
+  };
+  run(L"set password_encryption to 'scram-sha-256'");
+  run(L"create role " + role + L" login");
+  for (const wchar_t* password :
+       {L"o'brien''s", L" blank before and after ", L"back\\slash\\", L"\"double\" = ;@,:1 $1",
+        L"\U0001F525 \u00e4", L"postgresql://u:p@h/d?x=%20", L"\u00a0\t"}) {
+    SCOPED_TRACE(testing::PrintToString(std::wstring(password)));
+    run(L"alter role " + role + L" password " + Literal(password));
+    const auto by = [&](const std::wstring& database, const wchar_t* argument) {
+      const auto dbms = Dbms::GetDbms(DbmsType::TirelScada, Host().c_str(), Port(), database.c_str(),
+                                      role.c_str(), argument);
+      return dbms->Connect();
+    };
+    EXPECT_TRUE(by(Database(), password));
+    EXPECT_TRUE(by(L"dbname=" + Database() + L" password=" + Literal(password).substr(1), L""));
+    EXPECT_FALSE(by(Database(), (std::wstring(password) + L"x").c_str()));
+    EXPECT_EQ(said.find(password), std::wstring::npos);
+  }
+  run(L"drop role " + role);
 }
 
 }  // namespace

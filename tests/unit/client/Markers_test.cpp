@@ -80,6 +80,7 @@ const Case kNoMarkers[] = {
     {"QuoteInAnIdentifier", L"\"a\"\" :1\" :2", "\"a\"\" :1\" $1", {L"2"}},
     {"DollarQuotes", L"$$ :1 $$ :2", "$$ :1 $$ $1", {L"2"}},
     {"TaggedDollarQuotes", L"$f$ :1 $$ :1 $f$ :2", "$f$ :1 $$ :1 $f$ $1", {L"2"}},
+    {"DollarQuotesAfterANumber", L"1$x$ :1 $x$ :2", "1$x$ :1 $x$ $1", {L"2"}},
     {"DollarSignInAWord", L"a$b$ :1 a$b$", "a$b$ $1 a$b$", {L"1"}},
     {"NativeParameter", L"$1 :1", "$1 $1", {L"1"}},
     {"LineComment", L"-- :1\n:2", "-- :1\n$1", {L"2"}},

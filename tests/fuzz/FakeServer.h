@@ -1,0 +1,60 @@
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <string>
+#include <thread>
+
+#include "Messages.h"
+#include "platform/Socket.h"
+
+namespace fuzz {
+
+// A server on a port of 127.0.0.1 that answers the statements of some operations by rows of its own, one
+// connection after the other. Each answer passes the function given before it is sent.
+class FakeServer {
+ public:
+  // How an answer is sent: its bytes, and whether the connection ends after them.
+  struct Answer {
+    std::string bytes;
+    bool ends = false;
+    std::size_t piece = 0;  // bytes at once, with a pause between; 0: all
+  };
+  using Change = std::function<Answer(Messages)>;
+
+  explicit FakeServer(Change change);
+  ~FakeServer();
+
+  int Port() const { return listener_.Port(); }
+
+  // From now on answers are sent as they are, and the connection that is open ends.
+  void Behave() { behaves_ = true; }
+
+ private:
+  // The connection at the time, and what it has received.
+  struct Link {
+    platform::Socket socket;
+    bool behaves = false;
+    bool open = true;
+    char transaction = 'I';
+    std::string received = {};
+    Messages pending = {};  // the answers since the last Sync
+    std::string statement = {};
+  };
+
+  void Run();
+  void Serve(Link& link);
+  bool Await(const Link& link) const;
+  bool TakeStartup(Link& link);
+  bool TakeMessage(Link& link);
+  void Handle(Link& link, char type, const std::string& body);
+  void Send(Link& link, Messages messages);
+
+  Change change_;
+  std::atomic<bool> stops_ = false;
+  std::atomic<bool> behaves_ = false;
+  platform::Socket listener_ = platform::Socket::Bound();
+  std::thread thread_;
+};
+
+}  // namespace fuzz

@@ -1,0 +1,9 @@
+// Operations against a server whose answers are changed as the bytes say.
+
+#include "Fuzz.h"
+#include "HostileServer.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  fuzz::RunHostileServer({reinterpret_cast<const char*>(data), size});
+  return 0;
+}

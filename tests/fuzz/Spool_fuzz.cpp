@@ -1,0 +1,182 @@
+// The spool: records come back as they went in, any bytes are records or are refused, and a damaged file
+// gives back nothing that was not put into it.
+
+#include <fstream>
+#include <set>
+#include <sstream>
+
+#include "Fuzz.h"
+#include "historian/Error.h"
+#include "historian/Spool.h"
+#include "historian/recorder/SpoolDirectory.h"
+#include "port/Utf8.h"
+
+using namespace historian;
+using namespace historian::recorder;
+
+namespace {
+
+constexpr std::array<bool, kKinds> kAll = {true, true, true};
+constexpr int kBlocks = 20, kPerBlock = 50;
+
+// Takes records off the bytes as long as there are any; what each is written as again is what it was read
+// from.
+template <class Take, class Text>
+void RequireRecords(std::string_view bytes, Take take, Text text) {
+  for (;;) {
+    const std::string_view before = bytes;
+    const auto record = take(bytes);
+    if (!record) {
+      REQUIRE(bytes == before);
+      return;
+    }
+    REQUIRE(bytes.size() < before.size());
+    REQUIRE(text(*record) == before.substr(0, before.size() - bytes.size()));
+  }
+}
+
+template <class Record>
+std::string Written(const Record& record) {
+  std::string bytes;
+  AppendRecord(bytes, record);
+  return bytes;
+}
+
+// What is read of any bytes and written again is read as the same.
+template <class Take>
+void RequireRewritten(std::string_view bytes, Take take) {
+  while (const auto record = take(bytes)) {
+    const std::string written = Written(*record);
+    std::string_view rest = written;
+    const auto again = take(rest);
+    REQUIRE(again && rest.empty() && Written(*again) == written);
+  }
+}
+
+void RequireBlocks(std::string_view bytes, std::size_t count) {
+  // A tag that is not UTF-8 is carried as it is: it is compared by its bytes.
+  RequireRecords(bytes, TakeSample, [](const SampleView& sample) {
+    std::string text = Written(LogSample{sample.timeMs, L"", sample.value});
+    text.resize(text.size() - sizeof(std::uint32_t));
+    const auto length = static_cast<std::uint32_t>(sample.tagName.size());
+    text.append(reinterpret_cast<const char*>(&length), sizeof length);
+    return text.append(sample.tagName);
+  });
+  RequireRewritten(bytes, TakeAlarm);
+  RequireRewritten(bytes, TakeLog);
+  for (int kind = 0; kind < kKinds; ++kind) {
+    const auto records = SplitRecords(static_cast<Kind>(kind), bytes, count);
+    if (!records) continue;
+    REQUIRE(records->size() == count);
+    std::string joined;
+    for (const std::string_view record : *records) {
+      joined += record;
+      REQUIRE(Describe(static_cast<Kind>(kind), record) != "damaged");
+    }
+    REQUIRE(joined == bytes);
+  }
+}
+
+void RequireRoundTrip(fuzz::Input& input) {
+  AlarmRecord alarm;
+  alarm.timeMs = input.Take<std::int64_t>();
+  alarm.status = input.Take<std::int16_t>();
+  alarm.zone = input.Take<std::int16_t>();
+  alarm.tagName = sys::FromUtf8(input.Bytes(input.Below(40)));
+  alarm.label = sys::FromUtf8(input.Bytes(input.Below(40)));
+  SystemLogRecord log;
+  log.time = alarm.timeMs;
+  log.type = input.Take<std::int32_t>();
+  log.user_id = alarm.label;
+  log.message = alarm.tagName;
+  const std::string alarms = Written(alarm) + Written(alarm), logs = Written(log);
+  std::string_view rest = alarms;
+  for (int i = 0; i < 2; ++i) {
+    const auto read = TakeAlarm(rest);
+    REQUIRE(read && Written(*read) == Written(alarm) && read->label == alarm.label);
+  }
+  REQUIRE(rest.empty() && SplitRecords(Kind::Alarm, alarms, 2) && !SplitRecords(Kind::Alarm, alarms, 1));
+  rest = logs;
+  const auto read = TakeLog(rest);
+  REQUIRE(read && rest.empty() && read->message == log.message && Written(*read) == logs);
+}
+
+Spool Open(const SpoolDirectory& directory) {
+  return Spool(directory.File(), Syncing::AtCheckpoints, {1 << 30, false});
+}
+
+// The bytes of a closed spool with samples of the times 0 to 999.
+const std::string& SoundFile() {
+  static const std::string bytes = [] {
+    const SpoolDirectory directory;
+    {
+      Spool spool = Open(directory);
+      for (int block = 0; block < kBlocks; ++block) {
+        Piece piece;
+        for (int i = 0; i < kPerBlock; ++i) {
+          AppendRecord(piece.bytes, LogSample{block * kPerBlock + i, L"PUMP.SPEED", block + 0.5});
+        }
+        piece.records = kPerBlock;
+        REQUIRE(spool.Append(Kind::Sample, {piece}).admission == Spool::Admission::Accepted);
+      }
+    }
+    std::ifstream in(directory.File(), std::ios::binary);
+    return (std::ostringstream() << in.rdbuf()).str();
+  }();
+  return bytes;
+}
+
+void RequireGenuine(Spool& spool) {
+  std::set<std::int64_t> times;
+  for (std::optional<Outcome> done;;) {
+    const auto batch = spool.Next(done, kAll, 1000);
+    if (!batch) break;
+    std::int64_t count = 0;
+    for (const Piece& piece : spool.Load(*batch)) {
+      std::string_view bytes = piece.bytes;
+      while (const auto sample = TakeSample(bytes)) {
+        REQUIRE(sample->timeMs >= 0 && sample->timeMs < kBlocks * kPerBlock);
+        REQUIRE(sample->tagName == "PUMP.SPEED");
+        REQUIRE(sample->value == static_cast<double>(sample->timeMs / kPerBlock) + 0.5);
+        REQUIRE(times.insert(sample->timeMs).second);
+        ++count;
+      }
+    }
+    done = Outcome{count, {}};
+  }
+  const auto [totals, waiting] = spool.Count();
+  REQUIRE(totals.accepted == totals.Done() + waiting.records);
+}
+
+// Overwrites bytes of a sound file at places of the input's choice, and cuts it.
+void RequireDamageLeavesGenuine(fuzz::Input& input) {
+  std::string bytes = SoundFile();
+  if (input.Below(4) == 0) bytes.resize(input.Take<std::uint32_t>() % (bytes.size() + 1));
+  for (unsigned edits = input.Below(8); edits > 0 && !bytes.empty(); --edits) {
+    bytes[input.Take<std::uint32_t>() % bytes.size()] = input.Take<char>();
+  }
+  const SpoolDirectory directory;
+  std::ofstream(directory.File(), std::ios::binary) << bytes;
+  try {
+    Spool spool = Open(directory);
+    RequireGenuine(spool);
+  } catch (const Error& error) {
+    REQUIRE(std::strlen(error.what()) > 0);
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  fuzz::Input input(data, size);
+  const unsigned choice = input.Below(16);
+  if (choice == 0) {
+    RequireDamageLeavesGenuine(input);
+  } else if (choice < 4) {
+    RequireRoundTrip(input);
+  } else {
+    const std::size_t count = input.Below(8);
+    RequireBlocks(input.Rest(), count);
+  }
+  return 0;
+}
