@@ -119,31 +119,6 @@ TEST_F(RecorderTest, GoesOnWithWhatWaitsInTheSpool) {
   EXPECT_EQ(recorder.Report().stored, 1500);
 }
 
-// The program has ended, the server has not noticed and is still storing the batch when the next one begins.
-TEST_F(RecorderTest, WaitsForACommitThatIsStillOnItsWay) {
-  const auto waiting = [](int count) {
-    return "select count(*) = " + std::to_string(count) +
-           " from pg_stat_activity where datname = current_database() and wait_event_type = 'Lock'";
-  };
-  Run("create function hold() returns trigger language plpgsql as $$ begin perform pg_advisory_xact_lock(7); "
-      "return null; end $$");
-  Run("create constraint trigger hold after insert on datalog deferrable initially deferred for each row "
-      "execute function hold()");
-  Run("select pg_advisory_lock(7)");
-  {
-    Recorder recorder(NewDbms(), Options());
-    ASSERT_TRUE(recorder.Record(Samples(0, 10)));
-    WaitUntil(waiting(1));
-  }
-  Recorder recorder(NewDbms(), Options());
-  WaitUntil(waiting(2));
-  Run("select pg_advisory_unlock(7)");
-  ExpectAllSettled(recorder);
-  EXPECT_EQ(History(), Lines(Samples(0, 10)));
-  EXPECT_EQ(recorder.Report().stored, 10);
-  EXPECT_EQ(recorder.Report().duplicates, 0);
-}
-
 TEST_F(RecorderTest, AFullSpoolRefusesAndSaysSo) {
   RecorderOptions options = Options();
   options.mostBytes = 100000;
