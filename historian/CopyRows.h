@@ -44,7 +44,8 @@ struct RowKey {
 
 struct RowKeyHash {
   std::size_t operator()(const RowKey& key) const {
-    return std::hash<std::string_view>()(key.tag) ^ std::hash<std::int64_t>()(key.time * 0x9e3779b9);
+    return std::hash<std::string_view>()(key.tag) ^
+           (static_cast<std::uint64_t>(key.time) * 0x9e3779b97f4a7c15);
   }
 };
 
