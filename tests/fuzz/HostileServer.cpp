@@ -10,7 +10,9 @@
 
 // libpq itself loses results that are under way when a server breaks the protocol in some ways: their memory
 // is not looked for at the end. All other errors of memory are.
-extern "C" const char* __lsan_default_suppressions() { return "leak:PQgetResult"; }
+extern "C" [[gnu::visibility("default")]] const char* __lsan_default_suppressions() {
+  return "leak:PQgetResult";
+}
 
 namespace fuzz {
 namespace {
