@@ -10,10 +10,6 @@
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 root=$(dirname "$here")
-# shellcheck source=tools/lib/say.sh
-. "$here/lib/say.sh"
-# shellcheck source=tools/lib/run.sh
-. "$here/lib/run.sh"
 # shellcheck source=tools/lib/server.sh
 . "$here/lib/server.sh"
 # shellcheck source=tools/lib/machine.sh
@@ -60,8 +56,7 @@ run_quietly "$folder.build.log" cmake --build "$folder"
 # Durable, as by default. Checkpoints and autovacuum would disturb single turns, so the programs request them between
 # the turns.
 server_start "$root/build" max_wal_size=8GB checkpoint_timeout=1h autovacuum=off
-export DBMSAPI_TEST_HOST=$SERVER_HOST DBMSAPI_TEST_PORT=$SERVER_PORT
-export DBMSAPI_TEST_USER=$SERVER_USER DBMSAPI_TEST_PASSWORD=$SERVER_PASSWORD
+server_export
 
 describe_machine
 for program in "${programs[@]}"; do

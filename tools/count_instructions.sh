@@ -9,10 +9,6 @@
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 root=$(dirname "$here")
-# shellcheck source=tools/lib/say.sh
-. "$here/lib/say.sh"
-# shellcheck source=tools/lib/run.sh
-. "$here/lib/run.sh"
 # shellcheck source=tools/lib/server.sh
 . "$here/lib/server.sh"
 
@@ -41,8 +37,7 @@ by_function() {
 }
 
 server_start "$root/build" fsync=off autovacuum=off
-export DBMSAPI_TEST_HOST=$SERVER_HOST DBMSAPI_TEST_PORT=$SERVER_PORT
-export DBMSAPI_TEST_USER=$SERVER_USER DBMSAPI_TEST_PASSWORD=$SERVER_PASSWORD
+server_export
 
 echo "instructions per sample, row, record or call"
 for operation in "${operations[@]}"; do

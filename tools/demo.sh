@@ -13,10 +13,6 @@ here=$(cd "$(dirname "$0")" && pwd)
 root=$(dirname "$here")
 build=$root/build/release
 place=$root/build/demo
-# shellcheck source=tools/lib/say.sh
-. "$here/lib/say.sh"
-# shellcheck source=tools/lib/run.sh
-. "$here/lib/run.sh"
 # shellcheck source=tools/lib/server.sh
 . "$here/lib/server.sh"
 

@@ -9,10 +9,6 @@
 #   tools/server.sh bash -c 'PGPASSWORD=$DBMSAPI_TEST_PASSWORD psql -h $DBMSAPI_TEST_HOST ...'
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
-# shellcheck source=tools/lib/say.sh
-. "$here/lib/say.sh"
-# shellcheck source=tools/lib/run.sh
-. "$here/lib/run.sh"
 # shellcheck source=tools/lib/server.sh
 . "$here/lib/server.sh"
 
@@ -24,6 +20,5 @@ done
 [ $# -gt 0 ] || die "usage: server.sh [--set NAME=VALUE]... COMMAND [ARGUMENT]..."
 
 server_start "$here/../build" ${settings[@]+"${settings[@]}"}
-export DBMSAPI_TEST_HOST=$SERVER_HOST DBMSAPI_TEST_PORT=$SERVER_PORT
-export DBMSAPI_TEST_USER=$SERVER_USER DBMSAPI_TEST_PASSWORD=$SERVER_PASSWORD
+server_export
 run_to_the_end "$@"

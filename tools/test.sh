@@ -21,10 +21,6 @@
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 root=$(dirname "$here")
-# shellcheck source=tools/lib/say.sh
-. "$here/lib/say.sh"
-# shellcheck source=tools/lib/run.sh
-. "$here/lib/run.sh"
 # shellcheck source=tools/lib/server.sh
 . "$here/lib/server.sh"
 
@@ -209,8 +205,7 @@ run_stage() {
 # Nothing on this server has to survive a power failure.
 # TimescaleDB has a worker process for each database.
 server_start "$root/build" fsync=off synchronous_commit=off full_page_writes=off max_worker_processes=64
-export DBMSAPI_TEST_HOST=$SERVER_HOST DBMSAPI_TEST_PORT=$SERVER_PORT
-export DBMSAPI_TEST_USER=$SERVER_USER DBMSAPI_TEST_PASSWORD=$SERVER_PASSWORD
+server_export
 say "tests run against PostgreSQL on $SERVER_HOST:$SERVER_PORT"
 
 for stage in "${stages[@]}"; do run_stage "$stage"; done

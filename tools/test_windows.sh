@@ -11,10 +11,6 @@ set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 root=$(dirname "$here")
 build=$root/build/windows
-# shellcheck source=tools/lib/say.sh
-. "$here/lib/say.sh"
-# shellcheck source=tools/lib/run.sh
-. "$here/lib/run.sh"
 # shellcheck source=tools/lib/server.sh
 . "$here/lib/server.sh"
 
@@ -41,8 +37,7 @@ clear_up() {
 use_server() {
   if [ -z "${DBMSAPI_TEST_HOST:-}" ]; then
     server_start "$root/build" fsync=off synchronous_commit=off full_page_writes=off max_worker_processes=64
-    export DBMSAPI_TEST_HOST=$SERVER_HOST DBMSAPI_TEST_PORT=$SERVER_PORT
-    export DBMSAPI_TEST_USER=$SERVER_USER DBMSAPI_TEST_PASSWORD=$SERVER_PASSWORD
+    server_export
   fi
   trap clear_up EXIT
 }

@@ -15,10 +15,6 @@
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 tools=$here/../../tools
-# shellcheck source=tools/lib/say.sh
-. "$tools/lib/say.sh"
-# shellcheck source=tools/lib/run.sh
-. "$tools/lib/run.sh"
 # shellcheck source=tools/lib/server.sh
 . "$tools/lib/server.sh"
 
@@ -87,8 +83,6 @@ shift
 # What is confirmed is in the log by then, where a hard stop leaves it; the disk itself does not fail.
 server_start "$build" fsync=off max_connections=80
 trap thaw_and_stop EXIT
-chmod 755 "$server_folder"
-export DBMSAPI_TEST_HOST=$SERVER_HOST DBMSAPI_TEST_PORT=$SERVER_PORT
-export DBMSAPI_TEST_USER=$SERVER_USER DBMSAPI_TEST_PASSWORD=$SERVER_PASSWORD
+server_export
 export DBMSAPI_SERVER_FOLDER=$server_folder DBMSAPI_SERVER_CONTROL="$here/private_server.sh --control"
 run_to_the_end "$@"

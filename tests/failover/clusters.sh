@@ -15,10 +15,6 @@
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 tools=$here/../../tools
-# shellcheck source=tools/lib/say.sh
-. "$tools/lib/say.sh"
-# shellcheck source=tools/lib/run.sh
-. "$tools/lib/run.sh"
 # shellcheck source=tools/lib/server.sh
 . "$tools/lib/server.sh"
 
@@ -106,6 +102,6 @@ chmod 755 "$server_folder"
 watch_requests &
 watcher=$!
 
+server_export
 export DBMSAPI_PRIMARY_HOST=$primary_host DBMSAPI_STANDBY_HOST=$standby_host DBMSAPI_REQUESTS=$requests
-export DBMSAPI_TEST_PORT=$SERVER_PORT DBMSAPI_TEST_USER=$SERVER_USER DBMSAPI_TEST_PASSWORD=$SERVER_PASSWORD
 run_to_the_end "$@"

@@ -9,10 +9,6 @@
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 tools=$here/../../tools
-# shellcheck source=tools/lib/say.sh
-. "$tools/lib/say.sh"
-# shellcheck source=tools/lib/run.sh
-. "$tools/lib/run.sh"
 # shellcheck source=tools/lib/server.sh
 . "$tools/lib/server.sh"
 
@@ -35,7 +31,8 @@ ip link add server type veth peer name client
 ip address add "$server_address/24" dev server
 ip link set lo up
 ip link set server up
-server_start "$build" fsync=off "listen_addresses=$server_address"
+SERVER_HOST=$server_address
+server_start "$build" fsync=off
 trap stop_all EXIT
 echo "host all all $client_address/32 scram-sha-256" >>"$server_folder/data/pg_hba.conf"
 server_as_owner "$(server_programs)/pg_ctl" --pgdata "$server_folder/data" --silent reload
@@ -59,6 +56,5 @@ lose_to_server="ip neighbour replace $server_address lladdr $nobody nud permanen
 export DBMSAPI_SILENCE_NETWORK="$lose_to_server && ${at_server[*]} $lose_to_client"
 export DBMSAPI_RESTORE_NETWORK="ip neighbour flush dev client nud permanent && \
   ${at_server[*]} ip neighbour flush dev server nud permanent"
-export DBMSAPI_TEST_HOST=$server_address DBMSAPI_TEST_PORT=$SERVER_PORT
-export DBMSAPI_TEST_USER=$SERVER_USER DBMSAPI_TEST_PASSWORD=$SERVER_PASSWORD
+server_export
 run_to_the_end "${at_client[@]}" "$@"

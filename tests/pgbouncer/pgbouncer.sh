@@ -7,10 +7,6 @@
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 tools=$here/../../tools
-# shellcheck source=tools/lib/say.sh
-. "$tools/lib/say.sh"
-# shellcheck source=tools/lib/run.sh
-. "$tools/lib/run.sh"
 # shellcheck source=tools/lib/server.sh
 . "$tools/lib/server.sh"
 
@@ -68,6 +64,6 @@ start_pooler() {
 server_start "$build" fsync=off synchronous_commit=off full_page_writes=off
 trap stop_all EXIT
 start_pooler
-export DBMSAPI_TEST_HOST=$SERVER_HOST DBMSAPI_TEST_PORT=$pooler_port DBMSAPI_DIRECT_PORT=$SERVER_PORT
-export DBMSAPI_TEST_USER=$SERVER_USER DBMSAPI_TEST_PASSWORD=$SERVER_PASSWORD
+server_export
+export DBMSAPI_TEST_PORT=$pooler_port DBMSAPI_DIRECT_PORT=$SERVER_PORT
 run_to_the_end "$@"

@@ -11,10 +11,6 @@
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 tools=$here/../../tools
-# shellcheck source=tools/lib/say.sh
-. "$tools/lib/say.sh"
-# shellcheck source=tools/lib/run.sh
-. "$tools/lib/run.sh"
 # shellcheck source=tools/lib/server.sh
 . "$tools/lib/server.sh"
 
@@ -46,10 +42,9 @@ mkdir "$tls"
   certificate name elsewhere 2
   certificate expired localhost -1
 } || die "openssl failed: $(cat "$tls/log")"
-chmod 755 "$server_folder" "$tls"
 chmod 600 "$tls"/*.key
 chown -R "$(server_owner)" "$tls"
 
-export DBMSAPI_TEST_HOST=$SERVER_HOST DBMSAPI_TEST_PORT=$SERVER_PORT DBMSAPI_TLS=$tls
-export DBMSAPI_TEST_USER=$SERVER_USER DBMSAPI_TEST_PASSWORD=$SERVER_PASSWORD
+server_export
+export DBMSAPI_TLS=$tls
 run_to_the_end "$@"

@@ -1,15 +1,21 @@
 # shellcheck shell=bash
 # A private PostgreSQL for as long as a script runs, with a fresh data folder, a free loopback port and a random
-# password. The system's clusters are not used. Needs say.sh.
+# password. The system's clusters are not used. With it come say.sh and run.sh.
 #
 #   server_start FOLDER [NAME=VALUE]...   starts a server below FOLDER, with settings
+#   server_export                         exports where it is in DBMSAPI_TEST_HOST, _PORT, _USER and _PASSWORD
 #   server_stop                           stops it and removes its files; called automatically when the script ends
 #
 # Sets SERVER_HOST, SERVER_PORT, SERVER_USER and SERVER_PASSWORD; the user is a superuser. If the user that
 # the server runs as cannot reach the folder, one below the system's temporary folder is used.
 
+server_library=$(dirname "${BASH_SOURCE[0]}")
+# shellcheck source=tools/lib/say.sh
+. "$server_library/say.sh"
+# shellcheck source=tools/lib/run.sh
+. "$server_library/run.sh"
 # shellcheck source=tools/lib/passwords.sh
-. "$(dirname "${BASH_SOURCE[0]}")/passwords.sh"
+. "$server_library/passwords.sh"
 
 SERVER_HOST=127.0.0.1
 SERVER_PORT=
@@ -163,4 +169,9 @@ server_start() {
   server_initialise "$programs"
   server_configure "$programs" "$@"
   server_launch "$programs"
+}
+
+server_export() {
+  export DBMSAPI_TEST_HOST=$SERVER_HOST DBMSAPI_TEST_PORT=$SERVER_PORT
+  export DBMSAPI_TEST_USER=$SERVER_USER DBMSAPI_TEST_PASSWORD=$SERVER_PASSWORD
 }

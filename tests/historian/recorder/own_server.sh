@@ -12,10 +12,6 @@
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 tools=$here/../../../tools
-# shellcheck source=tools/lib/say.sh
-. "$tools/lib/say.sh"
-# shellcheck source=tools/lib/run.sh
-. "$tools/lib/run.sh"
 # shellcheck source=tools/lib/server.sh
 . "$tools/lib/server.sh"
 
@@ -83,6 +79,6 @@ chmod 755 "$server_folder"
 watch_requests &
 watcher=$!
 
-export DBMSAPI_TEST_HOST=$SERVER_HOST DBMSAPI_TEST_PORT=$SERVER_PORT DBMSAPI_REQUESTS=$requests
-export DBMSAPI_TEST_USER=$SERVER_USER DBMSAPI_TEST_PASSWORD=$SERVER_PASSWORD
+server_export
+export DBMSAPI_REQUESTS=$requests
 run_to_the_end "$@"
