@@ -8,9 +8,8 @@ export PGHOST=$DBMSAPI_TEST_HOST PGPORT=$DBMSAPI_TEST_PORT PGUSER=$DBMSAPI_TEST_
 export PGPASSWORD=$DBMSAPI_TEST_PASSWORD PGOPTIONS=--client-min-messages=warning
 unset PGDATABASE
 
-work=$(mktemp -d)
-case=
-failures=0
+# shellcheck source=tests/check.sh
+. "$(dirname "${BASH_SOURCE[0]}")/check.sh"
 
 sql() {
   psql --no-psqlrc --quiet --tuples-only --no-align --set ON_ERROR_STOP=1 --dbname "${PGDATABASE:-$database}" --command "$1"
@@ -28,11 +27,6 @@ clear_up() {
 }
 trap clear_up EXIT
 
-fail() {
-  echo "FAILED: $case: $*"
-  failures=$((failures + 1))
-}
-
 # run ARGUMENT...: runs the program. Its exit status and what it wrote are in $status, $out and $err.
 run() {
   status=0
@@ -43,9 +37,3 @@ run() {
 }
 
 expect_status() { [ "$status" -eq "$1" ] || fail "exit status $status, expected $1; it said: $err"; }
-
-# finish TEXT: ends the test, with the text if all went well.
-finish() {
-  [ "$failures" -eq 0 ] || exit 1
-  echo "$1"
-}

@@ -3,12 +3,11 @@
 # agree with the tests is refused: reliability.sh BUILD_FOLDER
 set -euo pipefail
 cd "$(dirname "$0")/../.."
-failures=0
-folder=$(mktemp -d)
-trap 'rm -rf "$folder"' EXIT
+# shellcheck source=tests/check.sh
+. tests/check.sh
 
-tools/reliability.sh "$1" >"$folder/page.md"
-diff docs/reliability.md "$folder/page.md" || {
+tools/reliability.sh "$1" >"$work/page.md"
+diff docs/reliability.md "$work/page.md" || {
   echo 'docs/reliability.md: run tools/reliability.sh BUILD_FOLDER >docs/reliability.md'
   exit 1
 }
@@ -24,22 +23,16 @@ make_page() { awk -f tools/lib/reliability.awk <(printf '%s\n' "$2") <(printf '%
 refuses() {
   local said
   if said=$(make_page "$2" "$3"); then
-    echo "accepted, expected '$1'"
+    fail "accepted, expected '$1'"
   elif [[ $said != *"$1"* ]]; then
-    echo "expected '$1', said '$said'"
-  else
-    return 0
+    fail "expected '$1', said '$said'"
   fi
-  failures=$((failures + 1))
 }
 
 page=$(make_page "$sound" "$tests")
 for line in '# Title' '| first | One, Two |' '| 1 Killed | a | b |' '| 2 Stopped | a | a |' '| 3 Some | a | – |' '5 cells.*' \
   '| b | false | a row | again |' 'Test: `Some.Only`. B has no row.'; do
-  grep -qxe "$line" <<<"$page" || grep -qe "^$line" <<<"$page" || {
-    echo "the page lacks '$line'"
-    failures=$((failures + 1))
-  }
+  grep -q "^$line" <<<"$page" || fail "the page lacks '$line'"
 done
 refuses 'there is no test Killed.After' "${sound/Killed.Before/Killed.After}" "$tests"
 refuses 'there is no test Killed.Before/B' "$sound" "${tests/Killed.Before\/B/Killed.Before/A}"
@@ -50,5 +43,4 @@ refuses 'Killed.Before has no outcome for B' "${sound/others/A}" "$tests"
 refuses 'there is no family D' "${sound/others/D}" "$tests"
 refuses 'not an outcome' "${sound/ | again/}" "$tests"
 
-[ "$failures" -eq 0 ] || exit 1
-grep -oE '^[0-9]+ cells' docs/reliability.md
+finish "$(grep -oE '^[0-9]+ cells' docs/reliability.md)"

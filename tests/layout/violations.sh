@@ -3,8 +3,9 @@
 # violations.sh CHECK_INCLUDES
 set -euo pipefail
 check=$1
-tree=$(mktemp -d)
-trap 'rm -rf "$tree"' EXIT
+# shellcheck source=tests/check.sh
+. "$(dirname "$0")/../check.sh"
+tree=$work/tree
 
 mkdir -p "$tree"/{port/posix,client/include,client/pq,DbmsAPI/{frame,history,reports,records,config},tests,examples/demo,historian/command/posix}
 write() { printf '%s\n' "${@:2}" >"$tree/$1"; }
@@ -30,15 +31,9 @@ write historian/command/Table.h '#include <string>'
 write examples/demo/main.cpp '#include <DbmsAPI/Dbms.h>' '#include <SQLAPI.h>' '#include <unistd.h>'
 write tests/All_test.cpp '#include "DbmsAPI/frame/Operation.h"' '#include <libpq-fe.h>'
 
-failures=0
-fail() {
-  echo "$*"
-  failures=$((failures + 1))
-}
-
 # expect FILE LINE MESSAGE: with the line added to the file, the check fails with the message.
 expect() {
-  local said status=0 kept=$tree/kept
+  local said status=0 kept=$work/kept
   rm -f "$kept"
   mkdir -p "$(dirname "$tree/$1")"
   [ ! -f "$tree/$1" ] || cp "$tree/$1" "$kept"
@@ -91,5 +86,4 @@ expect port/Utf8.h '#include "tests/Fixture.h"' '"tests/Fixture.h" is not to be 
 write DbmsAPI/frame/Operation.h '#include <SQLAPI.h>'
 "$check" "$tree" >/dev/null && fail 'no handler at all passes'
 
-[ "$failures" -eq 0 ] || exit 1
-echo 'the check finds each violation'
+finish 'the check finds each violation'

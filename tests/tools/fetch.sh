@@ -1,15 +1,10 @@
 #!/usr/bin/env bash
-# A package that cannot be fetched, or is another one, ends the script and says why; one that is there is not fetched
-# again: fetch.sh TOOLS_DIRECTORY
+# A package that cannot be fetched, or is not the one named, ends the script with the reason. One that is there is not
+# fetched again: fetch.sh TOOLS_DIRECTORY
 set -euo pipefail
 tools=$1
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-failures=0
-fail() {
-  echo "FAILED: $*"
-  failures=$((failures + 1))
-}
+# shellcheck source=tests/check.sh
+. "$(dirname "$0")/../check.sh"
 
 # In place of npm: gives the package of this directory, or the error of a registry that is out of reach.
 mkdir -p "$work/bin" "$work/package"
@@ -50,5 +45,4 @@ fetch "$sha256"
 [ "$status" -eq 0 ] || fail "the same again: $(cat "$work/said")"
 [ ! -e "$work/asked" ] || fail 'the same again: fetched once more'
 
-[ "$failures" -eq 0 ] || exit 1
-echo 'packages are fetched once, in the very version'
+finish 'a package is fetched once, in the version named'
