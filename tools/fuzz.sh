@@ -14,7 +14,7 @@ root=$(dirname "$here")
 # shellcheck source=tools/lib/run.sh
 . "$here/lib/run.sh"
 
-readonly all=(markers connection_string dates numbers utf copy_text csv spool server)
+mapfile -t all < <(ls "$root/tests/fuzz/corpus")
 readonly build=$root/build/fuzz corpus=$root/build/fuzz.corpus findings=$root/build/fuzz.findings
 targets=()
 seconds=60

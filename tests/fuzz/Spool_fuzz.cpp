@@ -2,12 +2,12 @@
 // gives back nothing that was not put into it.
 
 #include <fstream>
-#include <set>
 #include <sstream>
 
 #include "Fuzz.h"
 #include "historian/Error.h"
 #include "historian/Spool.h"
+#include "historian/recorder/GenuineSamples.h"
 #include "historian/recorder/SpoolDirectory.h"
 #include "port/Utf8.h"
 
@@ -16,8 +16,7 @@ using namespace historian::recorder;
 
 namespace {
 
-constexpr std::array<bool, kKinds> kAll = {true, true, true};
-constexpr int kBlocks = 20, kPerBlock = 50;
+constexpr GenuineSamples kSamples(20, 50);
 
 // Takes records off the bytes as long as there are any; what each is written as again is what it was read
 // from.
@@ -105,20 +104,13 @@ Spool Open(const SpoolDirectory& directory) {
   return Spool(directory.File(), Syncing::AtCheckpoints, {1 << 30, false});
 }
 
-// The bytes of a closed spool with samples of the times 0 to 999.
+// The bytes of a closed spool with the samples.
 const std::string& SoundFile() {
   static const std::string bytes = [] {
     const SpoolDirectory directory;
     {
       Spool spool = Open(directory);
-      for (int block = 0; block < kBlocks; ++block) {
-        Piece piece;
-        for (int i = 0; i < kPerBlock; ++i) {
-          AppendRecord(piece.bytes, LogSample{block * kPerBlock + i, L"PUMP.SPEED", block + 0.5});
-        }
-        piece.records = kPerBlock;
-        REQUIRE(spool.Append(Kind::Sample, {piece}).admission == Spool::Admission::Accepted);
-      }
+      REQUIRE(kSamples.AppendTo(spool));
     }
     std::ifstream in(directory.File(), std::ios::binary);
     return (std::ostringstream() << in.rdbuf()).str();
@@ -127,23 +119,7 @@ const std::string& SoundFile() {
 }
 
 void RequireGenuine(Spool& spool) {
-  std::set<std::int64_t> times;
-  for (std::optional<Outcome> done;;) {
-    const auto batch = spool.Next(done, kAll, 1000);
-    if (!batch) break;
-    std::int64_t count = 0;
-    for (const Piece& piece : spool.Load(*batch)) {
-      std::string_view bytes = piece.bytes;
-      while (const auto sample = TakeSample(bytes)) {
-        REQUIRE(sample->timeMs >= 0 && sample->timeMs < kBlocks * kPerBlock);
-        REQUIRE(sample->tagName == "PUMP.SPEED");
-        REQUIRE(sample->value == static_cast<double>(sample->timeMs / kPerBlock) + 0.5);
-        REQUIRE(times.insert(sample->timeMs).second);
-        ++count;
-      }
-    }
-    done = Outcome{count, {}};
-  }
+  Drain(spool, [](const SampleView& sample, bool isFirst) { REQUIRE(kSamples.Have(sample) && isFirst); });
   const auto [totals, waiting] = spool.Count();
   REQUIRE(totals.accepted == totals.Done() + waiting.records);
 }

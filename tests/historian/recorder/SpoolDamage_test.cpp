@@ -2,31 +2,24 @@
 
 #include <algorithm>
 #include <fstream>
-#include <set>
 
 #include "historian/Spool.h"
+#include "historian/recorder/GenuineSamples.h"
 #include "historian/recorder/SpoolDirectory.h"
 
 namespace historian::recorder {
 namespace {
 
-constexpr std::array<bool, kKinds> kAll = {true, true, true};
 constexpr int kBlocks = 200;
 constexpr int kPerBlock = 100;
+constexpr GenuineSamples kSamples(kBlocks, kPerBlock);
 
 // A closed spool with samples of the times 0 to 19,999, a hundred to a block.
 class SpoolDamage : public ::testing::Test {
  protected:
   void SetUp() override {
     Spool spool = Open();
-    for (int block = 0; block < kBlocks; ++block) {
-      Piece piece;
-      for (int i = 0; i < kPerBlock; ++i) {
-        AppendRecord(piece.bytes, LogSample{block * kPerBlock + i, L"PUMP.SPEED", block + 0.5});
-      }
-      piece.records = kPerBlock;
-      ASSERT_EQ(spool.Append(Kind::Sample, {piece}).admission, Spool::Admission::Accepted);
-    }
+    ASSERT_TRUE(kSamples.AppendTo(spool));
   }
 
   Spool Open() { return Spool(directory.File(), Syncing::AtCheckpoints, {1 << 30, false}); }
@@ -43,25 +36,10 @@ class SpoolDamage : public ::testing::Test {
   // Empties the spool; every sample that comes out must be one that went in, and come out once. Gives the
   // number.
   static std::int64_t DrainGenuine(Spool& spool) {
-    std::set<std::int64_t> times;
-    std::optional<Outcome> done;
-    for (;;) {
-      const auto batch = spool.Next(done, kAll, 1000);
-      if (!batch) break;
-      std::int64_t count = 0;
-      for (const Piece& piece : spool.Load(*batch)) {
-        std::string_view bytes = piece.bytes;
-        while (const auto sample = TakeSample(bytes)) {
-          EXPECT_TRUE(sample->timeMs >= 0 && sample->timeMs < kBlocks * kPerBlock);
-          EXPECT_EQ(sample->tagName, "PUMP.SPEED");
-          EXPECT_EQ(sample->value, static_cast<double>(sample->timeMs / kPerBlock) + 0.5);
-          EXPECT_TRUE(times.insert(sample->timeMs).second) << sample->timeMs;
-          ++count;
-        }
-      }
-      done = Outcome{count, {}};
-    }
-    return static_cast<std::int64_t>(times.size());
+    return Drain(spool, [](const SampleView& sample, bool isFirst) {
+      EXPECT_TRUE(kSamples.Have(sample)) << sample.timeMs << ' ' << sample.tagName << ' ' << sample.value;
+      EXPECT_TRUE(isFirst) << sample.timeMs;
+    });
   }
 
   static void ExpectTrueCounts(Spool& spool) {
