@@ -7,12 +7,7 @@
 
 #include "FakeServer.h"
 #include "Fuzz.h"
-
-// libpq itself loses results that are under way when a server breaks the protocol in some ways: their memory
-// is not looked for at the end. All other errors of memory are.
-extern "C" [[gnu::visibility("default")]] const char* __lsan_default_suppressions() {
-  return "leak:PQgetResult";
-}
+#include "LostResults.h"
 
 namespace fuzz {
 namespace {
@@ -111,10 +106,12 @@ void RunHostileServer(std::string_view decisions) {
   Input input(reinterpret_cast<const std::uint8_t*>(decisions.data()), decisions.size());
   const std::string_view operations = input.Bytes(6);
   FakeServer server([&](Messages messages) { return Change(input, std::move(messages)); });
-  const auto dbms = Dbms::GetDbms(DbmsType::TirelScada, L"127.0.0.1", server.Port(), L"db", L"u", L"p");
+  auto dbms = Dbms::GetDbms(DbmsType::TirelScada, L"127.0.0.1", server.Port(), L"db", L"u", L"p");
   for (const char operation : operations) RunOperation(*dbms, static_cast<unsigned char>(operation) % 6u);
   server.Behave();
   REQUIRE(WorksAgain(*dbms));
+  dbms.reset();
+  FreeLostResults();
 }
 
 }  // namespace fuzz
