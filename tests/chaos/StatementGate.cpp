@@ -1,6 +1,5 @@
 #include "chaos/StatementGate.h"
 
-#include <stdexcept>
 #include <utility>
 
 namespace {
@@ -25,7 +24,7 @@ constexpr char kExecuted[] = "CIsE";  // completed, empty, suspended, failed
 constexpr char kPrepared[] = "1E";    // parsed, failed
 
 // Makes the server send what it has, without a Sync, which would commit.
-constexpr char kFlush[] = {'H', 0, 0, 0, 4};
+constexpr std::string_view kFlush("H\0\0\0\4", 5);
 
 bool EndsStatement(char letter) { return letter == kQuery || letter == kSync || letter == kCopyDone; }
 
@@ -34,29 +33,17 @@ bool IsOutsideOfStatements(char letter) {
   return letter == '\0' || letter == kPassword || letter == kCopyFail || letter == kTerminate;
 }
 
-int NumberAt(const std::string& bytes, std::size_t at) {
-  unsigned number = 0;
-  for (std::size_t i = at; i < at + 4; ++i) number = number << 8 | static_cast<unsigned char>(bytes[i]);
-  return static_cast<int>(number);
-}
-
 }  // namespace
 
-StatementGate::StatementGate(std::string host, int port)
-    : host_(std::move(host)), serverPort_(port), listener_(Socket::Bound()) {
-  port_ = listener_.Port();
-}
+StatementGate::StatementGate(std::string host, int port) : host_(std::move(host)), serverPort_(port) {}
 
 void StatementGate::Open() {
-  listener_.Listen();
-  stop_ = Socket::To("127.0.0.1", port_);
-  if (!stop_) throw std::runtime_error("the gate cannot listen");
-  stopping_ = listener_.Accept();
+  listener_.Open();
   thread_ = std::thread([this] { Serve(); });
 }
 
 StatementGate::~StatementGate() {
-  stop_.Close();
+  listener_.Stop();
   if (thread_.joinable()) thread_.join();
 }
 
@@ -80,8 +67,8 @@ bool StatementGate::Happened() const {
 }
 
 void StatementGate::Serve() {
-  while (platform::WaitForAny({&stopping_, &listener_}) != 0) {
-    Link link{listener_.Accept(), Socket::To(host_, serverPort_)};
+  while (Socket client = listener_.Accept()) {
+    Link link{std::move(client), Socket::To(host_, serverPort_)};
     if (link.server) Carry(link);
   }
 }
@@ -90,7 +77,7 @@ void StatementGate::Serve() {
 void StatementGate::Carry(Link& link) {
   ProtocolMessages questions(ProtocolMessages::From::Client), answers(ProtocolMessages::From::Server);
   char buffer[kBufferSize];
-  while (const std::size_t ready = platform::WaitForAny({&stopping_, &link.client, &link.server})) {
+  while (const std::size_t ready = platform::WaitForAny({&listener_.Stopped(), &link.client, &link.server})) {
     const bool asks = ready == 1;
     const std::size_t count = (asks ? link.client : link.server).Receive(buffer, sizeof buffer);
     if (count == 0) return;
@@ -98,9 +85,10 @@ void StatementGate::Carry(Link& link) {
     messages.Add(buffer, count);
     while (const auto message = messages.Next()) {
       if (asks && !Pass(link, *message)) return;
-      if (!asks && message->letter == kBackendKey) link.backend = NumberAt(message->bytes, 5);
+      if (!asks && message->letter == kBackendKey)
+        link.backend = static_cast<int>(NumberAt(message->bytes, 5));
     }
-    if (!asks && !link.client.SendAll(buffer, count, stopping_)) return;
+    if (!asks && !link.client.SendAll(buffer, count, listener_.Stopped())) return;
   }
 }
 
@@ -112,19 +100,18 @@ bool StatementGate::Pass(Link& link, const ProtocolMessage& message) {
   statement.bytes += message.bytes;
   if (EndsStatement(message.letter)) return PassStatement(link, std::exchange(statement, {}));
   if (!IsOutsideOfStatements(message.letter)) return true;
-  const std::string bytes = std::exchange(statement, {}).bytes;
-  return link.server.SendAll(bytes.data(), bytes.size(), stopping_);
+  return SendToServer(link, std::exchange(statement, {}).bytes);
 }
 
 bool StatementGate::PassStatement(const Link& link, const Statement& statement) {
-  if (!IsDue()) return link.server.SendAll(statement.bytes.data(), statement.bytes.size(), stopping_);
+  if (!IsDue()) return SendToServer(link, statement.bytes);
   SendUpToThePoint(link, statement);
   const Then then = fault_(link.backend);
   {
     const std::lock_guard lock(mutex_);
     happened_ = true;
   }
-  if (then == Then::Relay) RelayLastWords(link);
+  if (then == Then::Relay) RelayTheRest(link);
   return false;
 }
 
@@ -133,16 +120,20 @@ bool StatementGate::IsDue() {
   return ++statements_ == at_;
 }
 
+bool StatementGate::SendToServer(const Link& link, std::string_view bytes) const {
+  return link.server.SendAll(bytes.data(), bytes.size(), listener_.Stopped());
+}
+
 void StatementGate::SendUpToThePoint(const Link& link, const Statement& statement) const {
-  const std::string& bytes = statement.bytes;
+  const std::string_view bytes = statement.bytes;
   if (point_ == Point::After) {
-    link.server.SendAll(bytes.data(), bytes.size(), stopping_);
+    SendToServer(link, bytes);
     AwaitAnswer(link, kReadyOrCopyIn);
   } else if (point_ == Point::Inside && statement.withoutSync == 0) {
-    link.server.SendAll(bytes.data(), bytes.size() / 2, stopping_);
+    SendToServer(link, bytes.substr(0, bytes.size() / 2));
   } else if (point_ == Point::Inside) {
-    link.server.SendAll(bytes.data(), statement.withoutSync, stopping_);
-    link.server.SendAll(kFlush, sizeof kFlush, stopping_);
+    SendToServer(link, bytes.substr(0, statement.withoutSync));
+    SendToServer(link, kFlush);
     AwaitAnswer(link, statement.executes ? kExecuted : kPrepared);
   }
 }
@@ -151,7 +142,7 @@ void StatementGate::SendUpToThePoint(const Link& link, const Statement& statemen
 void StatementGate::AwaitAnswer(const Link& link, const std::string& letters) const {
   ProtocolMessages answers(ProtocolMessages::From::Server);
   char buffer[kBufferSize];
-  while (platform::WaitForAny({&stopping_, &link.server}) != 0) {
+  while (platform::WaitForAny({&listener_.Stopped(), &link.server}) != 0) {
     const std::size_t count = link.server.Receive(buffer, sizeof buffer);
     if (count == 0) return;
     answers.Add(buffer, count);
@@ -161,10 +152,10 @@ void StatementGate::AwaitAnswer(const Link& link, const std::string& letters) co
   }
 }
 
-void StatementGate::RelayLastWords(const Link& link) const {
+void StatementGate::RelayTheRest(const Link& link) const {
   char buffer[kBufferSize];
-  while (platform::WaitForAny({&stopping_, &link.server}) != 0) {
+  while (platform::WaitForAny({&listener_.Stopped(), &link.server}) != 0) {
     const std::size_t count = link.server.Receive(buffer, sizeof buffer);
-    if (count == 0 || !link.client.SendAll(buffer, count, stopping_)) return;
+    if (count == 0 || !link.client.SendAll(buffer, count, listener_.Stopped())) return;
   }
 }

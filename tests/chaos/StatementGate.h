@@ -3,9 +3,10 @@
 #include <functional>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <thread>
 
-#include "platform/Socket.h"
+#include "platform/Listener.h"
 #include "server/ProtocolMessages.h"
 
 // A proxy between a client and the server that counts the client's statements and lets a fault happen at one
@@ -29,7 +30,7 @@ class StatementGate {
   ~StatementGate();
   void Open();
 
-  int Port() const { return port_; }  // on 127.0.0.1
+  int Port() const { return listener_.Port(); }  // on 127.0.0.1
 
   // Lets a fault happen once, at the n-th statement from now on, counting from 1.
   void At(int n, Point point, Fault fault);
@@ -55,14 +56,14 @@ class StatementGate {
   bool Pass(Link& link, const ProtocolMessage& message);
   bool PassStatement(const Link& link, const Statement& statement);
   bool IsDue();
+  bool SendToServer(const Link& link, std::string_view bytes) const;
   void SendUpToThePoint(const Link& link, const Statement& statement) const;
   void AwaitAnswer(const Link& link, const std::string& letters) const;
-  void RelayLastWords(const Link& link) const;
+  void RelayTheRest(const Link& link) const;
 
   std::string host_;
-  int serverPort_, port_;
-  platform::Socket listener_;
-  platform::Socket stop_, stopping_;  // two ends of one line: closing the first stops the gate
+  int serverPort_;
+  platform::Listener listener_;
 
   mutable std::mutex mutex_;
   int statements_ = 0, at_ = 0;

@@ -73,14 +73,12 @@ void RequireShortest(double value) {
   for (int digits = 1; digits <= 17; ++digits) {
     std::snprintf(printed, sizeof printed, "%.*e", digits - 1, value);
     if (std::strtod(printed, nullptr) != value) continue;
-    std::size_t count = 0;  // of the digits that the text needs, zeros at its ends aside
-    std::string bare;
+    std::string bare;  // the digits of the text without the zeros at its ends
     for (const char c : text.substr(0, text.find('e'))) bare += c >= '0' && c <= '9' ? std::string(1, c) : "";
     bare.erase(0, std::min(bare.find_first_not_of('0'), bare.size()));
     bare.erase(bare.find_last_not_of('0') + 1);
-    count = bare.size();
-    // A whole number that is shorter so is written with all its digits.
-    REQUIRE(count <= static_cast<std::size_t>(digits) ||
+    // A whole number may be written with all its digits.
+    REQUIRE(bare.size() <= static_cast<std::size_t>(digits) ||
             (std::trunc(value) == value && text.find('e') == text.npos));
     return;
   }

@@ -16,13 +16,7 @@ constexpr auto kSilence = 30ms;
 constexpr auto kPause = 1ms;
 constexpr std::size_t kMostPieces = 64;
 
-constexpr std::uint32_t kVersion3 = 196608, kSsl = 80877103, kGss = 80877104;
-
-std::uint32_t ReadNumber(const std::string& bytes, std::size_t at) {
-  std::uint32_t value = 0;
-  for (std::size_t i = 0; i < 4; ++i) value = value << 8 | static_cast<unsigned char>(bytes[at + i]);
-  return value;
-}
+constexpr std::uint32_t kVersion3 = 196608;
 
 bool Holds(const std::string& text, const char* part) { return text.find(part) != std::string::npos; }
 
@@ -79,80 +73,51 @@ Messages Greeting() {
 }  // namespace
 
 FakeServer::FakeServer(Change change) : change_(std::move(change)) {
-  listener_.Listen();
+  listener_.Open();
   thread_ = std::thread([this] { Run(); });
 }
 
 FakeServer::~FakeServer() {
-  stops_ = true;
-  const platform::Socket waker = platform::Socket::To("127.0.0.1", Port());
+  listener_.Stop();
   thread_.join();
 }
 
 void FakeServer::Run() {
-  while (!stops_) {
-    Link link{listener_.Accept(), behaves_};
-    if (!stops_) Serve(link);
+  while (platform::Socket client = listener_.Accept()) {
+    Link link{std::move(client), behaves_};
+    Serve(link);
+  }
+}
+
+void FakeServer::Serve(Link& link) {
+  while (link.open && Await(link)) {
+    char bytes[4096];
+    const std::size_t count = link.socket.Receive(bytes, sizeof bytes);
+    if (count == 0) return;
+    link.received.Add(bytes, count);
+    while (link.open) {
+      const auto message = link.received.Next();
+      if (!message) break;
+      Handle(link, *message);
+    }
   }
 }
 
 // Whether the client has sent something, or is gone.
 bool FakeServer::Await(const Link& link) const {
-  const int socket = static_cast<int>(link.socket.Get());
-  for (;;) {
-    if (stops_ || (behaves_ && !link.behaves)) return false;
-    if (sys::WaitForSocket(socket, sys::SocketEvent::Readable, std::chrono::steady_clock::now() + kSilence))
-      return true;
-    if (!link.behaves) return false;
-  }
+  if (link.behaves) return platform::WaitForAny({&listener_.Stopped(), &link.socket}) != 0;
+  return !behaves_ && sys::WaitForSocket(static_cast<int>(link.socket.Get()), sys::SocketEvent::Readable,
+                                         std::chrono::steady_clock::now() + kSilence);
 }
 
-void FakeServer::Serve(Link& link) {
-  bool started = false;
-  while (link.open && Await(link)) {
-    char bytes[4096];
-    const std::size_t count = link.socket.Receive(bytes, sizeof bytes);
-    if (count == 0) return;
-    link.received.append(bytes, count);
-    while (link.open && !started && TakeStartup(link)) started = link.statement == "started";
-    while (link.open && started && TakeMessage(link)) {
-    }
-  }
-}
-
-bool FakeServer::TakeStartup(Link& link) {
-  if (link.received.size() < 8) return false;
-  const std::uint32_t length = ReadNumber(link.received, 0), code = ReadNumber(link.received, 4);
-  if (length < 8 || length > 100000) link.open = false;
-  if (!link.open || link.received.size() < length) return false;
-  link.received.erase(0, length);
-  if (code == kSsl || code == kGss) {
-    Send(link, {"N"});
-    return true;
-  }
-  link.open = code == kVersion3;
-  link.statement = "started";
-  Send(link, Greeting());
-  return link.open;
-}
-
-bool FakeServer::TakeMessage(Link& link) {
-  if (link.received.size() < 5) return false;
-  const std::uint32_t length = ReadNumber(link.received, 1);
-  if (length < 4) link.open = false;
-  if (!link.open || link.received.size() < length + std::size_t{1}) return false;
-  const char type = link.received[0];
-  const std::string body = link.received.substr(5, length - 4);
-  link.received.erase(0, length + std::size_t{1});
-  Handle(link, type, body);
-  return true;
-}
-
-void FakeServer::Handle(Link& link, char type, const std::string& body) {
-  const auto add = [&](Messages messages) {
-    for (std::string& message : messages) link.pending.push_back(std::move(message));
+void FakeServer::Handle(Link& link, const ProtocolMessage& message) {
+  const auto add = [&](const Messages& answers) {
+    link.pending.insert(link.pending.end(), answers.begin(), answers.end());
   };
-  switch (type) {
+  const std::string body = message.bytes.substr(5);
+  switch (message.letter) {
+    case '\0':  // a request for encryption, which is refused, or the startup message
+      return Send(link, NumberAt(message.bytes, 4) == kVersion3 ? Greeting() : Messages{"N"});
     case 'Q':
       add(AnswerTo(body.c_str(), true, link.transaction));
       if (link.pending.back()[0] != 'G') link.pending.push_back(Ready(link.transaction));

@@ -6,7 +6,8 @@
 #include <thread>
 
 #include "Messages.h"
-#include "platform/Socket.h"
+#include "platform/Listener.h"
+#include "server/ProtocolMessages.h"
 
 namespace fuzz {
 
@@ -37,7 +38,7 @@ class FakeServer {
     bool behaves = false;
     bool open = true;
     char transaction = 'I';
-    std::string received = {};
+    ProtocolMessages received = ProtocolMessages(ProtocolMessages::From::Client);
     Messages pending = {};  // the answers since the last Sync
     std::string statement = {};
   };
@@ -45,15 +46,12 @@ class FakeServer {
   void Run();
   void Serve(Link& link);
   bool Await(const Link& link) const;
-  bool TakeStartup(Link& link);
-  bool TakeMessage(Link& link);
-  void Handle(Link& link, char type, const std::string& body);
+  void Handle(Link& link, const ProtocolMessage& message);
   void Send(Link& link, Messages messages);
 
   Change change_;
-  std::atomic<bool> stops_ = false;
   std::atomic<bool> behaves_ = false;
-  platform::Socket listener_ = platform::Socket::Bound();
+  platform::Listener listener_;
   std::thread thread_;
 };
 

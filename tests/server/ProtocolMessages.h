@@ -1,19 +1,23 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 
 // A message of the protocol between client and server.
 struct ProtocolMessage {
-  char letter;        // its kind; 0 for the first message of a client, which has none
+  char letter;        // its kind; 0 for the messages by which a client starts, which have none
   std::string bytes;  // the whole message, with its letter
 };
+
+// The number in the four bytes at a place.
+std::uint32_t NumberAt(const std::string& bytes, std::size_t at);
 
 // Cuts the bytes of one direction of a connection into messages.
 class ProtocolMessages {
  public:
-  // Only a client's first message has no letter.
+  // Only a client's requests for encryption and its startup message have no letter.
   enum class From { Client, Server };
   explicit ProtocolMessages(From from) : started_(from == From::Server) {}
 

@@ -1,7 +1,5 @@
 #include "server/ProtocolTap.h"
 
-#include <stdexcept>
-
 namespace {
 
 constexpr char kPassword = 'p';        // the letter of all messages of signing in
@@ -10,17 +8,10 @@ constexpr int kUnixSocketPort = 5432;  // a part of the name only
 }  // namespace
 
 ProtocolTap::ProtocolTap(const std::string& host, int port, const std::string& folder)
-    : host_(host), serverPort_(port), port_(kUnixSocketPort) {
-  if (folder.empty()) {
-    listener_ = platform::Socket::Bound();
-    port_ = listener_.Port();
-  } else {
-    listener_ = platform::Socket::BoundIn(folder, port_);
-  }
-  listener_.Listen();
-  stop_ = platform::Socket::To(folder.empty() ? "127.0.0.1" : folder, port_);
-  if (!stop_) throw std::runtime_error("the tap cannot listen");
-  stopping_ = listener_.Accept();
+    : host_(host),
+      serverPort_(port),
+      listener_(folder.empty() ? platform::Listener() : platform::Listener(folder, kUnixSocketPort)) {
+  listener_.Open();
   thread_ = std::thread([this] { Serve(); });
 }
 
@@ -28,9 +19,8 @@ ProtocolTap::~ProtocolTap() { Stop(); }
 
 void ProtocolTap::Stop() {
   if (!thread_.joinable()) return;
-  stop_.Close();
+  listener_.Stop();
   thread_.join();
-  stopping_.Close();
   listener_.Close();
 }
 
@@ -42,8 +32,7 @@ std::string ProtocolTap::Take() {
 }
 
 void ProtocolTap::Serve() {
-  while (platform::WaitForAny({&stopping_, &listener_}) != 0) {
-    const platform::Socket client = listener_.Accept();
+  while (const platform::Socket client = listener_.Accept()) {
     const platform::Socket server = platform::Socket::To(host_, serverPort_);
     if (server) Carry(client, server);
   }
@@ -53,7 +42,7 @@ void ProtocolTap::Serve() {
 void ProtocolTap::Carry(const platform::Socket& client, const platform::Socket& server) {
   char buffer[16384];
   ProtocolMessages messages(ProtocolMessages::From::Client);
-  while (const std::size_t ready = platform::WaitForAny({&stopping_, &client, &server})) {
+  while (const std::size_t ready = platform::WaitForAny({&listener_.Stopped(), &client, &server})) {
     const bool fromClient = ready == 1;
     const std::size_t count = (fromClient ? client : server).Receive(buffer, sizeof buffer);
     if (count == 0) return;
@@ -62,7 +51,7 @@ void ProtocolTap::Carry(const platform::Socket& client, const platform::Socket& 
       messages.Add(buffer, count);
       Note(messages);
     }
-    if (!(fromClient ? server : client).SendAll(buffer, count, stopping_)) return;
+    if (!(fromClient ? server : client).SendAll(buffer, count, listener_.Stopped())) return;
   }
 }
 

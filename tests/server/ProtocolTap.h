@@ -5,7 +5,7 @@
 #include <string>
 #include <thread>
 
-#include "platform/Socket.h"
+#include "platform/Listener.h"
 #include "server/ProtocolMessages.h"
 
 // A proxy between a client and the server that records the types of the client's messages. One connection
@@ -18,7 +18,7 @@ class ProtocolTap {
   ~ProtocolTap();
 
   // The port for the client to connect to.
-  int Port() const { return port_; }
+  int Port() const { return listener_.Port(); }
 
   // Closes the connection and stops listening, without sending anything.
   void Stop();
@@ -34,9 +34,7 @@ class ProtocolTap {
 
   std::string host_;
   int serverPort_;
-  int port_;
-  platform::Socket listener_;
-  platform::Socket stop_, stopping_;  // two ends of one line: closing the first stops the tap
+  platform::Listener listener_;
 
   std::mutex mutex_;
   std::string kinds_;

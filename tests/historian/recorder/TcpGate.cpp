@@ -1,20 +1,13 @@
 #include "historian/recorder/TcpGate.h"
 
-#include <memory>
-#include <stdexcept>
 #include <utility>
 
 namespace historian {
 
 using platform::Socket;
 
-TcpGate::TcpGate(std::string host, int port)
-    : host_(std::move(host)), serverPort_(port), listener_(Socket::Bound()) {
-  port_ = listener_.Port();
-  listener_.Listen();
-  stop_ = Socket::To("127.0.0.1", port_);
-  if (!stop_) throw std::runtime_error("the gate cannot listen");
-  stopping_ = listener_.Accept();
+TcpGate::TcpGate(std::string host, int port) : host_(std::move(host)), serverPort_(port) {
+  listener_.Open();
   thread_ = std::thread([this] { Serve(); });
 }
 
@@ -24,7 +17,7 @@ TcpGate::~TcpGate() {
     isStopping_ = true;
   }
   stopped_.notify_all();
-  stop_.Close();
+  listener_.Stop();
   thread_.join();
   for (std::thread& carrier : carriers_) carrier.join();
 }
@@ -48,9 +41,8 @@ TcpGate::Fault TcpGate::Count(std::size_t received, std::size_t& through) {
 }
 
 void TcpGate::Serve() {
-  while (platform::WaitForAny({&stopping_, &listener_}) != 0) {
-    carriers_.emplace_back(
-        [this, client = std::make_shared<Socket>(listener_.Accept())] { Carry(std::move(*client)); });
+  while (Socket client = listener_.Accept()) {
+    carriers_.emplace_back(&TcpGate::Carry, this, std::move(client));
     ++connections_;
   }
 }
@@ -60,10 +52,10 @@ void TcpGate::Carry(Socket client) {
   Fault fault = Fault::None;
   while (server && fault != Fault::Cut) {
     if (fault == Fault::Stall) {
-      platform::WaitForAny({&stopping_});
+      platform::WaitForAny({&listener_.Stopped()});
       return;
     }
-    const std::size_t ready = platform::WaitForAny({&stopping_, &client, &server});
+    const std::size_t ready = platform::WaitForAny({&listener_.Stopped(), &client, &server});
     if (ready == 0) return;
     const bool fromClient = ready == 1;
     if (!Pass(fromClient ? client : server, fromClient ? server : client, fromClient, fault)) return;
@@ -77,7 +69,7 @@ bool TcpGate::Pass(const Socket& from, const Socket& to, bool fromClient, Fault&
   if (fault == Fault::Swallow) return true;
   std::size_t through = count;
   if (fromClient) fault = Count(count, through);
-  return to.SendAll(buffer, through, stopping_);
+  return to.SendAll(buffer, through, listener_.Stopped());
 }
 
 bool TcpGate::Pause() {

@@ -10,7 +10,7 @@
 #include <string>
 #include <thread>
 
-#include "platform/Socket.h"
+#include "platform/Listener.h"
 
 namespace historian {
 
@@ -21,7 +21,7 @@ class TcpGate {
   TcpGate(std::string host, int port);
   ~TcpGate();
 
-  int Port() const { return port_; }  // on 127.0.0.1
+  int Port() const { return listener_.Port(); }  // on 127.0.0.1
 
   // What happens once so many more bytes have come from clients; the bytes before are let through. It happens
   // to one connection, later ones are let through.
@@ -49,9 +49,8 @@ class TcpGate {
   bool Pause();
 
   std::string host_;
-  int serverPort_, port_;
-  platform::Socket listener_;
-  platform::Socket stop_, stopping_;  // two ends of one line: closing the first ends every wait
+  int serverPort_;
+  platform::Listener listener_;
 
   std::mutex mutex_;
   std::condition_variable stopped_;
