@@ -18,6 +18,11 @@ testing::AssertionResult Says(Dbms& dbms, const Texts& texts) {
   return holds ? testing::AssertionSuccess() : testing::AssertionFailure() << LastMessage(dbms);
 }
 
+const wchar_t* KeepHost(const wchar_t* host) {
+  ADD_FAILURE() << "another host is asked for";
+  return host;
+}
+
 void OperationsTest::SetUp() {
   ASSERT_NO_FATAL_FAILURE(DbmsTest::SetUp());
   SetDbmsDebugSink([](const wchar_t*) {});

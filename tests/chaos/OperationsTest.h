@@ -25,6 +25,9 @@ std::string LastMessage(Dbms& dbms);
 using Texts = std::vector<std::wstring>;
 testing::AssertionResult Says(Dbms& dbms, const Texts& texts);
 
+// A hostSelector for a server that is there, which nobody may leave.
+const wchar_t* KeepHost(const wchar_t* host);
+
 inline std::string NameOfFamily(const testing::TestParamInfo<Family>& family) { return family.param.name; }
 
 // Runs the tests of a suite with each family.

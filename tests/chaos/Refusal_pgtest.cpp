@@ -58,9 +58,10 @@ class LimitedRole : public ChaosTest {
     return Dbms::GetDbms(DbmsType::PostgreSQL, Host().c_str(), Port(), Database().c_str(),
                          (L"role_of_" + Database()).c_str(), L"secret");
   }
-  void ExpectRefusal(Dbms& dbms, const Operation& operation, const char* state) {
+  void ExpectRefusal(Dbms& dbms, const Operation& operation, const char* state, const Texts& texts) {
     EXPECT_FALSE(operation.call(dbms));
     EXPECT_EQ(LastSqlState(dbms), state);
+    EXPECT_TRUE(Says(dbms, texts));
     EXPECT_EQ(Held(operation), operation.holds.front());
     Run("alter role " + Role() + " superuser connection limit -1");
     ExpectItGoesOn(dbms, operation);
@@ -75,7 +76,8 @@ TEST_P(LimitedRole, HasTooManyConnections) {
     SCOPED_TRACE(operation.name);
     Run(operation.prepare);
     const auto dbms = NewDbmsOfRole("connection limit 0");
-    ExpectRefusal(*dbms, operation, "");
+    dbms->hostSelector = KeepHost;
+    ExpectRefusal(*dbms, operation, "", {L"too many connections for role"});
   }
 }
 
@@ -84,7 +86,7 @@ TEST_P(LimitedRole, LacksPrivileges) {
     SCOPED_TRACE(operation.name);
     Run(operation.prepare);
     const auto dbms = NewDbmsOfRole("connection limit -1");
-    ExpectRefusal(*dbms, operation, "42501");
+    ExpectRefusal(*dbms, operation, "42501", {L"permission denied", L"must be owner"});
     EXPECT_TRUE(dbms->GetConnection()->isConnected());
   }
 }
