@@ -1,7 +1,7 @@
 # The documents that are installed: licence, changes, texts, examples. Debian packages have a directory each, with the
 # names that Debian's policy gives; a private prefix and the zip have one for all.
 
-# dbmsapi_install_documents(COMPONENT PACKAGE [FILE...]): where it goes is left in DOCUMENTS.
+# dbmsapi_install_documents(COMPONENT PACKAGE [FILE...])
 function(dbmsapi_install_documents component package)
   if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
     set(directory ${CMAKE_INSTALL_DATADIR}/doc/${package})

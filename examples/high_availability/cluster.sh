@@ -44,7 +44,7 @@ make_network() {
   done
 }
 
-# Packets to and from a node go to a station that nobody has.
+# Packets to and from a node go to a hardware address that no station has.
 cut_off() {
   ip neighbour replace "10.77.$1.2" lladdr "$nobody" nud permanent dev "node$1"
   at_node "$1" ip neighbour replace "10.77.$1.1" lladdr "$nobody" nud permanent dev hub

@@ -61,7 +61,7 @@ declare -A database=(
   [proxy]="dbname=plant $limits"
   [defaults]='dbname=plant target_session_attrs=read-write')
 
-# Starts the client as a process that hears and answers by two pipes.
+# Starts the client. It ends after the next line on its standard input, a named pipe.
 start_client() {
   local client=$1 name=$2
   mkfifo "$folder/$name.in"

@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
-# Runs a command beside a private server that the command may stop, freeze and start:
+# Runs a command with a private server that the command may stop, freeze and start:
 #
 #   private_server.sh BUILD_FOLDER COMMAND [ARGUMENT]...
 #
-# The command finds the server as tools/server.sh says, and in DBMSAPI_SERVER_CONTROL a program that returns when the
-# server is as its argument says:
+# The command finds the server as tools/server.sh says. DBMSAPI_SERVER_CONTROL is a command that returns when it has done
+# what its argument says:
 #
 #   stop         stops it at once, as when its machine loses power
 #   start        starts it

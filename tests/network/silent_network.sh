@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs a command beside a private server, each in a network namespace of its own. The command may make the network
-# between them silent: packets are lost in both directions, and nobody says so.
+# Runs a command with a private server, each in a network namespace of its own. The command may silence the network
+# between them: packets are lost in both directions, and no side is notified.
 #
 #   silent_network.sh BUILD_DIRECTORY COMMAND [ARGUMENT]...
 #
@@ -18,7 +18,7 @@ tools=$here/../../tools
 build=$1
 shift
 
-# Addresses that are kept for documentation, and a station that nobody has.
+# Addresses that are reserved for documentation, and a hardware address that no station has.
 readonly server_address=192.0.2.1 client_address=192.0.2.2 nobody=02:00:00:00:00:99
 client=
 

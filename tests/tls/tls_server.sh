@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Runs a command beside a private server that offers TLS:
+# Runs a command with a private server that offers TLS:
 #
 #   tls_server.sh BUILD_DIRECTORY COMMAND [ARGUMENT]...
 #

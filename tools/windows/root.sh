@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
 # Collects the libraries that the project needs for Windows, for tests only: root.sh FOLDER
 #
-# FOLDER gets include/ (libpq, SQLite, and what is header-only, as Debian packages it), lib/ (libpq's import library, SQLite)
-# and bin/ (libpq and the libraries that it loads). libpq comes from a package that carries PostgreSQL's programs for Windows. A site builds against the libpq that
-# it has. SQLite is built from the one source file that its authors publish, which is in the public domain, as another
-# package carries it.
+# FOLDER gets include/ (libpq, SQLite, and the header-only libraries that Debian packages), lib/ (libpq's import library,
+# SQLite) and bin/ (libpq and the libraries that it loads). libpq comes from a package that carries PostgreSQL's programs
+# for Windows; a site builds against the libpq that it has. SQLite is built from the one source file that its authors
+# publish, which is in the public domain, as another package carries it.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 # shellcheck source=tools/lib/say.sh
