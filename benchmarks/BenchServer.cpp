@@ -55,9 +55,9 @@ BenchServer::~BenchServer() {
   bench::Run(maintenance.get(), "drop database if exists " + database_ + " with (force)");
 }
 
-std::shared_ptr<Dbms> BenchServer::Library() const {
+std::shared_ptr<Dbms> BenchServer::Library(const std::string& databaseText) const {
   const auto type = TimescaleVersion() ? DbmsType::TirelScada : DbmsType::PostgreSQL;
-  auto dbms = Dbms::GetDbms(type, Wide(host_).c_str(), std::stoi(port_), Wide(database_).c_str(),
+  auto dbms = Dbms::GetDbms(type, Wide(host_).c_str(), std::stoi(port_), Wide(databaseText).c_str(),
                             Wide(user_).c_str(), Wide(password_).c_str());
   Require(dbms->Connect(), "the library's connection");
   return dbms;

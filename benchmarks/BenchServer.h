@@ -31,8 +31,9 @@ class BenchServer {
   BenchServer(const BenchServer&) = delete;
   BenchServer& operator=(const BenchServer&) = delete;
 
-  // A new connection, of the library or of libpq.
-  std::shared_ptr<Dbms> Library() const;
+  // A new connection, of the library (to the database, or by a database text) or of libpq.
+  std::shared_ptr<Dbms> Library() const { return Library(database_); }
+  std::shared_ptr<Dbms> Library(const std::string& databaseText) const;
   Link Connect() const;
 
   // For libpq, libpqxx and SOCI.

@@ -1,34 +1,18 @@
 // Measures the memory that an operation needs beyond its caller's data, one figure per process:
 //   memory_use insert|read COUNT
 
-#include <fstream>
 #include <iostream>
 #include <string_view>
 
 #include "BenchServer.h"
+#include "Memory.h"
 #include "Paired.h"
 #include "Plant.h"
 
 namespace {
 
 constexpr std::size_t kTags = 1000;
-constexpr double kKilobytesPerMebibyte = 1024;
 constexpr std::int64_t kStart = bench::kPlantStartMs / 1000;
-
-// A value of /proc/self/status, in MiB.
-double Status(const std::string& name) {
-  std::ifstream file("/proc/self/status");
-  for (std::string line; std::getline(file, line);) {
-    if (line.starts_with(name + ":")) return std::stod(line.substr(name.size() + 1)) / kKilobytesPerMebibyte;
-  }
-  return 0;
-}
-
-// Resets the peak; returns what is in use now.
-double StartMeasuring() {
-  std::ofstream("/proc/self/clear_refs") << "5";
-  return Status("VmRSS");
-}
 
 void Report(const std::string& what, std::size_t count, double mebibytes) {
   std::cout << what << ", " << count << ": " << mebibytes << " MiB\n";
@@ -36,15 +20,15 @@ void Report(const std::string& what, std::size_t count, double mebibytes) {
 
 void MeasureInsert(Dbms& dbms, std::size_t count) {
   const auto samples = bench::PlantSamples(count, kTags, bench::Values::TenDigits, bench::Order::ByCycle);
-  const double before = StartMeasuring();
+  const double before = bench::ResetPeakMemory();
   bench::Require(dbms.InsertLogData(samples), "InsertLogData");
-  Report("peak memory of InsertLogData above the samples", count, Status("VmHWM") - before);
+  Report("peak memory of InsertLogData above the samples", count, bench::PeakMemory() - before);
 }
 
 double Mebibytes(const std::unordered_map<std::wstring, std::vector<LogPoint>>& data) {
   std::size_t bytes = 0;
   for (const auto& [tag, points] : data) bytes += points.capacity() * sizeof(LogPoint);
-  return static_cast<double>(bytes) / 1024 / kKilobytesPerMebibyte;
+  return static_cast<double>(bytes) / 1024 / 1024;
 }
 
 void MeasureRead(bench::BenchServer& server, Dbms& dbms, std::size_t count) {
@@ -54,9 +38,9 @@ void MeasureRead(bench::BenchServer& server, Dbms& dbms, std::size_t count) {
       std::to_string(count - 1) + ") as i");
   std::unordered_map<std::wstring, std::vector<LogPoint>> data;
   for (std::size_t tag = 0; tag < kTags; ++tag) data[bench::TagName(tag)];
-  const double before = StartMeasuring();
+  const double before = bench::ResetPeakMemory();
   bench::Require(dbms.GetLogData(kStart, kStart + static_cast<std::int64_t>(count), data), "GetLogData");
-  const double peak = Status("VmHWM") - before;
+  const double peak = bench::PeakMemory() - before;
   Report("the filled map", count, Mebibytes(data));
   Report("peak memory of GetLogData above the filled map", count, peak - Mebibytes(data));
 }

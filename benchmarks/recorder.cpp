@@ -8,12 +8,12 @@
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <thread>
 
 #include "BenchServer.h"
 #include "DbmsAPI/Diagnostics.h"
+#include "Memory.h"
 #include "Paired.h"
 #include "Plant.h"
 #include "historian/Recorder.h"
@@ -31,17 +31,6 @@ constexpr std::uintmax_t kSmallSpool = 8 << 20;
 double SecondsSince(Clock::time_point start) {
   return std::chrono::duration<double>(Clock::now() - start).count();
 }
-
-// The most memory that the process has occupied since ForgetPeak.
-double PeakMebibytes() {
-  std::ifstream status("/proc/self/status");
-  for (std::string line; std::getline(status, line);) {
-    if (line.starts_with("VmHWM:")) return std::stod(line.substr(6)) / 1024;
-  }
-  return 0;
-}
-
-void ForgetPeak() { std::ofstream("/proc/self/clear_refs") << 5; }
 
 const char* Name(Durability durability) { return durability == Durability::Power ? "power" : "process"; }
 
@@ -157,10 +146,10 @@ double SecondsUntilStored(Recorder& recorder, PGconn* link, std::int64_t second)
   return SecondsSince(recorded);
 }
 
-// An hour of 1,000 tags waits in the spool, and they go on: a cycle a second.
+// An hour of 1,000 tags waits in the spool, and one more cycle arrives every second.
 void ReplayAnHour(bench::BenchServer& server, std::int64_t seconds) {
   server.Settle("datalog");
-  ForgetPeak();
+  bench::ResetPeakMemory();
   const auto options = NewSpool("bench_recorder.spool");
   {
     Recorder recorder(NoServer(), options);
@@ -196,8 +185,8 @@ void ReplayAnHour(bench::BenchServer& server, std::int64_t seconds) {
       "  memory of the program: %.0f MiB at the most; the spool is small again %.1f s later\n",
       static_cast<long long>(waited), static_cast<double>(full) / 1e6,
       static_cast<long long>(fresh * static_cast<std::int64_t>(kTags)), took,
-      static_cast<double>(report.stored) / took, delays[delays.size() / 2], delays.back(), PeakMebibytes(),
-      shrunk);
+      static_cast<double>(report.stored) / took, delays[delays.size() / 2], delays.back(),
+      bench::PeakMemory(), shrunk);
 }
 
 }  // namespace

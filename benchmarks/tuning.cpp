@@ -10,8 +10,7 @@
 namespace {
 
 constexpr std::size_t kTags = 1000;
-constexpr std::size_t kSustained =
-    3000000;  // samples; too many for one checkpoint interval with the default max_wal_size
+constexpr std::size_t kSustained = 3000000;  // samples; too many for the default max_wal_size
 constexpr std::size_t kBatch = 100000;
 
 // A database with one setting that is not the default.
