@@ -12,7 +12,6 @@ namespace {
 
 using Operation = std::function<bool(Dbms&)>;
 
-constexpr std::size_t kMaxAllocations = 10000;
 constexpr std::int64_t kStart = 1700000000;
 
 class OutOfMemory : public DbmsTest {
@@ -49,17 +48,9 @@ class OutOfMemory : public DbmsTest {
 
   // Whether the operation reached its k-th allocation.
   static bool FailAllocation(Dbms& dbms, const Operation& operation, std::size_t k) {
-    bool done = false, thrown = false;
-    {
-      const FailingNew failing(k);
-      try {
-        done = operation(dbms);
-      } catch (const std::bad_alloc&) {
-        thrown = true;
-      }
-    }
-    EXPECT_TRUE(done || FailingNew::HasFailed());
-    EXPECT_EQ(thrown, FailingNew::HasFailed());
+    const std::optional<bool> done = CallWithFailure(k, [&] { return operation(dbms); });
+    EXPECT_EQ(!done, FailingNew::HasFailed());
+    EXPECT_TRUE(done.value_or(true));
     return FailingNew::HasFailed();
   }
 
