@@ -12,16 +12,17 @@
 
 namespace {
 
-// Look leaves alone a table that is as it should be, which every account may do.
+// Look: the operation finds its table up to date and changes nothing, which every account may do.
 enum class Right { Read, Look, Write, Own, Create };
 
 constexpr std::array<const char*, 3> kAccounts = {"reader", "writer", "owner"};
 
-// What each operation needs, once the tables are there.
+// What each operation needs once the tables exist. DropGridTable comes last; those for chunks need a
+// hypertable.
 const std::map<Right, std::vector<int>>& Operations() {
   static const std::map<Right, std::vector<int>> operations = {
       {Right::Read, {1, 2, 4, 6, 9, 12, 13, 23, 25, 28, 29, 33, 47, 48, 62, 65}},
-      // Accounts are read by those who store them.
+      // GetUsers and GetLoggedInUserIds are here, as passwords are not for every reader.
       {Right::Write, {5,  8,  11, 16, 17, 19, 20, 24, 26, 27, 31, 32, 36, 37, 38,
                       39, 41, 44, 46, 51, 52, 53, 55, 56, 58, 59, 61, 63, 66}},
       {Right::Own, {15, 45, 49}},
@@ -36,7 +37,7 @@ bool Says(Dbms& dbms, const wchar_t* text) {
   return std::wstring(dbms.GetLastError()).find(text) != std::wstring::npos;
 }
 
-// A row that is stored already is refused after the rights were looked at.
+// The server checks the rights before it refuses a row that is already stored.
 void ExpectDone(Dbms& dbms, const OperationCall& operation) {
   EXPECT_TRUE(operation.call(dbms) || Says(dbms, L"duplicate key")) << dbms.GetLastError();
 }
@@ -83,9 +84,11 @@ void GrantedAccounts::ExpectEachOperationInItsRole(
   Grant();
   const std::wstring prefix(prefix_.begin(), prefix_.end());
   const auto owner = connect(prefix + L"owner", L"secret");
-  for (const int number : {40, 3, 7, 10, 14, 18, 21, 22, 30, 34, 35, 42, 50, 54, 57, 60, 64, 67}) {
-    SCOPED_TRACE(Operation(number).name);
-    EXPECT_TRUE(Operation(number).call(*owner)) << owner->GetLastError();
+  for (const Right creating : {Right::Create, Right::Look}) {
+    for (const int number : Operations().at(creating)) {
+      SCOPED_TRACE(Operation(number).name);
+      EXPECT_TRUE(Operation(number).call(*owner)) << owner->GetLastError();
+    }
   }
   Grant();
   for (const auto& [account, right] :

@@ -15,8 +15,8 @@ class GrantedAccounts {
   // Runs the script; the accounts get the password "secret".
   void Grant();
 
-  // Every operation does as the owner, the writer and the reader what its rights allow, and is refused the
-  // rest.
+  // Calls every operation but those for chunks as the owner, the writer and the reader. It succeeds for the
+  // accounts that have the right to it, and is refused to the others.
   void ExpectEachOperationInItsRole(
       const std::function<std::shared_ptr<Dbms>(const std::wstring& account, const wchar_t* password)>&
           connect);
