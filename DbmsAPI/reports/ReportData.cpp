@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <charconv>
 #include <iterator>
 #include <string_view>
@@ -82,7 +81,7 @@ void AppendMarker(std::wstring& text, std::size_t number, const Field&) {
   char* const end = std::to_chars(digits, std::end(digits), number).ptr;
   constexpr bool isTime = std::is_same_v<Field, std::int64_t>;
   text += isTime ? L"to_timestamp(:" : L":";
-  std::copy(digits, end, std::back_inserter(text));
+  text.append(digits, end);
   text += isTime ? L")," : L",";
 }
 

@@ -33,8 +33,9 @@ bool IsCopy(ExecStatusType status) {
   return status == PGRES_COPY_IN || status == PGRES_COPY_OUT || status == PGRES_COPY_BOTH;
 }
 
-// The last result of what was sent (`sent`: libpq's answer to that), or the first that is a failure: libpq's
-// PQexec gives the last one, which after a lost connection is not the one that holds the server's reason.
+// Returns the first result that is a failure, else the last one. PQexec would always return the last one;
+// when the server closes the connection, only the first holds its reason. `sent` is what libpq's send
+// returned.
 Result ReadToTheEnd(PGconn* handle, int sent) {
   Result kept;
   if (!sent) return kept;

@@ -45,8 +45,8 @@ std::string WithDollars(std::string statement, const std::vector<Marker>& marker
     const std::size_t k = indexOf(name) + 1;
     const bool isDone = !marker.needsBlank && name[0] != '0' && NumberOf(name) == static_cast<int>(k);
     if (isDone) continue;
-    text.append(statement, copied, marker.at - copied).append(marker.needsBlank ? " $" : "$") +=
-        std::to_string(k);
+    text.append(statement, copied, marker.at - copied).append(marker.needsBlank ? " $" : "$");
+    text += std::to_string(k);
     copied = marker.at + marker.length;
   }
   if (copied == 0) return statement;
