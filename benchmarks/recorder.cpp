@@ -195,7 +195,7 @@ int main(int argc, char** argv) {
   const std::string only = argc > 1 ? argv[1] : "";
   const auto wanted = [&](const char* part) { return only.empty() || only == part; };
   bench::BenchServer server("bench_recorder");
-  SetDbmsDebugSink([](const wchar_t*) {});  // that no server answers is meant
+  SetDbmsDebugSink([](const wchar_t*) {});  // the missing server is intended
   const auto dbms = server.Library();
   bench::Require(dbms->CreateSystemLogTable(0) && dbms->CreateLogTable(0), "creating the tables");
   // First: the others leave memory with the allocator.
