@@ -2,10 +2,10 @@
 
 #include <SQLAPI.h>
 
-#include <cstdlib>
 #include <future>
 
 #include "chaos/OperationsTest.h"
+#include "server/PrivateServer.h"
 
 namespace {
 
@@ -28,13 +28,6 @@ class PrivateServer : public OperationsTest {
         clients.push_back({&operation, NewDbms(DbmsType::PostgreSQL)});
       }
     }
-  }
-
-  // Brings the server into a state.
-  static void Control(const std::string& state) {
-    const char* const program = std::getenv("DBMSAPI_SERVER_CONTROL");
-    ASSERT_NE(program, nullptr) << "needs private_server.sh";
-    ASSERT_EQ(std::system((program + (" " + state)).c_str()), 0) << state;
   }
 
   void ForEachClient(const std::function<void(Client&)>& test) {
@@ -89,14 +82,14 @@ class PrivateServer : public OperationsTest {
 TEST_F(PrivateServer, StopsHard) {
   ConnectAll();
   WriteAll();
-  Control("stop");
+  ControlServer("stop");
   ForEachClient([](Client& client) {
     const bool asksTwice = client.operation->probes;
     EXPECT_FALSE(client.Call());
     EXPECT_TRUE(Says(*client.dbms, {asksTwice ? L"10061" : L"server closed the connection unexpectedly"}));
   });
   ExpectAllFail({L"10061"});
-  Control("start");
+  ControlServer("start");
   Reconnect();
   ForEachClient([&](Client& client) { ExpectHeld(client, true); });
   ExpectAllGoOn();
@@ -105,7 +98,7 @@ TEST_F(PrivateServer, StopsHard) {
 TEST_F(PrivateServer, Restarts) {
   ConnectAll();
   WriteAll();
-  Control("restart");
+  ControlServer("restart");
   Reconnect();
   ForEachClient([&](Client& client) {
     EXPECT_EQ(client.Call(), client.operation->probes);
@@ -118,7 +111,7 @@ TEST_F(PrivateServer, Restarts) {
 
 TEST_F(PrivateServer, IsFrozen) {
   ConnectAll();
-  Control("freeze");
+  ControlServer("freeze");
   const std::wstring limited = L"dbname=" + Database() + L" connect_timeout=2";
   const auto late = Dbms::GetDbms(DbmsType::PostgreSQL, Host().c_str(), Port(), limited.c_str(),
                                   User().c_str(), Password().c_str());
@@ -130,7 +123,7 @@ TEST_F(PrivateServer, IsFrozen) {
     calls.push_back(std::async(std::launch::async, [&client] { return client.Call(); }));
   });
   for (auto& call : calls) EXPECT_EQ(call.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
-  Control("thaw");
+  ControlServer("thaw");
   for (auto& call : calls) EXPECT_TRUE(call.get());
   EXPECT_TRUE(late->Connect()) << LastMessage(*late);
   ForEachClient([&](Client& client) { ExpectHeld(client, true); });
@@ -138,20 +131,20 @@ TEST_F(PrivateServer, IsFrozen) {
 }
 
 TEST_F(PrivateServer, StartsUp) {
-  Control("stop");
-  Control("start-up");
+  ControlServer("stop");
+  ControlServer("start-up");
   ExpectAllRefused(L"the database system is starting up");
-  Control("finish-start-up");
+  ControlServer("finish-start-up");
   Reconnect();
   ForEachClient([&](Client& client) { ExpectHeld(client, false); });
   ExpectAllGoOn();
 }
 
 TEST_F(PrivateServer, ShutsDown) {
-  Control("shut-down");  // the test's own connections keep it from ending
+  ControlServer("shut-down");  // the test's own connections keep it from ending
   ExpectAllRefused(L"the database system is shutting down");
-  Control("stop");
-  Control("start");
+  ControlServer("stop");
+  ControlServer("start");
   Reconnect();
   ForEachClient([&](Client& client) { ExpectHeld(client, false); });
   ExpectAllGoOn();

@@ -1,13 +1,10 @@
 // The page of historian serve in chromium: page.mjs PROGRAM
 //
-// The server of the database is the one that PGHOST and its like name; DBMSAPI_REQUESTS is the folder in which it is asked
-// to stop and start.
+// The server of the database is the one that PGHOST and its like name; private_server.sh runs it.
 
 import assert from 'node:assert/strict'
-import { execFileSync, spawn } from 'node:child_process'
-import { existsSync, readFileSync, writeFileSync } from 'node:fs'
-import path from 'node:path'
-import { setTimeout as pause } from 'node:timers/promises'
+import { execFileSync, execSync, spawn } from 'node:child_process'
+import { readFileSync } from 'node:fs'
 import { Browser } from './chromium.mjs'
 
 const program = process.argv[2]
@@ -34,12 +31,7 @@ async function serve() {
   return { process, ended, url: JSON.parse(line).url }
 }
 
-let requests = 0
-async function askServer(what) {
-  const file = path.join(process.env.DBMSAPI_REQUESTS, `${++requests}-${what}`)
-  writeFileSync(file, '')
-  while (!existsSync(`${file}.done`)) await pause(50)
-}
+const controlServer = (state) => execSync(`${process.env.DBMSAPI_SERVER_CONTROL} ${state}`)
 
 const range = (page) => page.value(`(() => { const search = new URLSearchParams(location.hash.slice(1))
   return { tags: search.getAll('tag'), from: Number(search.get('from')), to: Number(search.get('to')) } })()`)
@@ -223,13 +215,13 @@ const tests = {
   async 'says that the database is away, and continues when it is back'({ page, url }) {
     await page.value(`location.href = ${JSON.stringify(`${url}#tag=BOILER.TEMP&from=${kBegin}&to=${kBegin + kDay}`)}`)
     await page.until(`document.querySelector('#resolution').innerText.includes('of 2 minutes')`)
-    await askServer('stop')
+    controlServer('stop')
     const before = await range(page)
     await page.value('document.activeElement.blur()')
     await page.key('ArrowRight')
     await page.until(`document.querySelector('#banner').checkVisibility() && document.querySelector('#banner').innerText.startsWith('The database does not answer: ')`)
     assert.match(await page.text('#banner'), /Trying again …$/)
-    await askServer('start')
+    controlServer('start')
     await page.until(`document.querySelector('#banner').hidden`)
     await moved(page, before)
     await page.until(`document.querySelector('.chart .extent').innerText && document.querySelector('#resolution').innerText.includes('2026-03-02 07:00:00')`)

@@ -1,35 +1,15 @@
-// The server is stopped immediately, frozen, or its disk is full. Each test has its own server, run by
-// own_server.sh.
+// The server is stopped immediately, frozen, or its disk is full. Each test has its own: private_server.sh.
 
 #include <atomic>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <thread>
 
 #include "historian/recorder/RecorderTest.h"
+#include "server/PrivateServer.h"
 
 namespace historian {
 namespace {
 
-class RecorderServer : public RecorderTest {
- protected:
-  // Has something done to the server and waits until it is.
-  void Ask(const std::string& what) {
-    const char* const requests = std::getenv("DBMSAPI_REQUESTS");
-    ASSERT_TRUE(requests) << "run this by own_server.sh";
-    const std::filesystem::path request =
-        std::filesystem::path(requests) / (std::to_string(++requests_) + "-" + what);
-    std::ofstream(request).flush();
-    const auto end = std::chrono::steady_clock::now() + kLongEnough;
-    while (!std::filesystem::exists(request.string() + ".done")) {
-      ASSERT_LT(std::chrono::steady_clock::now(), end) << what;
-      std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-  }
-
-  int requests_ = 0;
-};
+class RecorderServer : public RecorderTest {};
 
 TEST_F(RecorderServer, IsStoppedHardTwentyTimesUnderLoad) {
   constexpr int kPlants = 8;
@@ -53,9 +33,9 @@ TEST_F(RecorderServer, IsStoppedHardTwentyTimesUnderLoad) {
     // In the middle of the stream: once something more has been stored.
     const std::int64_t stored = recorder.Report().stored;
     while (recorder.Report().stored == stored) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    Ask("stop");
+    ControlServer("stop");
     ExpectTrueCounts(recorder.Report());
-    Ask("start");
+    ControlServer("start");
   }
   enough = true;
   for (std::thread& plant : plants) plant.join();
@@ -76,12 +56,12 @@ TEST_F(RecorderServer, IsFrozen) {
                     options);
   ASSERT_TRUE(recorder.Record(Samples(0, 1000)));
   ExpectAllSettled(recorder);
-  Ask("freeze");
+  ControlServer("freeze");
   for (int i = 1; i <= 10; ++i) EXPECT_TRUE(recorder.Record(Samples(1000 * i, 1000)));
   EXPECT_TRUE(events.WaitFor(RecorderState::Waiting));
   ExpectTrueCounts(recorder.Report());
   EXPECT_EQ(recorder.Report().waiting, 10000);
-  Ask("thaw");
+  ControlServer("thaw");
   ExpectAllSettled(recorder);
   EXPECT_EQ(History(), Lines(Samples(0, 11000)));
   // What the frozen server had been sent it carries out after all; that is none of the plant's duplicates.
@@ -94,7 +74,7 @@ TEST_F(RecorderServer, IsFrozenForAMinute) {
   Recorder recorder(NewDbms(), options);
   ASSERT_TRUE(recorder.Record(Samples(0, 1000)));
   ExpectAllSettled(recorder);
-  Ask("freeze");
+  ControlServer("freeze");
   const auto frozen = std::chrono::steady_clock::now();
   for (int i = 1; i <= 10; ++i) EXPECT_TRUE(recorder.Record(Samples(1000 * i, 1000)));
   EXPECT_TRUE(events.WaitFor(RecorderState::Waiting));
@@ -102,7 +82,7 @@ TEST_F(RecorderServer, IsFrozenForAMinute) {
   EXPECT_EQ(recorder.Report().waiting, 10000);
   EXPECT_TRUE(recorder.Record(Samples(11000, 1000)));
   ExpectTrueCounts(recorder.Report());
-  Ask("thaw");
+  ControlServer("thaw");
   ExpectAllSettled(recorder);
   EXPECT_EQ(History(), Lines(Samples(0, 12000)));
   EXPECT_EQ(recorder.Report().stored, 12000);
@@ -112,12 +92,12 @@ TEST_F(RecorderServer, HasNoSpace) {
   Recorder recorder(NewDbms(), Options());
   ASSERT_TRUE(recorder.Record(Samples(0, 1000)));
   ExpectAllSettled(recorder);
-  Ask("fill");
+  ControlServer("fill");
   ASSERT_TRUE(recorder.Record(Samples(1000, 30000)));
   EXPECT_TRUE(events.WaitFor(RecorderState::Waiting, "53100"));
   EXPECT_GE(recorder.Report().waiting, 10000);
   ExpectTrueCounts(recorder.Report());
-  Ask("empty");
+  ControlServer("empty");
   ExpectAllSettled(recorder);
   EXPECT_EQ(History(), Lines(Samples(0, 31000)));
   EXPECT_EQ(recorder.Report().duplicates, 0);

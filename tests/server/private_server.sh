@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Runs a command with a private server that the command may stop, freeze and start:
+# Runs a command with a private server that the command may stop, freeze, fill and start:
 #
-#   private_server.sh BUILD_FOLDER COMMAND [ARGUMENT]...
+#   private_server.sh [--full-disk LIBRARY] BUILD_FOLDER COMMAND [ARGUMENT]...
 #
 # The command finds the server as tools/server.sh says. DBMSAPI_SERVER_CONTROL is a command that returns when it has done
 # what its argument says:
@@ -12,17 +12,21 @@
 #   freeze       holds all its processes; thaw lets them go on
 #   start-up     starts it, and keeps it from completing that until finish-start-up
 #   shut-down    stops it in order, when its clients are gone; does not wait for that
+#   fill         keeps its tables and indexes from growing, which needs the library full_disk; empty lets them grow
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 tools=$here/../../tools
 # shellcheck source=tools/lib/server.sh
 . "$tools/lib/server.sh"
 
-[ $# -ge 2 ] || die "usage: private_server.sh BUILD_FOLDER COMMAND [ARGUMENT]..."
-
+# The library, once it is in the folder of the server, is loaded with every start.
 pg_ctl() {
-  server_as_owner "$(server_programs)/pg_ctl" --pgdata "$server_folder/data" --timeout 60 --silent "$@" \
-    --log "$server_folder/server.log" --options "-p $SERVER_PORT" </dev/null >/dev/null 2>&1
+  local variables=()
+  if [ -f "$server_folder/full_disk.so" ]; then
+    variables=(LD_PRELOAD="$server_folder/full_disk.so" DBMSAPI_DISK_FULL="$server_folder/disk-full")
+  fi
+  server_as_owner env ${variables[@]+"${variables[@]}"} "$(server_programs)/pg_ctl" --pgdata "$server_folder/data" \
+    --timeout 60 --silent "$@" --log "$server_folder/server.log" --options "-p $SERVER_PORT" </dev/null >/dev/null 2>&1
 }
 
 # Until a command succeeds; gives up after two minutes.
@@ -37,11 +41,13 @@ is_stopping() { grep -q stopping "$server_folder/data/postmaster.pid"; }
 is_ready() { grep -q ready "$server_folder/data/postmaster.pid"; }
 listens() { (: <"/dev/tcp/$SERVER_HOST/$SERVER_PORT") 2>/dev/null; }
 
+# The postmaster first, so that it starts no further process.
 signal_all() {
   local postmaster
   postmaster=$(head -n 1 "$server_folder/data/postmaster.pid")
+  kill -s "$1" "$postmaster"
   # shellcheck disable=SC2046  # a list of numbers
-  kill -s "$1" "$postmaster" $(pgrep --parent "$postmaster")
+  kill -s "$1" $(pgrep --parent "$postmaster")
 }
 
 # Recovery from an archive asks for a file first. It waits for the answer while the file go is missing.
@@ -63,11 +69,13 @@ control() {
     start-up) start_up ;;
     finish-start-up) server_as_owner touch "$server_folder/go" && wait_for is_ready ;;
     shut-down) pg_ctl --no-wait --mode smart stop && wait_for is_stopping ;;
+    fill) [ -f "$server_folder/full_disk.so" ] && touch "$server_folder/disk-full" ;;
+    empty) rm "$server_folder/disk-full" ;;
     *) return 1 ;;
   esac
 }
 
-if [ "$1" = --control ]; then
+if [ "${1:-}" = --control ]; then
   server_folder=$DBMSAPI_SERVER_FOLDER SERVER_PORT=$DBMSAPI_TEST_PORT
   control "$2"
   exit
@@ -78,11 +86,22 @@ thaw_and_stop() {
   server_stop
 }
 
+library=
+if [ "${1:-}" = --full-disk ]; then
+  library=$2
+  shift 2
+fi
+[ $# -ge 2 ] || die "usage: private_server.sh [--full-disk LIBRARY] BUILD_FOLDER COMMAND [ARGUMENT]..."
 build=$1
 shift
 # What is confirmed is in the log by then, where a hard stop leaves it; the disk itself does not fail.
 server_start "$build" fsync=off max_connections=80
 trap thaw_and_stop EXIT
+chmod 755 "$server_folder"
+if [ -n "$library" ]; then
+  install -m 755 "$library" "$server_folder/full_disk.so"
+  control restart || die "the server did not start with $library"
+fi
 server_export
 export DBMSAPI_SERVER_FOLDER=$server_folder DBMSAPI_SERVER_CONTROL="$here/private_server.sh --control"
 run_to_the_end "$@"
