@@ -10,6 +10,7 @@
 #include <numeric>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 
 #include "historian/Error.h"
 #include "port/Utf8.h"
@@ -22,7 +23,7 @@ constexpr std::int16_t kColumns = 3;
 constexpr std::int16_t kTrailer = -1;
 constexpr std::int32_t kNull = -1;
 constexpr std::int32_t kEightBytes = 8;
-// Where a row has what: columns, then each value after its length.
+// A row is the number of columns, then each value after its length. Where in it these begin:
 constexpr std::size_t kLength = 4;
 constexpr std::size_t kTimeAt = 2 + kLength;
 constexpr std::size_t kTagLengthAt = kTimeAt + 8;
@@ -205,10 +206,10 @@ CopyRows MakeCopyRows(const std::vector<LogSample>& samples) {
 }
 
 CopyRows WithoutRows(const CopyRows& copy, const RowKeys& keys) {
-  CopyRows rest = copy;
-  rest.bytes.clear();
-  rest.bytes.reserve(copy.bytes.size());
-  const char* kept = copy.bytes.data();  // what begins here goes over
+  std::string bytes;
+  bytes.reserve(copy.bytes.size());
+  std::int64_t rows = copy.rows;
+  const char* kept = copy.bytes.data();  // what begins here is not copied yet
   const char* at = kept + kHeader.size();
   for (std::int64_t row = 0; row < copy.rows; ++row) {
     const char* const begin = at;
@@ -218,12 +219,12 @@ CopyRows WithoutRows(const CopyRows& copy, const RowKeys& keys) {
     at += kTagAt + length;
     at += Get<std::int32_t>(at) == kNull ? kLength : kLength + kEightBytes;
     if (!keys.contains({time, tag})) continue;
-    rest.bytes.append(kept, begin);
+    bytes.append(kept, begin);
     kept = at;
-    --rest.rows;
+    --rows;
   }
-  rest.bytes.append(kept, copy.bytes.data() + copy.bytes.size());
-  return rest;
+  bytes.append(kept, copy.bytes.data() + copy.bytes.size());
+  return {std::move(bytes), rows, copy.repeated, copy.leftOut, copy.oldest, copy.newest};
 }
 
 }  // namespace historian

@@ -27,18 +27,17 @@ struct CopyRows {
   std::string bytes;          // all that COPY ... (time, tag_name, value) FROM STDIN (FORMAT binary) takes
   std::int64_t rows = 0;      // in bytes
   std::int64_t repeated = 0;  // samples whose time and tag an earlier one of the batch has
-  std::int64_t leftOut =
-      0;  // samples without a time, a tag or a finite value, as InsertLogData leaves them out
-  std::int64_t oldest = 0;  // StoredTime of the first row and
-  std::int64_t newest = 0;  // of the last one, 0 without rows
+  std::int64_t leftOut = 0;   // samples without a time, a tag or a finite value, as InsertLogData leaves out
+  std::int64_t oldest = 0;    // StoredTime of the first row and
+  std::int64_t newest = 0;    // of the last one, 0 without rows
 };
 
 CopyRows MakeCopyRows(const std::vector<LogSample>& samples);
 
-// What no two rows of tag history share. The text has to live as long.
+// The key of a row of tag history, which no other row has.
 struct RowKey {
   std::int64_t time = 0;  // as StoredTime
-  std::string_view tag;   // in UTF-8
+  std::string_view tag;   // in UTF-8; the text is not copied
   bool operator==(const RowKey&) const = default;
 };
 
@@ -51,7 +50,7 @@ struct RowKeyHash {
 
 using RowKeys = std::unordered_set<RowKey, RowKeyHash>;
 
-// The rows whose keys are not among these; all else as it was.
+// The rows whose keys are not among these; all other figures as they were.
 CopyRows WithoutRows(const CopyRows& copy, const RowKeys& keys);
 
 }  // namespace historian

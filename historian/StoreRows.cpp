@@ -18,7 +18,7 @@ constexpr char kMoveToHistory[] =
     "INSERT INTO datalog (time, tag_name, value) SELECT time, tag_name, value FROM historian_batch"
     " ON CONFLICT (time, tag_name) DO NOTHING";
 
-// Followed by the range and the most rows wanted. Times as StoredTime.
+// Followed by the range of time and the number of rows to read. Times as StoredTime.
 constexpr char kStoredKeys[] =
     "SELECT (extract(epoch FROM time - timestamptz '2000-01-01 00:00+00') * 1000000)::int8, tag_name FROM datalog"
     " WHERE time BETWEEN ";
