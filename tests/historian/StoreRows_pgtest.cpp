@@ -72,8 +72,9 @@ TEST_F(StoreRowsTest, RowsGoThroughATemporaryTableWhereMuchElseIsThere) {
   EXPECT_EQ(Created(), "1");
 }
 
-// As another session may do between the search for rows that are there and the COPY of the others.
-TEST_F(StoreRowsTest, RowsThatComeMeanwhileAreDuplicates) {
+// A row is stored between the search for rows that are there and the COPY of the others, as another session
+// may do. As a trigger stores it here, it is rolled back with that COPY.
+TEST_F(StoreRowsTest, RowsGoThroughATemporaryTableWhereOthersComeMeanwhile) {
   Store(Cycles(kStart, 1, 1));
   Run("create sequence attempts");
   Run("create function interfere() returns trigger language plpgsql as $$ begin if nextval('attempts') = 2 "

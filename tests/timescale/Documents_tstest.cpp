@@ -1,4 +1,4 @@
-// What docs/running.md tells an operator to ask.
+// The health queries of docs/running.md.
 
 #include <fstream>
 
