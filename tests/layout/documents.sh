@@ -10,7 +10,7 @@ miss() {
 }
 
 # shellcheck disable=SC2016  # the backquotes are the documents' own
-for test in $(grep -ohE '`[A-Z][A-Za-z]+\.[A-Z][A-Za-z0-9]+`' docs/kept-behaviours.md docs/historian.md docs/reliability.md | tr -d '`' | sort -u); do
+for test in $(grep -ohE '`[A-Z][A-Za-z]+\.[A-Z][A-Za-z0-9]+`' README.md docs/*.md | tr -d '`' | sort -u); do
   grep -rqE "TEST(_F|_P)?\(${test%%.*}, ${test##*.}\)" tests || miss docs "$test"
 done
 # shellcheck disable=SC2016

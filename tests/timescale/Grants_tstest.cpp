@@ -5,15 +5,21 @@
 
 namespace {
 
-class Grants : public TimescaleTest {};
+class Grants : public TimescaleTest {
+ protected:
+  GrantedAccounts Accounts() {
+    return {Value("select current_database()") + "_", [this](const std::string& text) { Run(text); }};
+  }
+  const std::function<std::shared_ptr<Dbms>(const std::wstring&, const wchar_t*)> connect =
+      [this](const std::wstring& account, const wchar_t* password) {
+        return Dbms::GetDbms(DbmsType::TirelScada, Host().c_str(), Port(), Database().c_str(),
+                             account.c_str(), password);
+      };
+};
 
 TEST_F(Grants, EachOperationIsDoneByItsAccountAndRefusedToTheOthers) {
-  GrantedAccounts accounts(Value("select current_database()") + "_",
-                           [this](const std::string& statements) { Run(statements); });
-  accounts.ExpectEachOperationInItsRole([this](const std::wstring& account, const wchar_t* password) {
-    return Dbms::GetDbms(DbmsType::TirelScada, Host().c_str(), Port(), Database().c_str(), account.c_str(),
-                         password);
-  });
+  auto accounts = Accounts();
+  accounts.ExpectEachOperationInItsRole(connect);
 }
 
 TEST_F(Grants, AllSeeChunksAndOnlyTheOwnerCompressesThem) {
