@@ -35,28 +35,25 @@ grant insert on all tables in schema public to plant_writer;
 alter default privileges for role plant_owner in schema public grant select on tables to plant_reader;
 alter default privileges for role plant_owner in schema public grant select, insert on tables to plant_writer;
 
+-- Of these tables only those that are there.
 do $$
 declare
-  name text;
+  change text;
 begin
-  -- Watermarks, ends of page intervals, status of stations, recipes; what Recorder and Backfill keep of their batches.
-  foreach name in array array['report_data_time', 'pr_timelist', 'network_table', 'recipe', 'historian_ledger',
-                              'historian_backfill'] loop
-    if to_regclass('public.' || name) is not null then
-      execute format('grant update on public.%I to plant_writer', name);
-    end if;
-  end loop;
-  -- Lists that are deleted before they are stored again.
-  foreach name in array array['event_report_data', 'userinfo_table', 'network_table', 'comment', 'recipe_group',
-                              'recipe'] loop
-    if to_regclass('public.' || name) is not null then
-      execute format('grant delete on public.%I to plant_writer', name);
-    end if;
-  end loop;
-  -- They hold passwords.
-  foreach name in array array['userinfo_table', 'locked_user_list', 'signinfo_table'] loop
-    if to_regclass('public.' || name) is not null then
-      execute format('revoke all on public.%I from plant_reader', name);
-    end if;
+  for change in
+    select format(statement, name)
+    from (values
+      -- Watermarks, ends of page intervals, status of stations, recipes; what Recorder and Backfill keep of their batches.
+      ('grant update on public.%I to plant_writer', array['report_data_time', 'pr_timelist', 'network_table', 'recipe',
+                                                          'historian_ledger', 'historian_backfill']),
+      -- Lists that are deleted before they are stored again.
+      ('grant delete on public.%I to plant_writer', array['event_report_data', 'userinfo_table', 'network_table',
+                                                          'comment', 'recipe_group', 'recipe']),
+      -- Accounts with their passwords, and signatures.
+      ('revoke all on public.%I from plant_reader', array['userinfo_table', 'locked_user_list', 'signinfo_table']))
+      as changes (statement, names), unnest(names) as name
+    where to_regclass('public.' || name) is not null
+  loop
+    execute change;
   end loop;
 end $$;
