@@ -1,30 +1,37 @@
 #!/usr/bin/env bash
-# Tests everything: installs what is missing, builds, starts a private PostgreSQL and runs
+# Tests: installs what is missing, builds, starts a private PostgreSQL and runs
 #
 #   dev        unit, server, binary interface, installed tree, examples and demo, a page in a browser, built by g++
 #   timescale  the tests of TimescaleDB, against the extension in a WebAssembly build of PostgreSQL
 #   postgres   the server tests against other versions of PostgreSQL, with the programs of dev
+#
+# with --all, as CI does, also
+#
 #   asan       unit and server tests under AddressSanitizer and UndefinedBehaviorSanitizer
 #   tsan       tests that use threads, under ThreadSanitizer
 #   clang      compiles all but the tests with clang++; a warning is an error
 #   windows    the cross-built DLLs for Windows, under Wine (tools/test_windows.sh)
+#
+# and on request
+#
 #   fuzz       the fuzz targets, a minute each (tools/fuzz.sh)
 #   cluster    clients that write while a cluster is broken in turn, with the programs of dev: some minutes
 #
-#   tools/test.sh [--timescale VERSION|all] [--postgres VERSION,...|all] [--cluster] [--fuzz] [-R REGEX] [STAGE]...
+#   tools/test.sh [--all] [--timescale VERSION|all] [--postgres VERSION,...|all] [--cluster] [--fuzz] [-R REGEX] [STAGE]...
 #
-# and prints how long each part took. A password of a test server in any output is a failure. -R runs only tests with
-# matching names, of dev unless stages are named.
+# and prints how long each part took; README.md says how long to expect. Named stages run instead of the first three. A
+# password of a test server in any output is a failure. -R runs only tests with matching names, of dev unless stages are
+# named.
 # --timescale also tests against that release of TimescaleDB, which the server has to offer. --postgres names the
 # versions of the stage postgres and has it run the tests of faults as well; without it they are 14 and 18, without
-# those. --cluster and --fuzz are the stages of that name. Without a STAGE all others run.
+# those. --cluster and --fuzz are the stages of that name.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 root=$(dirname "$here")
 # shellcheck source=tools/lib/server.sh
 . "$here/lib/server.sh"
 
-readonly usage='usage: test.sh [--timescale VERSION|all] [--postgres VERSION,...|all] [--cluster] [--fuzz] [-R REGEX] [STAGE]...'
+readonly usage='usage: test.sh [--all] [--timescale VERSION|all] [--postgres VERSION,...|all] [--cluster] [--fuzz] [-R REGEX] [STAGE]...'
 stages=()
 selection=()
 postgres_versions=14,18
@@ -36,6 +43,7 @@ closing_line=  # the same of the first run, which is dev's unless it is left out
 
 while [ $# -gt 0 ]; do
   case $1 in
+    --all) stages+=(dev timescale postgres asan tsan clang windows) ;;
     --timescale)
       export DBMSAPI_TEST_TIMESCALE=${2:?--timescale needs a version or all}
       shift
@@ -59,7 +67,7 @@ while [ $# -gt 0 ]; do
 done
 if [ ${#stages[@]} -eq 0 ]; then
   stages=(dev)
-  [ ${#selection[@]} -gt 0 ] || stages+=(timescale postgres asan tsan clang windows)
+  [ ${#selection[@]} -gt 0 ] || stages+=(timescale postgres)
 fi
 
 # note STAGE PART SINCE [RESULT]: adds a line to the summary.
