@@ -2,12 +2,12 @@
 # Shows the program historian at work on a private server: creates the tables, loads a recording, compares every sample,
 # shows trends, hours and alarms, records while the server is killed, and checks the store.
 #
-#   tools/demo.sh [--keep] [--no-serve] [FILE.csv [OPTION OF historian import]...]
+#   tools/demo.sh [--keep] [--no-serve] [--build FOLDER] [FILE.csv [OPTION OF historian import]...]
 #   tools/demo.sh --stop
 #
 # Without a file it takes half an hour of a machine's counters, examples/data/machine.csv. In a terminal it then serves a
 # page with all of it until Ctrl-C; with --no-serve it ends. --keep leaves server and data and says how to connect; --stop
-# ends and removes them.
+# ends and removes them. --build takes the programs of a build that is there, instead of building the preset release.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 root=$(dirname "$here")
@@ -16,24 +16,31 @@ place=$root/build/demo
 # shellcheck source=tools/lib/server.sh
 . "$here/lib/server.sh"
 
-keep= serve=
+keep= serve= is_built=
 [ ! -t 1 ] || serve=1
-while [[ ${1:-} == --keep || ${1:-} == --no-serve ]]; do
-  if [ "$1" = --keep ]; then keep=1; else serve=; fi
+while [[ ${1:-} == --* ]]; do
+  case $1 in
+    --keep) keep=1 ;;
+    --no-serve) serve= ;;
+    --build)
+      build=$(cd "${2:?--build needs a folder}" && pwd)
+      is_built=1
+      shift
+      ;;
+    --stop)
+      for folder in "$place"/dbmsapi-server.*; do
+        [ ! -d "$folder" ] || server_remove "$folder"
+      done
+      exit 0
+      ;;
+    --help)
+      sed -n '2,/^set/s/^# \{0,1\}//p' "$0"
+      exit 0
+      ;;
+    *) die "knows no option $1; --help lists those it knows" ;;
+  esac
   shift
 done
-case ${1:-} in
-  --stop)
-    for folder in "$place"/dbmsapi-server.*; do
-      [ ! -d "$folder" ] || server_remove "$folder"
-    done
-    exit 0
-    ;;
-  --help)
-    sed -n '2,/^set/s/^# \{0,1\}//p' "$0"
-    exit 0
-    ;;
-esac
 [ $# -gt 0 ] || set -- "$root/examples/data/machine.csv"
 
 step() { printf '\n— %s\n' "$*"; }
@@ -71,11 +78,13 @@ record_through_a_crash() {
 
 "$here/install_dependencies.sh" demo
 
-started=$SECONDS
-say "building the libraries, the program and an example (the first time takes some minutes)"
-run_quietly "$build.configure.log" cmake -S "$root" --preset release
-run_to_the_end cmake --build "$build" --target historian_program recorder >&2
-say "built in $(elapsed_since "$started")"
+if [ -z "$is_built" ]; then
+  started=$SECONDS
+  say "building the libraries, the program and an example (the first time takes some minutes)"
+  run_quietly "$build.configure.log" cmake -S "$root" --preset release
+  run_to_the_end cmake --build "$build" --target historian_program recorder >&2
+  say "built in $(elapsed_since "$started")"
+fi
 
 server_start "$place"
 export PGHOST=$SERVER_HOST PGPORT=$SERVER_PORT PGUSER=$SERVER_USER PGPASSWORD=$SERVER_PASSWORD PGDATABASE=plant

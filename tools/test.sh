@@ -7,6 +7,7 @@
 #
 # with --all, as CI does, also
 #
+#   release    the demo as the README calls it, which builds the libraries and the program as they are released
 #   asan       unit and server tests under AddressSanitizer and UndefinedBehaviorSanitizer
 #   tsan       tests that use threads, under ThreadSanitizer
 #   clang      compiles all but the tests with clang++; a warning is an error
@@ -31,6 +32,8 @@ root=$(dirname "$here")
 # shellcheck source=tools/lib/server.sh
 . "$here/lib/server.sh"
 
+# Many tests wait, for a server, a link or a clock.
+readonly parallel=$((2 * $(nproc)))
 readonly usage='usage: test.sh [--all] [--timescale VERSION|all] [--postgres VERSION,...|all] [--cluster] [--fuzz] [-R REGEX] [STAGE]...'
 stages=()
 selection=()
@@ -43,7 +46,7 @@ closing_line=  # the same of the first run, which is dev's unless it is left out
 
 while [ $# -gt 0 ]; do
   case $1 in
-    --all) stages+=(dev timescale postgres asan tsan clang windows) ;;
+    --all) stages+=(dev timescale postgres release asan tsan clang windows) ;;
     --timescale)
       export DBMSAPI_TEST_TIMESCALE=${2:?--timescale needs a version or all}
       shift
@@ -60,7 +63,7 @@ while [ $# -gt 0 ]; do
       selection=(-R "${2:?-R needs a regular expression}")
       shift
       ;;
-    dev | timescale | postgres | asan | tsan | clang | windows | fuzz) stages+=("$1") ;;
+    dev | timescale | postgres | release | asan | tsan | clang | windows | fuzz) stages+=("$1") ;;
     *) die "$usage" ;;
   esac
   shift
@@ -98,7 +101,7 @@ build_dev() {
 run_tests() {
   local stage=$1 folder=$root/build/$1 since=$SECONDS
   shift
-  run_to_the_end ctest --test-dir "$folder" --parallel 2 --output-on-failure --no-tests=error \
+  run_to_the_end ctest --test-dir "$folder" --parallel "$parallel" --output-on-failure --no-tests=error \
     --output-log "$folder.test.log" "${selection[@]}" "$@"
   last_line=$(grep 'tests passed' "$folder.test.log")
   closing_line=${closing_line:-$last_line}
@@ -112,7 +115,7 @@ run_plant_data() {
     note dev 'plant data' "$since" "not run: there is no $data"
     return
   fi
-  run_quietly "$root/build/plant_data.test.log" run_to_the_end "$root/tests/examples/plant_data.sh" "$data"
+  run_quietly "$root/build/plant_data.test.log" run_to_the_end "$root/tests/examples/plant_data.sh" "$root/build/dev" "$data"
   note dev 'plant data' "$since" "the demo is right on $(basename "$data") too"
 }
 
@@ -140,10 +143,16 @@ run_postgres() {
   build_dev
   for version in ${postgres_versions//,/ }; do
     since=$SECONDS log=$root/build/postgres-$version.test.log
-    run_quietly "$log" run_to_the_end "$here/postgres.sh" "$version" ctest --test-dir "$programs" --parallel 2 --output-on-failure \
-      --no-tests=error --label-regex "^($postgres_labels)\$" "${selection[@]}"
+    run_quietly "$log" run_to_the_end "$here/postgres.sh" "$version" ctest --test-dir "$programs" --parallel "$parallel" \
+      --output-on-failure --no-tests=error --label-regex "^($postgres_labels)\$" "${selection[@]}"
     note postgres "$version" "$since" "$(grep 'tests passed' "$log"), labels $postgres_labels"
   done
+}
+
+run_release() {
+  local since=$SECONDS
+  run_quietly "$root/build/release.test.log" run_to_the_end "$root/tests/examples/recording.sh" --no-serve
+  note release demo "$since" 'builds and shows what it has to'
 }
 
 # Warnings come from the compiler's front end, so no code is generated.
@@ -187,6 +196,7 @@ run_stage() {
       ;;
     timescale) run_timescale ;;
     postgres) run_postgres ;;
+    release) run_release ;;
     cluster)
       "$here/install_dependencies.sh" cluster
       build_dev
