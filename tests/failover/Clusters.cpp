@@ -35,9 +35,8 @@ Clusters::Clusters()
 
 std::shared_ptr<Dbms> Clusters::Connect() const { return ConnectTo(primary_); }
 
-std::shared_ptr<Dbms> Clusters::ConnectTo(const std::wstring& host) const {
-  return Dbms::GetDbms(DbmsType::TirelScada, host.c_str(), port_, L"postgres", user_.c_str(),
-                       password_.c_str());
+std::shared_ptr<Dbms> Clusters::ConnectTo(const std::wstring& host, const wchar_t* database) const {
+  return Dbms::GetDbms(DbmsType::TirelScada, host.c_str(), port_, database, user_.c_str(), password_.c_str());
 }
 
 const wchar_t* Clusters::Other(const std::wstring& host) const {

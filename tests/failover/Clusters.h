@@ -16,8 +16,8 @@ class Clusters {
 
   // An object connected to the primary.
   std::shared_ptr<Dbms> Connect() const;
-  // The same for a given host.
-  std::shared_ptr<Dbms> ConnectTo(const std::wstring& host) const;
+  // The same for a given host, or list of hosts, and database text.
+  std::shared_ptr<Dbms> ConnectTo(const std::wstring& host, const wchar_t* database = L"postgres") const;
 
   // The other of the two hosts, for a hostSelector to return.
   const wchar_t* Other(const std::wstring& host) const;

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Runs a command with two private clusters, the second a synchronous streaming replica of the first, on two loopback
-# addresses with one port:
+# addresses with one port. The replica is made by the commands of docs/scaling.md, as they are written there:
 #
 #   clusters.sh BUILD_FOLDER COMMAND [ARGUMENT]...
 #
@@ -29,31 +29,51 @@ pg_ctl() {
   server_as_owner "$(server_programs)/pg_ctl" --wait --timeout 60 --silent "$@" </dev/null >/dev/null 2>&1
 }
 
+# documented LANGUAGE NUMBER: a block of commands of the page, with the first cluster's address.
+documented() {
+  awk -v first='```'"$1" -v number="$2" '/^## / { inside = /^## A synchronous standby/ }
+    $0 == "```" { shown = 0 }
+    shown { print }
+    inside && $0 == first { shown = ++blocks == number }' "$here/../../docs/scaling.md" |
+    sed "s/host=primary/host=$primary_host port=$SERVER_PORT/" | grep . || die "docs/scaling.md has no block $2 of $1"
+}
+
+# Runs SQL on the first cluster.
+run_on_primary() {
+  PGPASSWORD=$SERVER_PASSWORD psql --no-psqlrc --quiet --tuples-only --no-align --set ON_ERROR_STOP=1 \
+    "host=$primary_host port=$SERVER_PORT user=$SERVER_USER dbname=postgres"
+}
+
+# Waits until a column of pg_stat_replication has a value.
+wait_for_standby() {
+  local end=$((SECONDS + 120))
+  until [ "$(run_on_primary <<<"select $1 from pg_stat_replication where application_name = 'standby1'")" = "$2" ]; do
+    [ $SECONDS -lt $end ] || die "$1 of the replica did not become $2"
+    sleep 0.05
+  done
+}
+
+# Makes the second cluster, and commits on the first wait for it.
 start_standby() {
-  local programs folder=$server_folder/standby
+  local folder=$server_folder/standby programs
   programs=$(server_programs)
-  server_as_owner env PGPASSWORD="$SERVER_PASSWORD" "$programs/pg_basebackup" --host "$primary_host" --port "$SERVER_PORT" \
-    --username "$SERVER_USER" --pgdata "$folder" --write-recovery-conf --checkpoint fast --no-sync
-  {
-    echo "listen_addresses = '$standby_host'"
-    echo "synchronous_standby_names = ''"
-  } >>"$folder/postgresql.conf"
+  documented sql 1 | run_on_primary >/dev/null
+  documented sh 1 | server_as_owner env PATH="$programs:$PATH" PGDATA="$folder" bash -euo pipefail -s
+  echo "listen_addresses = '$standby_host'" | server_as_owner tee -a "$folder/postgresql.conf" >/dev/null
   pg_ctl --pgdata "$folder" --log "$server_folder/standby.log" --options "-p $SERVER_PORT" start || {
     tail -n 20 "$server_folder/standby.log" >&2
     die "the replica did not start"
   }
+  wait_for_standby state streaming
+  documented sql 2 | run_on_primary >/dev/null
+  wait_for_standby sync_state sync
 }
 
-# Makes commits on the first cluster wait for the second.
-make_synchronous() {
-  server_as_owner tee -a "$server_folder/data/postgresql.conf" <<<"synchronous_standby_names = '*'" >/dev/null
-  pg_ctl --pgdata "$server_folder/data" reload
-}
-
-# Makes the first cluster read-only; its commits no longer wait for the second.
+# Makes the first cluster read-only; its commits no longer wait for the second. ALTER SYSTEM writes the same file, which
+# overrides postgresql.conf.
 make_read_only() {
   printf '%s\n' "synchronous_standby_names = ''" 'default_transaction_read_only = on' |
-    server_as_owner tee -a "$server_folder/data/postgresql.conf" >/dev/null
+    server_as_owner tee -a "$server_folder/data/postgresql.auto.conf" >/dev/null
 }
 
 carry_out() {
@@ -95,7 +115,6 @@ stop_clusters() {
 server_start "$build"
 trap stop_clusters EXIT
 start_standby
-make_synchronous
 
 requests=$(mktemp -d "$server_folder/requests.XXXXXX")
 chmod 755 "$server_folder"
