@@ -41,9 +41,7 @@ bool CsvReader::ReadLine() {
     end = buffer_.size();
   }
   next_ = std::min(end + 1, buffer_.size());
-  next_line_ +=
-      static_cast<std::size_t>(std::count(buffer_.begin() + static_cast<std::ptrdiff_t>(begin_),
-                                          buffer_.begin() + static_cast<std::ptrdiff_t>(next_), '\n'));
+  for (std::size_t at = begin_; at < next_; ++at) next_line_ += EndsLine(at);
   end_ = end > begin_ && buffer_[end - 1] == '\r' ? end - 1 : end;
   return true;
 }
@@ -58,9 +56,14 @@ bool CsvReader::Fill() {
   return text_.Read(buffer_);
 }
 
+// Whether a line ends here: LF, or a CR without one. A CR at the end of the buffer may be half of CR LF.
+bool CsvReader::EndsLine(std::size_t at) const {
+  return buffer_[at] == '\n' || (buffer_[at] == '\r' && at + 1 < buffer_.size() && buffer_[at + 1] != '\n');
+}
+
 // The line end that closes the row, npos when the buffer does not hold it.
 std::size_t CsvReader::FindEnd() const {
-  if (begin_ < buffer_.size() && buffer_[begin_] == '#') return buffer_.find('\n', begin_);
+  const bool comment = begin_ < buffer_.size() && buffer_[begin_] == '#';
   bool quoted = false, cell_begins = true, quoted_cell = false;
   for (std::size_t at = begin_; at < buffer_.size(); ++at) {
     const char c = buffer_[at];
@@ -68,7 +71,8 @@ std::size_t CsvReader::FindEnd() const {
       quoted = c != '"';
       continue;
     }
-    if (c == '\n') return at;
+    if (EndsLine(at)) return at;
+    if (comment) continue;
     if (cell_begins) quoted_cell = c == '"';
     // A doubled quote closes the quotes and opens them again.
     quoted = c == '"' && quoted_cell && (cell_begins || buffer_[at - 1] == '"');

@@ -34,6 +34,7 @@ class CsvReader {
  private:
   bool ReadLine();
   bool Fill();
+  bool EndsLine(std::size_t at) const;
   std::size_t FindEnd() const;
   void Split(std::vector<std::string_view>& cells);
   std::string_view Unquote(std::size_t& at, std::size_t end, std::size_t column);

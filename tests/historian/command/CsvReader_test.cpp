@@ -44,6 +44,12 @@ TEST(CsvReader, TakesCarriageReturnsAndALastLineWithoutEnd) {
   EXPECT_EQ(Read("a;b\r\n1;2\r\n3;4", ';').rows, (Rows{{"a", "b"}, {"1", "2"}, {"3", "4"}}));
 }
 
+TEST(CsvReader, TakesLineEndsOfAnyKindInOneFile) {
+  const Reading reading = Read("a,b\r1,2\r\n# \"c\r3,\"4\r5\"\n\r6,7\r");
+  EXPECT_EQ(reading.rows, (Rows{{"a", "b"}, {"1", "2"}, {"3", "4\r5"}, {"6", "7"}}));
+  EXPECT_EQ(reading.lines, (std::vector<std::size_t>{1, 2, 4, 7}));
+}
+
 TEST(CsvReader, ReadsQuotedCellsWithDelimitersLineEndsAndQuotes) {
   const Reading reading = Read("\"a,1\",\"b\nc\",\"say \"\"hi\"\"\"\nx,y,z\n");
   EXPECT_EQ(reading.rows, (Rows{{"a,1", "b\nc", "say \"hi\""}, {"x", "y", "z"}}));
