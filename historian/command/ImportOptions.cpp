@@ -32,7 +32,7 @@ void AddFileOptions(CLI::App& app, FileOptions& file, Words& words) {
       ->check(CLI::IsMember({"utf-8", "latin-1", "utf-16", "utf-16be"}));
   add("--time-format", file.time_format,
       "iso, german (21.11.2026), us (11/21/2026), eu (21/11/2026), ymd (2026/11/21), month-name (21-Nov-2026), epoch, "
-      "epoch-ms, or a pattern: \"%d.%m.%Y %H:%M\"",
+      "epoch-ms, excel (46347.861, days as spreadsheets count them), or a pattern: \"%d.%m.%Y %H:%M\"",
       "FORMAT");
   add("--time-column", file.time_column, "Column of the time, by name or number", "NAME");
   add("--tag-column", file.tag_column, "Column of the tag in a long file", "NAME");

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <tuple>
 
 #include "../Failure.h"
 #include "../Text.h"
@@ -65,9 +66,11 @@ class Detector {
     std::optional<Sample> best;
     for (const char delimiter : kDelimiters) {
       Sample sample(text, delimiter, options_);
-      const bool better = !best || sample.timed() > best->timed() ||
-                          (sample.timed() == best->timed() && sample.width() > best->width());
-      if (better) best.emplace(std::move(sample));
+      // Numbers with decimal commas look like two cells, their names like one.
+      const auto rank = [](const Sample& one) {
+        return std::tuple(one.timed(), !one.HeaderRows().empty(), one.width());
+      };
+      if (!best || rank(sample) > rank(*best)) best.emplace(std::move(sample));
     }
     layout_.delimiter = best->delimiter();
     return std::move(*best);
@@ -77,6 +80,9 @@ class Detector {
     if (sample.rows().empty()) Refuse("holds no row");
     if (sample.rows().size() == 1)
       RefuseAt(sample.rows()[0].line, "this is the only row; a header row needs rows of data after it");
+    if (const std::string days = sample.ExcelTime(); options_.time_format.empty() && !days.empty())
+      Refuse("holds no time that is recognised; if " + Quote(days) +
+             " is a time in days, as spreadsheets count them, --time-format excel reads it");
     const Sample::Row& row = sample.rows()[1];
     if (row.cells.size() == 1 && IsTime(row.cells[0]))
       RefuseAt(row.line, "this row is a time and nothing else; --delimiter says what separates its cells");

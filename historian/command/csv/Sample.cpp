@@ -108,9 +108,9 @@ std::size_t Sample::FilledWidth() const {
   return filled;
 }
 
-// Any column of numbers might be one of epoch seconds; only the first is taken for it, and one that is called
+// Any column of numbers might be one of times; only the first is taken for it, and one that is called
 // so.
-bool Sample::MayBeEpoch(std::size_t column) const {
+bool Sample::MayHoldNumericTime(std::size_t column) const {
   if (column == 0 || !options_.time_column.empty() || !options_.time_format.empty()) return true;
   return !rows_.empty() && column < rows_[0].cells.size() &&
          std::find(kTimeNames.begin(), kTimeNames.end(), Lower(rows_[0].cells[column])) != kTimeNames.end();
@@ -126,7 +126,7 @@ bool Sample::HoldsTime(const Row& row, std::size_t column, bool clock) const {
     return format_->Read(clock ? cell + ' ' + row.cells[column + 1] : cell, time, problem);
   }
   if (clock) return IsDate(cell);
-  return IsTime(cell) && (!IsDecimal(cell) || MayBeEpoch(column) || IsDate(cell));
+  return IsTime(cell) && (!IsDecimal(cell) || MayHoldNumericTime(column) || IsDate(cell));
 }
 
 bool Sample::NamesTime(const Row& row) const {
@@ -136,6 +136,15 @@ bool Sample::NamesTime(const Row& row) const {
 
 std::string Sample::TimeText(const Row& row) const {
   return has_clock_ ? row.cells[time_column_] + ' ' + row.cells[time_column_ + 1] : row.cells[time_column_];
+}
+
+std::string Sample::ExcelTime() const {
+  for (const Row& row : rows_) {
+    for (std::size_t i = 0; i < row.cells.size(); ++i) {
+      if (MayHoldNumericTime(i) && MayBeExcel(row.cells[i])) return row.cells[i];
+    }
+  }
+  return {};
 }
 
 std::vector<const Sample::Row*> Sample::HeaderRows() const {

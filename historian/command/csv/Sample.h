@@ -30,6 +30,8 @@ class Sample {
   // Whether the row calls the column of the time by a usual name.
   bool NamesTime(const Row& row) const;
   std::string TimeText(const Row& row) const;
+  // A number in the place of a time that may be a day of a spreadsheet; empty when there is none.
+  std::string ExcelTime() const;
   // Before any row with a time and of its width, with two cells filled at least: the header row, and perhaps
   // units.
   std::vector<const Row*> HeaderRows() const;
@@ -38,7 +40,7 @@ class Sample {
   void FindTimeColumn();
   bool HoldsTime(const Row& row, std::size_t column, bool clock) const;
   std::size_t Count(const auto& condition) const;
-  bool MayBeEpoch(std::size_t column) const;
+  bool MayHoldNumericTime(std::size_t column) const;
   std::size_t UsualWidth() const;
   std::size_t FilledWidth() const;
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <sstream>
 
 #include "../Failure.h"
@@ -23,14 +24,16 @@ struct Named {
   const char* name;
 };
 // In the order in which they are tried.
-constexpr std::array<Named, 8> kKinds = {{{Kind::Iso, "iso"},
+constexpr std::array<Named, 9> kKinds = {{{Kind::Iso, "iso"},
                                           {Kind::German, "german"},
                                           {Kind::American, "us"},
                                           {Kind::European, "eu"},
                                           {Kind::YearFirst, "ymd"},
                                           {Kind::MonthName, "month-name"},
                                           {Kind::EpochSeconds, "epoch"},
-                                          {Kind::EpochMilliseconds, "epoch-ms"}}};
+                                          {Kind::EpochMilliseconds, "epoch-ms"},
+                                          {Kind::Excel, "excel"}}};
+constexpr char kNotExcel[] = "is not a time in days, as spreadsheets count them";
 constexpr char kTooFine[] = "is finer than a millisecond (--truncate-times cuts it)";
 
 bool IsEpoch(Kind kind) { return kind == Kind::EpochSeconds || kind == Kind::EpochMilliseconds; }
@@ -53,6 +56,24 @@ const char* ReadEpoch(std::string_view text, std::int64_t unit, std::int64_t& us
     if (place == 0 && *at != '0') return kTooFine;
     us += place * (*at - '0');
   }
+  return nullptr;
+}
+
+// Days since 1899-12-30 with a fraction, to the millisecond. Spreadsheets write few decimals: the whole
+// second that the text may mean is taken for it.
+const char* ReadExcel(std::string_view text, microseconds& us) {
+  constexpr double kMost = 2'958'466;  // the end of 9999
+  if (text.find_first_not_of("0123456789.,") != text.npos) return kNotExcel;
+  std::string digits(text);
+  std::replace(digits.begin(), digits.end(), ',', '.');
+  double count = 0;
+  const auto [stop, error] = std::from_chars(digits.data(), digits.data() + digits.size(), count);
+  if (error != std::errc() || stop != digits.data() + digits.size() || count >= kMost) return kNotExcel;
+  const std::size_t point = std::min(digits.find('.'), digits.size() - 1);
+  const double half_digit = 43'200'000 * std::pow(10, -static_cast<double>(digits.size() - 1 - point));
+  const double exact = count * 86'400'000, second = std::round(exact / 1000) * 1000;
+  const double ms = std::abs(exact - second) <= half_digit ? second : exact;
+  us = sys_days(year(1899) / 12 / 30).time_since_epoch() + milliseconds(std::llround(ms));
   return nullptr;
 }
 
@@ -79,6 +100,7 @@ const char* ReadPattern(const std::string& pattern, std::string_view text, Writt
 }
 
 bool Matches(std::string_view text, Kind kind) {
+  if (kind == Kind::Excel) return false;
   if (IsEpoch(kind)) return LooksLikeEpoch(text, kind);
   WrittenTime written;
   return ReadWrittenTime(text, kind, written) == nullptr;
@@ -107,7 +129,7 @@ TimeFormat TimeFormatNamed(const std::string& name) {
   if (name.find('%') != name.npos) return {Kind::Pattern, name};
   throw Refusal(
       "--time-format: " + Quote(name) +
-      " is neither iso, german, us, eu, ymd, month-name, epoch, epoch-ms nor a pattern such as \"%d.%m.%Y %H:%M\"");
+      " is neither iso, german, us, eu, ymd, month-name, epoch, epoch-ms, excel nor a pattern such as \"%d.%m.%Y %H:%M\"");
 }
 
 std::vector<TimeFormat> FormatsOf(const std::vector<std::string>& texts) {
@@ -139,6 +161,12 @@ bool IsClock(std::string_view text) {
   return TakeClock(text, clock, finer) && text.empty();
 }
 
+bool MayBeExcel(std::string_view text) {
+  microseconds us(0);
+  return ReadExcel(Trim(text), us) == nullptr && us >= sys_days(year(1982) / 1 / 1).time_since_epoch() &&
+         us < sys_days(year(2120) / 1 / 1).time_since_epoch();
+}
+
 bool TimeReader::Read(std::string_view text, Time& time, std::string& problem) const {
   text = Trim(text);
   WrittenTime written;
@@ -147,6 +175,10 @@ bool TimeReader::Read(std::string_view text, Time& time, std::string& problem) c
   if (IsEpoch(format_.kind)) {
     wrong = ReadEpoch(text, format_.kind == Kind::EpochSeconds ? 1'000'000 : 1'000, us);
     written = {std::chrono::local_time<microseconds>(microseconds(us)), minutes(0)};
+  } else if (format_.kind == Kind::Excel) {
+    microseconds local(0);
+    wrong = ReadExcel(text, local);
+    written.local = std::chrono::local_time<microseconds>(local);
   } else {
     wrong = format_.kind == Kind::Pattern ? ReadPattern(format_.pattern, text, written)
                                           : ReadWrittenTime(text, format_.kind, written);

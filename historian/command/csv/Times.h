@@ -20,24 +20,28 @@ struct TimeFormat {
     MonthName,          // 21-Nov-2026 20:40:05
     EpochSeconds,       // 1795293605.123
     EpochMilliseconds,  // 1795293605123
+    Excel,              // 46347.8611690: days since 1899-12-30, as spreadsheets count them
     Pattern             // as given: %d%m%Y %H%M
   };
   Kind kind = Kind::Iso;
   std::string pattern;
 };
 
-// iso, german, us, eu, ymd, month-name, epoch, epoch-ms, or a pattern.
+// iso, german, us, eu, ymd, month-name, epoch, epoch-ms, excel, or a pattern.
 std::string NameOf(const TimeFormat& format);
 // Throws a Refusal for what is neither.
 TimeFormat TimeFormatNamed(const std::string& name);
 
-// The formats that read every one of the texts.
+// The formats that read every one of the texts. Days of a spreadsheet are none of them: any measurement could
+// be one.
 std::vector<TimeFormat> FormatsOf(const std::vector<std::string>& texts);
 // Whether any format reads the text.
 bool IsTime(std::string_view text);
 // A date without a time of day, and a time of day without a date: some files have a column of each.
 bool IsDate(std::string_view text);
 bool IsClock(std::string_view text);
+// Whether a number could be a day of the years 1982 to 2119 in a spreadsheet.
+bool MayBeExcel(std::string_view text);
 
 // Reads times of one format; those that name no zone are of the zone given.
 class TimeReader {

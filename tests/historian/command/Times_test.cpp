@@ -34,29 +34,36 @@ TEST_P(Times, AreRead) { EXPECT_EQ(Read(GetParam().format, GetParam().text), Get
 
 INSTANTIATE_TEST_SUITE_P(
     Good, Times,
-    testing::Values(Case{"iso", "2026-11-21 20:40:05", "2026-11-21T20:40:05Z"},
-                    Case{"iso", "2026-11-21T20:40:05.123Z", "2026-11-21T20:40:05.123Z"},
-                    Case{"iso", "2026-11-21T20:40:05,5", "2026-11-21T20:40:05.500Z"},
-                    Case{"iso", "2026-11-21T20:40+01:00", "2026-11-21T19:40:00Z"},
-                    Case{"iso", "2026-11-21 20:40:05 -0530", "2026-11-22T02:10:05Z"},
-                    Case{"iso", "2026-11-21 20:40:05+02", "2026-11-21T18:40:05Z"},
-                    Case{"iso", "2026-11-21 20:40:05 UTC", "2026-11-21T20:40:05Z"},
-                    Case{"iso", "2026-11-21 24:00:00", "2026-11-22T00:00:00Z"},
-                    Case{"iso", "2026-11-21", "2026-11-21T00:00:00Z"},
-                    Case{"german", "21.11.2026 20:40:05", "2026-11-21T20:40:05Z"},
-                    Case{"german", "1.2.26, 6:07", "2026-02-01T06:07:00Z"},
-                    Case{"us", "11/21/2026 8:40:05 PM", "2026-11-21T20:40:05Z"},
-                    Case{"us", "11/21/2026 12:00:05.250 AM", "2026-11-21T00:00:05.250Z"},
-                    Case{"us", "11/21/2026 20:40", "2026-11-21T20:40:00Z"},
-                    Case{"eu", "21/11/2026 20:40", "2026-11-21T20:40:00Z"},
-                    Case{"ymd", "2026/11/21 20:40", "2026-11-21T20:40:00Z"},
-                    Case{"month-name", "21-Nov-26 20:40:05.7", "2026-11-21T20:40:05.700Z"},
-                    Case{"month-name", "21 nov 2026 20:40", "2026-11-21T20:40:00Z"},
-                    Case{"epoch", "1795293605", "2026-11-21T20:40:05Z"},
-                    Case{"epoch", "1795293605.25", "2026-11-21T20:40:05.250Z"},
-                    Case{"epoch-ms", "1795293605123", "2026-11-21T20:40:05.123Z"},
-                    Case{"%d%m%Y %H%M", "21112026 2040", "2026-11-21T20:40:00Z"},
-                    Case{"%Y-%m-%d %H:%M:%S %z", "2026-11-21 20:40:05 +0100", "2026-11-21T19:40:05Z"}));
+    testing::Values(
+        Case{"iso", "2026-11-21 20:40:05", "2026-11-21T20:40:05Z"},
+        Case{"iso", "2026-11-21T20:40:05.123Z", "2026-11-21T20:40:05.123Z"},
+        Case{"iso", "2026-11-21T20:40:05,5", "2026-11-21T20:40:05.500Z"},
+        Case{"iso", "2026-11-21T20:40+01:00", "2026-11-21T19:40:00Z"},
+        Case{"iso", "2026-11-21 20:40:05 -0530", "2026-11-22T02:10:05Z"},
+        Case{"iso", "2026-11-21 20:40:05+02", "2026-11-21T18:40:05Z"},
+        Case{"iso", "2026-11-21 20:40:05 UTC", "2026-11-21T20:40:05Z"},
+        Case{"iso", "2026-11-21 24:00:00", "2026-11-22T00:00:00Z"},
+        Case{"iso", "2026-11-21", "2026-11-21T00:00:00Z"},
+        Case{"german", "21.11.2026 20:40:05", "2026-11-21T20:40:05Z"},
+        Case{"german", "1.2.26, 6:07", "2026-02-01T06:07:00Z"},
+        Case{"us", "11/21/2026 8:40:05 PM", "2026-11-21T20:40:05Z"},
+        Case{"us", "11/21/2026 12:00:05.250 AM", "2026-11-21T00:00:05.250Z"},
+        Case{"us", "11/21/2026 20:40", "2026-11-21T20:40:00Z"},
+        Case{"eu", "21/11/2026 20:40", "2026-11-21T20:40:00Z"},
+        Case{"ymd", "2026/11/21 20:40", "2026-11-21T20:40:00Z"},
+        Case{"month-name", "21-Nov-26 20:40:05.7", "2026-11-21T20:40:05.700Z"},
+        Case{"month-name", "21 nov 2026 20:40", "2026-11-21T20:40:00Z"},
+        Case{"epoch", "1795293605", "2026-11-21T20:40:05Z"},
+        Case{"epoch", "1795293605.25", "2026-11-21T20:40:05.250Z"},
+        Case{"epoch-ms", "1795293605123", "2026-11-21T20:40:05.123Z"},
+        Case{"excel", "46347.5", "2026-11-21T12:00:00Z"}, Case{"excel", "46347", "2026-11-21T00:00:00Z"},
+        // 20:40:05 is 0.8611689814814... of a day, and written with as many decimals as it may be.
+        Case{"excel", "46347.86117", "2026-11-21T20:40:05Z"},
+        Case{"excel", "46347,861169", "2026-11-21T20:40:05Z"},
+        Case{"excel", "46347.861168981", "2026-11-21T20:40:05Z"},
+        Case{"excel", "46347.8611704051", "2026-11-21T20:40:05.123Z"},
+        Case{"%d%m%Y %H%M", "21112026 2040", "2026-11-21T20:40:00Z"},
+        Case{"%Y-%m-%d %H:%M:%S %z", "2026-11-21 20:40:05 +0100", "2026-11-21T19:40:05Z"}));
 
 INSTANTIATE_TEST_SUITE_P(
     Wrong, Times,
@@ -72,6 +79,10 @@ INSTANTIATE_TEST_SUITE_P(
                     Case{"us", "11/21/2026 13:40 PM", "is not a time of day"},
                     Case{"epoch", "noon", "is not a time in epoch seconds or milliseconds"},
                     Case{"epoch", "1795293605.", "is not a time in epoch seconds or milliseconds"},
+                    Case{"excel", "21.11.2026", "is not a time in days, as spreadsheets count them"},
+                    Case{"excel", "-46347", "is not a time in days, as spreadsheets count them"},
+                    Case{"excel", "2958466", "is not a time in days, as spreadsheets count them"},
+                    Case{"excel", "25569", "is before 1970, where the store begins"},
                     Case{"%d%m%Y %H%M", "2026", "is not a time of the format given"},
                     Case{"%d%m%Y", "21112026 2040", "continues after a time in the format given"}));
 
@@ -85,6 +96,7 @@ TEST(Times, WithoutAZoneAreOfTheOneGiven) {
   EXPECT_EQ(Read("iso", "2026-07-01 12:00", "-0800"), "2026-07-01T20:00:00Z");
   EXPECT_EQ(Read("iso", "2026-07-01 12:00Z", "+05:30"), "2026-07-01T12:00:00Z");
   EXPECT_EQ(Read("epoch", "1795293605", "+05:30"), "2026-11-21T20:40:05Z");
+  EXPECT_EQ(Read("excel", "46347.5", "+05:30"), "2026-11-21T06:30:00Z");
 }
 
 TEST(Times, OfUnknownZonesAreRefused) {
@@ -107,6 +119,7 @@ TEST(TimeFormats, ThatFitAreFound) {
   EXPECT_EQ(names({"1795293605"}), "epoch ");
   EXPECT_EQ(names({"1795293605123"}), "epoch-ms ");
   EXPECT_EQ(names({"21.5"}), "");
+  EXPECT_EQ(names({"46347.5"}), "");
   EXPECT_EQ(names({"2026-11-21", "21.11.2026"}), "");
 }
 

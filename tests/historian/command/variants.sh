@@ -70,6 +70,9 @@ variant 'epoch milliseconds' "$work/epoch_ms.csv"
 } >"$work/decorated.csv"
 variant 'comments, units, trailing separators, blank rows and CR LF' "$work/decorated.csv"
 
+awk '{ printf "%s%s", $0, NR % 3 == 0 ? "\n" : NR % 3 == 1 ? "\r\n" : "\r" }' "$original" >"$work/line_ends.csv"
+variant 'line ends of three kinds' "$work/line_ends.csv"
+
 sed 's/FLOW/DURCHFLU\xDF/' "$original" >"$work/latin1.csv"
 case='Latin-1'
 sql 'truncate datalog'
@@ -109,6 +112,13 @@ refused 'ambiguous dates' "$work/ambiguous.csv" '--time-format us or eu'
 awk -F, -v OFS=, 'NR > 1 { gsub(/[- :]/, "", $1) } { print }' "$original" >"$work/pattern.csv"
 refused 'a format of its own' "$work/pattern.csv" '--time-format'
 variant 'a format of its own' "$work/pattern.csv" --time-format '%Y%m%d%H%M%S'
+
+rewrite "\$1 = sprintf(\"%.5f\", $epoch / 86400 + 25569)" >"$work/excel.csv"
+refused 'days of a spreadsheet' "$work/excel.csv" '--time-format excel'
+variant 'days of a spreadsheet' "$work/excel.csv" --time-format excel
+rewrite "\$1 = sprintf(\"%.5f\", $epoch / 86400 + 25569)" ';' | sed '2,$s/\./,/g' >"$work/excel_comma.csv"
+refused 'days of a spreadsheet with decimal commas' "$work/excel_comma.csv" '--time-format excel'
+variant 'days of a spreadsheet with decimal commas' "$work/excel_comma.csv" --time-format excel
 
 awk -F, -v OFS=, 'NR > 1 && $4 == "" { $4 = "offline" } { print }' "$original" >"$work/word.csv"
 refused 'a word for no value' "$work/word.csv" '--null WORD'
