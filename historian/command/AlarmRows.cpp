@@ -40,11 +40,7 @@ void ReadAlarms(Server& server, const AlarmFilter& filter,
     command << static_cast<long long>(filter.from.time_since_epoch().count())
             << static_cast<long long>(filter.to.time_since_epoch().count())
             << SAString(sys::FromUtf8(filter.prefix));
-    if (filter.tags.empty()) {
-      command << SANull();
-    } else {
-      command << SAString(sys::FromUtf8(ArrayLiteral(filter.tags)));
-    }
+    BindTags(command, filter.tags);
     for (const auto& code : {filter.status, filter.type, filter.level, filter.area}) Bind(command, code);
     command << filter.open << static_cast<long long>(filter.limit);
   };

@@ -8,15 +8,21 @@ namespace historian::command {
 namespace {
 
 // :1 from, :2 to (epoch milliseconds, both included), :3 an array of tags, NULL for all of them.
-constexpr wchar_t kSamples[] =
-    L"select (extract(epoch from time) * 1000000)::int8, tag_name, value from datalog "
-    L"where time >= to_timestamp(:1 / 1000.0) and time <= to_timestamp(:2 / 1000.0) "
-    L"and (:3::text[] is null or tag_name = any(:3::text[])) order by time, tag_name";
+constexpr wchar_t kFromSamples[] =
+    L" from datalog where time >= to_timestamp(:1 / 1000.0) and time <= to_timestamp(:2 / 1000.0) "
+    L"and (:3::text[] is null or tag_name = any(:3::text[]))";
 
-std::string Quoted(const std::string& text, const std::string& specials, const std::string& escape) {
+void BindRange(SACommand& command, const std::vector<std::string>& tags, Time from, Time to) {
+  command << static_cast<long long>(from.time_since_epoch().count())
+          << static_cast<long long>(to.time_since_epoch().count());
+  BindTags(command, tags);
+}
+
+// Between double quotes, with `escape` before each of the specials.
+std::string Quoted(const std::string& text, std::string_view specials, char escape) {
   std::string out = "\"";
   for (const char c : text) {
-    if (specials.find(c) != specials.npos) out += escape.empty() ? std::string(1, c) : escape;
+    if (specials.find(c) != specials.npos) out += escape;
     out += c;
   }
   return out + '"';
@@ -24,30 +30,39 @@ std::string Quoted(const std::string& text, const std::string& specials, const s
 
 }  // namespace
 
-std::string ArrayLiteral(const std::vector<std::string>& texts) {
-  std::string out = "{";
-  for (const std::string& text : texts) out += (out.size() > 1 ? "," : "") + Quoted(text, "\"\\", "\\");
-  return out + '}';
+void BindTags(SACommand& command, const std::vector<std::string>& tags) {
+  if (tags.empty()) {
+    command << SANull();
+    return;
+  }
+  std::string array = "{";
+  for (const std::string& tag : tags) array += (array.size() > 1 ? "," : "") + Quoted(tag, "\"\\", '\\');
+  command << SAString(sys::FromUtf8(array + '}'));
 }
 
 std::string CsvCell(const std::string& text) {
   const bool plain = !text.empty() && text.find_first_of(",\"\r\n") == text.npos && text[0] != '#' &&
                      text.front() != ' ' && text.front() != '\t' && text.back() != ' ' && text.back() != '\t';
-  return plain ? text : Quoted(text, "\"", "");
+  return plain ? text : Quoted(text, "\"", '"');
+}
+
+std::uint64_t CountSamples(Server& server, const std::vector<std::string>& tags, Time from, Time to,
+                           std::uint64_t most) {
+  const std::wstring statement =
+      std::wstring(L"select count(*) from (select") + kFromSamples + L" limit :4) sample";
+  return std::stoull(server.Value(statement, [&](SACommand& command) {
+    BindRange(command, tags, from, to);
+    command << static_cast<long long>(most);
+  }));
 }
 
 void ReadSamples(Server& server, const std::vector<std::string>& tags, Time from, Time to,
                  const OnSample& sample) {
-  const auto bind = [&](SACommand& command) {
-    command << static_cast<long long>(from.time_since_epoch().count())
-            << static_cast<long long>(to.time_since_epoch().count());
-    if (tags.empty()) {
-      command << SANull();
-    } else {
-      command << SAString(sys::FromUtf8(ArrayLiteral(tags)));
-    }
-  };
-  server.Query(kSamples, bind, [&](SACommand& row) {
+  const std::wstring statement =
+      std::wstring(L"select (extract(epoch from time) * 1000000)::int8, tag_name, value") + kFromSamples +
+      L" order by time, tag_name";
+  const auto bind = [&](SACommand& command) { BindRange(command, tags, from, to); };
+  server.Query(statement, bind, [&](SACommand& row) {
     sample(Microseconds(std::chrono::microseconds(row.Field(1).asInt64())), Text(row.Field(2)),
            row.Field(3).isNull() ? "null" : Text(row.Field(3)));
   });

@@ -14,11 +14,15 @@ namespace historian::command {
 
 using Microseconds = std::chrono::sys_time<std::chrono::microseconds>;
 
-// An array of texts as the server reads one for a parameter.
-std::string ArrayLiteral(const std::vector<std::string>& texts);
+// Binds tags to a parameter of the type text[]: NULL when none is named.
+void BindTags(SACommand& command, const std::vector<std::string>& tags);
 
-// Reads the samples between two instants, both included, in order of time: of the tags named, of all when
-// none is. A value is as the server writes it, "null" where there is none.
+// How many samples there are between two instants, both included, of the tags named, of all when none is:
+// counted up to `most`.
+std::uint64_t CountSamples(Server& server, const std::vector<std::string>& tags, Time from, Time to,
+                           std::uint64_t most);
+
+// Reads these samples in order of time. A value is as the server writes it, "null" where there is none.
 using OnSample = std::function<void(Microseconds time, const std::string& tag, const std::string& value)>;
 void ReadSamples(Server& server, const std::vector<std::string>& tags, Time from, Time to,
                  const OnSample& sample);

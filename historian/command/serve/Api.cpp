@@ -6,7 +6,6 @@
 
 #include "../AlarmRows.h"
 #include "../Verdicts.h"
-#include "Parameters.h"
 #include "Refused.h"
 
 namespace historian::command {
@@ -68,16 +67,22 @@ void Api::Tags(const Request& request, Response& response) {
   Send(response, {{"tags", tags}, {"matching", found.size()}});
 }
 
-void Api::Trend(const Request& request, Response& response) {
-  const Parameters parameters(request);
+historian::Trend Api::ReadTrendOf(const Parameters& parameters, int usual_buckets) {
   const auto tags = parameters.Tags();
   const TimeRange range = parameters.Range();
-  const int buckets = parameters.Number("buckets", 1, kMostBuckets, kUsualBuckets);
+  const int buckets = parameters.Number("buckets", 1, kMostBuckets, usual_buckets);
   historian::Trend trend;
   pool_.Run([&](Server& server) {
     server.RequireTable("datalog");
     trend = ReadTrend(server.dbms(), tags, range.from, range.to, buckets);
   });
+  return trend;
+}
+
+void Api::Trend(const Request& request, Response& response) {
+  const Parameters parameters(request);
+  const TimeRange range = parameters.Range();
+  const historian::Trend trend = ReadTrendOf(parameters, kUsualBuckets);
   json list = json::array();
   for (const TagTrend& tag : trend.tags) list.push_back(ToJson(tag));
   Send(response, {{"from", Milliseconds(range.from)},

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "Parameters.h"
 #include "Pool.h"
 #include "TagList.h"
 
@@ -40,6 +41,9 @@ class Api {
   void Alarms(const Request& request, Response& response);
   void Health(const Request& request, Response& response);
   void SamplesCsv(const Request& request, Response& response);
+
+  // The trend that `tag`, `from`, `to` and `buckets` ask for.
+  historian::Trend ReadTrendOf(const Parameters& parameters, int usual_buckets);
 
   const std::uint64_t most_samples_;
   Pool pool_;

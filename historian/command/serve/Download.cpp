@@ -4,19 +4,12 @@
 #include "../SampleRows.h"
 #include "../Text.h"
 #include "Api.h"
-#include "Parameters.h"
 #include "Refused.h"
-#include "port/Utf8.h"
 
 namespace historian::command {
 namespace {
 
 constexpr std::size_t kPiece = 64 * 1024;  // bytes sent at once
-
-// :1 from, :2 to (epoch milliseconds, both included), :3 an array of tags, :4 most rows.
-constexpr wchar_t kCount[] =
-    L"select count(*) from (select from datalog where time >= to_timestamp(:1 / 1000.0) "
-    L"and time <= to_timestamp(:2 / 1000.0) and tag_name = any(:3::text[]) limit :4) sample";
 
 // The time limit of a statement runs while the client takes the samples. One that takes none for seconds is
 // given up anyhow.
@@ -32,12 +25,7 @@ struct Samples {
 
 void RequireFew(Server& server, const Samples& samples, std::uint64_t most) {
   server.RequireTable("datalog");
-  const auto bind = [&](SACommand& command) {
-    command << static_cast<long long>(samples.from.time_since_epoch().count())
-            << static_cast<long long>(samples.to.time_since_epoch().count())
-            << SAString(sys::FromUtf8(ArrayLiteral(samples.tags))) << static_cast<long long>(most + 1);
-  };
-  if (server.Value(kCount, bind) != std::to_string(most + 1)) return;
+  if (CountSamples(server, samples.tags, samples.from, samples.to, most + 1) <= most) return;
   throw RequestRefused(kTooLarge,
                        "more than " + FormatCount(most) + " samples; zoom in, or use historian export");
 }
@@ -93,15 +81,7 @@ void Api::SamplesCsv(const Request& request, Response& response) {
 }
 
 void Api::TrendCsv(const Request& request, Response& response) {
-  const Parameters parameters(request);
-  const auto tags = parameters.Tags();
-  const TimeRange range = parameters.Range();
-  const int buckets = parameters.Number("buckets", 1, kMostBuckets, kMostBuckets);
-  historian::Trend trend;
-  pool_.Run([&](Server& server) {
-    server.RequireTable("datalog");
-    trend = ReadTrend(server.dbms(), tags, range.from, range.to, buckets);
-  });
+  const historian::Trend trend = ReadTrendOf(Parameters(request), kMostBuckets);
   std::string text = "time,tag,min,mean,max\n";
   for (const TagTrend& tag : trend.tags) {
     for (const TrendBucket& bucket : tag.buckets) {
