@@ -74,7 +74,7 @@ function show(failure) {
   banner.textContent = failure.away ? `${failure.message}. Trying again …` : failure.message;
   banner.hidden = false;
 }
-export function hideBanner() { banner.hidden = true; }
+function hideBanner() { banner.hidden = true; }
 
 // The answer to a request; null when there is none, which is then said in the page.
 async function get(path, parameters, signal, read) {

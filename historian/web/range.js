@@ -107,7 +107,7 @@ export class Range {
     }
   }
 
-  // Whether the key was one for us.
+  // Does what a key asks for; false when it has no meaning here.
   key(event) {
     const action = {
       ArrowLeft: () => this.move(-0.25), ArrowRight: () => this.move(0.25),

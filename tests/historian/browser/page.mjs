@@ -145,6 +145,33 @@ const tests = {
     await page.until(`document.querySelector('#resolution').innerText.includes('of 1 hour')`)
   },
 
+  async 'takes typed times and lengths in the zone chosen, and removes a tag'({ page, url }) {
+    const type = (id, text) => page.value(`(() => { const field = document.querySelector('#${id}')
+      field.value = '${text}'
+      field.dispatchEvent(new Event('change')) })()`)
+    const check = async (action, from, to) => {
+      const before = await range(page)
+      await action()
+      const after = await moved(page, before)
+      assert.deepEqual([after.from, after.to], [from, to])
+    }
+    const end = kBegin + 10 * kDay
+    await page.value(`location.href = ${JSON.stringify(`${url}#tag=BOILER.TEMP&tag=BOILER.PRESSURE&from=${kBegin}&to=${end}`)}`)
+    await page.until(`document.querySelectorAll('.chart').length === 2`)
+    await check(() => type('from', '2026-03-05 12:00'), Date.UTC(2026, 2, 5, 11), end)
+    await type('from', 'noon')
+    assert.equal(await page.value(`document.querySelector('#from').getAttribute('aria-invalid')`), 'true')
+    await page.click('#zone')
+    assert.equal(await page.text('#zone'), 'UTC')
+    await page.until(`document.querySelector('#resolution').innerText.includes('2026-03-05 11:00:00 to 2026-03-12 00:00:00, UTC')`)
+    await check(() => type('from', '2026-03-06'), Date.UTC(2026, 2, 6), end)
+    await check(() => page.click('#presets button'), end - 3600e3, end)
+    await page.click('#zone')
+    await page.click('.chart .close')
+    await page.until(`document.querySelectorAll('.chart').length === 1`)
+    assert.deepEqual((await range(page)).tags, ['BOILER.PRESSURE'])
+  },
+
   async 'downloads what is seen'({ page, url }) {
     const from = kBegin + kDay, to = from + 3600e3
     await page.value(`location.href = ${JSON.stringify(`${url}#tag=FAN+%3Cb%3E%22%25&tag=BOILER.TEMP&from=${from}&to=${to}`)}`)
