@@ -80,7 +80,7 @@ if(TARGET historian_program)
 endif()
 if(TARGET historian_manual)
   install(DIRECTORY ${PROJECT_BINARY_DIR}/historian/command/manual/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man1
-          COMPONENT program FILES_MATCHING PATTERN "*.1")
+          COMPONENT program FILES_MATCHING PATTERN "*.1.gz")
   install(FILES ${PROJECT_BINARY_DIR}/historian/command/manual/historian.bash
           DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME historian COMPONENT program)
 endif()

@@ -75,9 +75,20 @@ dpkg-deb --fsys-tarfile "${program[0]}" | tar -x -C "$work" ./usr/bin/historian
 # The program runs with the packages of the libraries, and its package has the manual and the completion.
 extract "$work/installed" "${runtime[0]}" "${historian[0]}" "${program[0]}"
 "$work/installed/usr/bin/historian" import "$source/examples/data/machine.csv" --dry-run --json >/dev/null
-for file in man/man1/historian.1 man/man1/historian-import.1 man/man1/historian-serve.1 bash-completion/completions/historian; do
-  [ -s "$work/installed/usr/share/$file" ] || fail "the program's package has no $file"
+subcommands=$("$work/installed/usr/bin/historian" --help | sed -n '/^Subcommands:/,/^$/s/^  \([a-z]*\) .*/\1/p')
+[ "$(wc -w <<<"$subcommands")" -ge 10 ] || fail "--help names the subcommands $subcommands"
+for page in historian $(printf 'historian-%s ' $subcommands); do
+  gzip --decompress --stdout "$work/installed/usr/share/man/man1/$page.1.gz" | grep -q "^\.TH ${page^^}" ||
+    fail "the program's package has no packed manual page of $page"
 done
+if find "$work/installed/usr/share/man" -name '*.1' | grep .; then fail 'manual pages are not packed'; fi
+bash -c "$(cat <<'EOF'
+. "$1"
+COMP_WORDS=(historian import --dr) COMP_CWORD=2
+_historian
+[ "${COMPREPLY[*]}" = --dry-run ]
+EOF
+)" bash "$work/installed/usr/share/bash-completion/completions/historian" || fail 'bash does not complete an option of the program'
 
 # Each package says what it may be used for and what has changed; those for people bring their documents.
 # brings PACKAGE FILE...: its directory of documents holds these of the sources, and nothing else.
