@@ -26,6 +26,36 @@ std::optional<double> RateOf(const TagInfo& tag) {
   return static_cast<double>(*tag.samples - 1) / seconds;
 }
 
+nlohmann::json ToJson(const TagInfo& tag, bool stopped) {
+  const auto rate = RateOf(tag);
+  return {{"tag", tag.name},
+          {"first", FormatUtc(tag.first)},
+          {"last", FormatUtc(tag.last)},
+          {"samples", tag.samples ? nlohmann::json(*tag.samples) : nlohmann::json()},
+          {"per_second", rate ? nlohmann::json(*rate) : nlohmann::json()},
+          {"stopped", stopped}};
+}
+
+// Numbers of samples have columns where they were counted.
+Table EmptyTable(bool counted) {
+  using enum Table::Align;
+  std::vector<Table::Column> columns = {{"tag", Left}, {"first sample", Left}, {"last sample", Left}};
+  if (counted) columns.insert(columns.end(), {{"samples"}, {"per second"}});
+  columns.push_back({"", Left});
+  return Table(columns);
+}
+
+void AddRow(Table& table, const TagInfo& tag, bool counted, bool stopped, const Zone& zone) {
+  std::vector<std::string> cells = {tag.name, FormatTime(tag.first, zone), FormatTime(tag.last, zone)};
+  if (counted) {
+    const auto rate = RateOf(tag);
+    cells.push_back(tag.samples ? FormatCount(static_cast<std::uint64_t>(*tag.samples)) : "");
+    cells.push_back(rate ? FormatValue(*rate) : "");
+  }
+  cells.push_back(stopped ? "stopped" : "");
+  table.AddRow(std::move(cells));
+}
+
 int Run(const Options& options, Terminal& terminal) {
   const auto zone = FindZone(options.common.zone);
   Server server(options.common.server);
@@ -40,26 +70,12 @@ int Run(const Options& options, Terminal& terminal) {
 
   std::size_t stopped = 0;
   nlohmann::json list = nlohmann::json::array();
-  using enum Table::Align;
-  Table table({{"tag", Left},
-               {"first sample", Left},
-               {"last sample", Left},
-               {"samples"},
-               {"per second"},
-               {"", Left}});
+  Table table = EmptyTable(options.count);
   for (const TagInfo& tag : tags) {
     const bool is_stopped = tag.last < limit;
-    const auto rate = RateOf(tag);
     stopped += is_stopped;
-    list.push_back({{"tag", tag.name},
-                    {"first", FormatUtc(tag.first)},
-                    {"last", FormatUtc(tag.last)},
-                    {"samples", tag.samples ? nlohmann::json(*tag.samples) : nlohmann::json()},
-                    {"per_second", rate ? nlohmann::json(*rate) : nlohmann::json()},
-                    {"stopped", is_stopped}});
-    table.AddRow({tag.name, FormatTime(tag.first, *zone), FormatTime(tag.last, *zone),
-                  tag.samples ? FormatCount(static_cast<std::uint64_t>(*tag.samples)) : "",
-                  rate ? FormatValue(*rate) : "", is_stopped ? "stopped" : ""});
+    list.push_back(ToJson(tag, is_stopped));
+    AddRow(table, tag, options.count, is_stopped, *zone);
   }
   if (options.common.json) {
     terminal.Line(list.dump(1));
