@@ -3,6 +3,8 @@
 // per hour, and one per second during the last ten minutes.
 //   read_trend [DAYS]     of history, default 30
 
+#include <iostream>
+
 #include "BenchServer.h"
 #include "Paired.h"
 #include "Plant.h"
@@ -128,7 +130,7 @@ int main(int argc, char** argv) {
       {"trend of a day", std::chrono::days(1), "datalog_1m"},
       {"trend of an hour", std::chrono::hours(1), ""}};
   for (const Stretch& stretch : stretches) Compare(server, stretch, timescale);
-  if (timescale) return 0;
+  std::cout << "with an index of tag names" << std::endl;
   server.Run("create index datalog_tag_name_time on datalog (tag_name, time)");
   for (const Stretch& stretch : stretches) Compare(server, stretch, timescale);
   CompareInserts(server);
