@@ -71,6 +71,12 @@ std::vector<TimeTick> TimeTicks(Time from, Time to, std::size_t most, const Zone
   return ticks;
 }
 
+std::string RangeText(Time from, Time to, const Zone& zone) {
+  const bool is_short = to - from < minutes(1);
+  const auto text = [&](Time time) { return FormatTime(is_short ? time : floor<seconds>(time), zone); };
+  return text(from) + " to " + text(to) + ", " + zone.name();
+}
+
 std::vector<double> ValueTicks(const ValueRange& range, std::size_t most) {
   const double rough = (range.high - range.low) / static_cast<double>(std::max<std::size_t>(most, 2) - 1);
   const double power = std::pow(10, std::floor(std::log10(rough)));

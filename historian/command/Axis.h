@@ -16,6 +16,10 @@ struct TimeTick {
 // Round local times in a range, as many as fit but no more than `most`; a label is at most ten cells wide.
 std::vector<TimeTick> TimeTicks(Time from, Time to, std::size_t most, const Zone& zone);
 
+// `2026-03-01 00:00:00 to 2026-03-03 05:30:00, UTC`; with milliseconds where the range is shorter than a
+// minute.
+std::string RangeText(Time from, Time to, const Zone& zone);
+
 // A range of values with some room where they are all the same.
 struct ValueRange {
   double low = 0, high = 1;

@@ -130,8 +130,8 @@ class Show {
       }
     }
     for (const std::string& line : DrawTimeAxis(from_, to_, size_, *zone_)) terminal_.Line(line);
-    terminal_.Line(terminal_.Dim(' ' + FormatTime(from_, *zone_) + " to " + FormatTime(to_, *zone_) + ", " +
-                                 zone_->name() + "; from " + SourceOf(trend.resolution)));
+    terminal_.Line(
+        terminal_.Dim(' ' + RangeText(from_, to_, *zone_) + "; from " + SourceOf(trend.resolution)));
   }
 
   // Lowest, highest and last value; the mean is that of the buckets.

@@ -114,10 +114,9 @@ class Drawing {
 
 void WriteTrendPage(const std::string& path, const Trend& trend, Time from, Time to, const Zone& zone) {
   std::ofstream out(PathOf(path), std::ios::binary);
-  const std::string range = FormatTime(from, zone) + " to " + FormatTime(to, zone) + ", " + zone.name();
   out << "<!doctype html>\n<html lang=\"en\"><head><meta charset=\"utf-8\">\n<meta name=\"viewport\" content=\"width=device-width\">\n"
       << "<title>" << Escape(trend.tags[0].tag) << "</title>\n"
-      << kStyle << "</head><body>\n<p>" << Escape(range)
+      << kStyle << "</head><body>\n<p>" << Escape(RangeText(from, to, zone))
       << "; the line is the mean, the band reaches from minimum to maximum</p>\n";
   for (const TagTrend& tag : trend.tags) {
     out << "<h2>" << Escape(tag.tag) << "</h2>\n" << Drawing(tag, from, to, zone).Svg();

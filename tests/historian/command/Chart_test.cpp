@@ -101,6 +101,15 @@ TEST(DrawChart, LeavesAGapWhereSamplesAreMissing) {
   EXPECT_EQ(Draw(Steps({NAN, NAN}), 2, {kChartMargin + 8, 1})[0].find("⠉"), std::string::npos);
 }
 
+TEST(RangeText, HasMillisecondsWhereTheRangeIsShort) {
+  const Time begin = At("2026-11-21");
+  const auto ms = [](int count) { return std::chrono::milliseconds(count); };
+  EXPECT_EQ(RangeText(begin + ms(1), begin + ms(3'600'001), *kUtc),
+            "2026-11-21 00:00:00 to 2026-11-21 01:00:00, UTC");
+  EXPECT_EQ(RangeText(begin, begin + ms(20'001), *kUtc),
+            "2026-11-21 00:00:00 to 2026-11-21 00:00:20.001, UTC");
+}
+
 TEST(DrawTimeAxis, SetsLabelsBelowTheirMarks) {
   const Strings lines = DrawTimeAxis(At("2026-11-21"), At("2026-11-22"), {kChartMargin + 60, 1}, *kUtc);
   ASSERT_EQ(lines.size(), 2u);
