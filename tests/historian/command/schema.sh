@@ -25,7 +25,7 @@ documented() {
     inside && /^\| `/ { split($0, cell, /[|` ]+/); print cell[2], cell[3] }' "$document"
 }
 actual() {
-  sql "select column_name || ' ' || case udt_name when 'timestamptz' then 'timestamptz' else udt_name end from information_schema.columns where table_name = '$1' order by ordinal_position"
+  sql "select column_name || ' ' || udt_name from information_schema.columns where table_name = '$1' order by ordinal_position"
 }
 tables=0
 while read -r table; do
