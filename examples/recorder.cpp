@@ -10,6 +10,7 @@
 
 #include <cmath>
 #include <iostream>
+#include <optional>
 #include <thread>
 
 namespace {
@@ -71,11 +72,14 @@ int main(int argc, char** argv) {
   if (!dbms->CreateSystemLogTable(0) || !dbms->CreateLogTable(0)) return 1;
   historian::Recorder recorder(connect(), {.spool = "plant.spool"});
   std::vector<std::int64_t> scans;
+  std::optional<historian::RecorderState> shown;
   for (int second = 0; second < (argc > 6 ? std::stoi(argv[6]) : 10); ++second) {
     scans.push_back(NowMs());
     if (!recorder.Record(Scan(scans.back()))) return 1;
     std::this_thread::sleep_for(std::chrono::seconds(1));
-    Show(recorder.Report());
+    const historian::RecorderReport report = recorder.Report();
+    if (report.state != shown) Show(report);
+    shown = report.state;
   }
   if (!recorder.WaitUntilStored(std::chrono::minutes(2))) return 1;
   Show(recorder.Report());
