@@ -41,6 +41,17 @@ Result Execute(PGconn* channel, std::string_view statements) {
   return result;
 }
 
+// The server's processes end some milliseconds after their connections are closed, and "drop database" waits
+// 100 ms before it looks again. Connections that a test leaves open are for "with (force)".
+void LetProcessesEnd(PGconn* maintenance, const std::string& database) {
+  for (int attempt = 0; attempt < 10; ++attempt) {
+    const Result processes =
+        Execute(maintenance, "select from pg_stat_activity where datname = '" + database + "'");
+    if (PQntuples(processes.get()) == 0) return;
+    std::this_thread::sleep_for(kPause / 5);
+  }
+}
+
 std::string Line(const PGresult* result, int row) {
   std::string line;
   for (int column = 0; column < PQnfields(result); ++column) {
@@ -93,7 +104,9 @@ void ServerTest::Reconnect() {
 
 void ServerTest::TearDown() {
   channel_.reset();
-  if (!database_.empty()) Execute(maintenance_.get(), "drop database " + database_ + " with (force)");
+  if (database_.empty()) return;
+  LetProcessesEnd(maintenance_.get(), database_);
+  Execute(maintenance_.get(), "drop database " + database_ + " with (force)");
 }
 
 std::wstring ServerTest::Host() const { return Wide(host_); }
