@@ -1,27 +1,44 @@
 #include "historian/recorder/SpoolFile.h"
 
+#include <algorithm>
 #include <chrono>
+#include <iterator>
 #include <random>
 
 namespace historian::recorder {
 namespace {
 
-constexpr char kCreateTables[] =
-    "create table spool (id text not null, created integer not null, batch integer not null default 0,"
-    " accepted integer not null default 0, stored integer not null default 0,"
-    " duplicates integer not null default 0, set_aside integer not null default 0,"
-    " dropped integer not null default 0, late_from integer, late_to integer);"
-    "create table sample_block (id integer primary key, records integer not null, arrived integer not null,"
-    " checksum integer not null, data blob not null);"
-    "create table alarm_block (id integer primary key, records integer not null, arrived integer not null,"
-    " checksum integer not null, data blob not null);"
-    "create table log_block (id integer primary key, records integer not null, arrived integer not null,"
-    " checksum integer not null, data blob not null);"
-    "create table sending (batch integer not null, kind integer not null, first integer not null,"
-    " last integer not null);"
-    "create table set_aside (id integer primary key, pending integer not null, kind integer not null,"
-    " records integer not null, at integer not null, sqlstate text not null, reason text not null,"
-    " record text not null, data blob not null)";
+struct Table {
+  const char* name;
+  const char* columns;
+};
+
+constexpr char kBlockColumns[] =
+    "(id integer primary key, records integer not null, arrived integer not null, checksum integer not null,"
+    " data blob not null)";
+
+// In the order in which they are created.
+constexpr Table kTables[] = {
+    {"spool",
+     "(id text not null, created integer not null, batch integer not null default 0,"
+     " accepted integer not null default 0, stored integer not null default 0,"
+     " duplicates integer not null default 0, set_aside integer not null default 0,"
+     " dropped integer not null default 0, late_from integer, late_to integer)"},
+    {"sample_block", kBlockColumns},
+    {"alarm_block", kBlockColumns},
+    {"log_block", kBlockColumns},
+    {"sending",
+     "(batch integer not null, kind integer not null, first integer not null, last integer not null)"},
+    {"set_aside",
+     "(id integer primary key, pending integer not null, kind integer not null, records integer not null,"
+     " at integer not null, sqlstate text not null, reason text not null, record text not null,"
+     " data blob not null)"},
+};
+
+// As SQLite keeps it.
+std::string Definition(const Table& table) {
+  return std::string("CREATE TABLE ") + table.name + ' ' + table.columns;
+}
 
 // The file says what it is: https://www.sqlite.org/fileformat2.html has the place of the two numbers.
 constexpr std::int64_t kApplicationId = 0x68737031;  // hsp1
@@ -65,7 +82,16 @@ void CheckOwner(SqliteDatabase& database, const std::filesystem::path& file) {
   }
 }
 
+// A changed letter in a definition leaves a file that SQLite finds in order, and rows that no query finds.
+bool HasAllTables(SqliteDatabase& database) {
+  SqliteStatement rows = database.Prepare("select sql from sqlite_master order by rowid");
+  return std::all_of(std::begin(kTables), std::end(kTables), [&rows](const Table& table) {
+    return rows.Step() && rows.Bytes(0) == Definition(table);
+  });
+}
+
 bool IsSound(SqliteDatabase& database) {
+  if (!HasAllTables(database)) return false;
   SqliteStatement check = database.Prepare("pragma quick_check(1)");
   return check.Step() && check.Bytes(0) == "ok" && database.Value("select count(*) from spool") == 1;
 }
@@ -92,6 +118,20 @@ void SetUp(SqliteDatabase& database, Syncing syncing) {
   database.Run(syncing == Syncing::AtCommits ? "pragma synchronous = full" : "pragma synchronous = normal");
 }
 
+// Writes the definitions again, so that the tables can be read if their pages are sound.
+void RestoreDefinitions(SqliteDatabase& damaged) {
+  damaged.Run("pragma writable_schema = on");  // else a file that is too short is not read at all
+  std::int64_t row = 0;
+  for (const Table& table : kTables) {
+    damaged
+        .Prepare(
+            "update sqlite_master set type = 'table', name = ?1, tbl_name = ?1, sql = ?2 where rowid = ?3")
+        .With(std::string_view(table.name), std::string_view(Definition(table)), ++row)
+        .Run();
+  }
+  damaged.Run("pragma writable_schema = reset; pragma writable_schema = on");  // reset reads them again
+}
+
 // What can be read goes into a new file, which takes the place of the damaged one only when it is whole: a
 // crash in between loses nothing.
 void Salvage(const std::filesystem::path& file) {
@@ -102,7 +142,7 @@ void Salvage(const std::filesystem::path& file) {
     CreateSpool(target);
     try {
       SqliteDatabase damaged(file, SqliteDatabase::Access::ReadWrite);
-      damaged.Run("pragma writable_schema = on");  // else a file that is too short is not read at all
+      RestoreDefinitions(damaged);
       CopyReadable(damaged, target);
     } catch (const SqliteFailure& failure) {
       if (!failure.IsDamaged()) throw;
@@ -180,7 +220,7 @@ void CreateSpool(SqliteDatabase& database) {
   SqliteTransaction transaction(database);
   database.Run(("pragma application_id = " + std::to_string(kApplicationId)).c_str());
   database.Run(("pragma user_version = " + std::to_string(kVersion)).c_str());
-  database.Run(kCreateTables);
+  for (const Table& table : kTables) database.Run(Definition(table).c_str());
   database.Prepare("insert into spool (id, created) values (?, ?)")
       .With(std::string_view(NewId()), NowMs())
       .Run();

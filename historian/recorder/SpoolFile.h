@@ -49,7 +49,8 @@ struct SpoolFile {
 };
 
 // Opens a spool or makes it. A damaged one is replaced by what can be read of it and kept beside it, its name
-// ending in ".damaged-1" (2, 3, ...). Throws an Error when the file is no spool or one of a later version.
+// ending in ".damaged-1" (2, 3, ...), with the definitions of its tables restored. Throws an Error when the
+// file is no spool or one of a later version.
 SpoolFile OpenSpoolFile(const std::filesystem::path& file, Syncing syncing);
 
 // The table of the blocks of a kind.

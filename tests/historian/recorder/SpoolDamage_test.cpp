@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <fstream>
+#include <iterator>
+#include <utility>
 
 #include "historian/Spool.h"
 #include "historian/recorder/GenuineSamples.h"
@@ -31,6 +33,16 @@ class SpoolDamage : public ::testing::Test {
     const int byte = file.get();
     file.seekp(static_cast<std::streamoff>(bit / 8));
     file.put(static_cast<char>(byte ^ (1 << bit % 8)));
+  }
+
+  // In all places of the file.
+  void Replace(const std::string& from, const std::string& to) {
+    std::ifstream in(directory.File(), std::ios::binary);
+    std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    std::size_t at = bytes.find(from);
+    ASSERT_NE(at, std::string::npos);
+    for (; at != std::string::npos; at = bytes.find(from, at)) bytes.replace(at, from.size(), to);
+    std::ofstream(directory.File(), std::ios::binary) << bytes;
   }
 
   // Empties the spool; every sample that comes out must be one that went in, and come out once. Gives the
@@ -94,6 +106,28 @@ TEST_F(SpoolDamage, OfFlippedBitsAnywhereLeavesTheRestAndInventsNothing) {
     }
   }
   EXPECT_GT(least, kBlocks * kPerBlock * 9 / 10);
+}
+
+// SQLite finds such a file in order, and its rows have no ids, or no data, or are in no table.
+TEST_F(SpoolDamage, OfADefinitionOfATableLosesNothing) {
+  const std::filesystem::path sound = directory.File("sound");
+  std::filesystem::copy_file(directory.File(), sound);
+  const std::pair<std::string, std::string> changes[] = {
+      {"(id integer primary key, records", "(id integer primarz key, records"},
+      {"data blob not null", "dbta blob not null"},
+      {"sample_block (id", "sample_blocj (id"},
+      {"CREATE TABLE spool", "CREATE TBBLE spool"}};
+  for (const auto& [from, to] : changes) {
+    SCOPED_TRACE(to);
+    std::filesystem::copy_file(sound, directory.File(), std::filesystem::copy_options::overwrite_existing);
+    Replace(from, to);
+    Spool spool = Open();
+    ASSERT_TRUE(spool.DamageFound());
+    EXPECT_EQ(spool.DamageFound()->recovered, kBlocks * kPerBlock);
+    EXPECT_EQ(spool.DamageFound()->lost, 0);
+    EXPECT_EQ(DrainGenuine(spool), kBlocks * kPerBlock);
+    ExpectTrueCounts(spool);
+  }
 }
 
 TEST_F(SpoolDamage, OfABlockSetsItAside) {
