@@ -1,9 +1,13 @@
 #include "BenchServer.h"
 
 #include <SQLAPI.h>
+#include <unistd.h>
 
 #include <cstdlib>
+#include <fstream>
 #include <iostream>
+#include <iterator>
+#include <sstream>
 
 #include "DbmsAPI/Diagnostics.h"
 #include "Paired.h"
@@ -20,6 +24,18 @@ std::string Needed(const char* name) {
 std::wstring Wide(const std::string& text) { return {text.begin(), text.end()}; }
 
 const char* TimescaleVersion() { return std::getenv("DBMSAPI_BENCH_TIMESCALE"); }
+
+// User and system time of a process, from /proc/PID/stat: the 12th and 13th field after the program's name.
+double SecondsOf(int process) {
+  std::ifstream file("/proc/" + std::to_string(process) + "/stat");
+  const std::string line{std::istreambuf_iterator<char>(file), {}};
+  std::istringstream fields(line.substr(line.rfind(')') + 1));
+  std::string skipped;
+  for (int i = 0; i < 11; ++i) fields >> skipped;
+  double user = 0, system = 0;
+  Require(static_cast<bool>(fields >> user >> system), "reading the processor time of the server");
+  return (user + system) / static_cast<double>(::sysconf(_SC_CLK_TCK));
+}
 
 Link ConnectTo(const std::string& connectionString) {
   Link link(PQconnectdb(connectionString.c_str()));
@@ -75,6 +91,16 @@ void BenchServer::Run(const std::string& statements) { bench::Run(admin_.get(), 
 void BenchServer::Settle(const std::string& table) {
   Run("truncate " + table);
   Run("checkpoint");
+}
+
+std::map<int, double> BenchServer::ProcessorSeconds() {
+  const Answer rows = bench::Run(admin_.get(), "select pid from pg_stat_activity");
+  std::map<int, double> seconds;
+  for (int row = 0; row < PQntuples(rows.get()); ++row) {
+    const int process = std::stoi(PQgetvalue(rows.get(), row, 0));
+    seconds[process] = SecondsOf(process);
+  }
+  return seconds;
 }
 
 Answer Run(PGconn* link, const std::string& statement) {

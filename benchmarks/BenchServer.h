@@ -2,6 +2,7 @@
 
 #include <libpq-fe.h>
 
+#include <map>
 #include <memory>
 #include <string>
 
@@ -45,6 +46,9 @@ class BenchServer {
 
   // Empties a table and makes a checkpoint, so that every turn starts from the same state.
   void Settle(const std::string& table);
+
+  // The processor time that each process of the server has taken, by process id; of a server on this machine.
+  std::map<int, double> ProcessorSeconds();
 
   const std::string& host() const { return host_; }
   const std::string& port() const { return port_; }

@@ -13,17 +13,6 @@ namespace {
 
 constexpr int kRounds = 9;
 
-double ProcessorSeconds() {
-  timespec now{};
-  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
-  return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
-}
-
-int Rounds() {
-  const char* const rounds = std::getenv("DBMSAPI_BENCH_ROUNDS");
-  return rounds ? std::stoi(rounds) : kRounds;
-}
-
 struct Turns {
   std::vector<double> seconds, ratios, cpuSeconds;
 };
@@ -85,6 +74,17 @@ std::vector<Result> Race(const Subject& subject, const std::vector<Contender>& c
   Print(subject, results);
   Keep(subject, results);
   return results;
+}
+
+double ProcessorSeconds() {
+  timespec now{};
+  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
+  return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+}
+
+int Rounds() {
+  const char* const rounds = std::getenv("DBMSAPI_BENCH_ROUNDS");
+  return rounds ? std::stoi(rounds) : kRounds;
 }
 
 double Median(std::vector<double> values) {

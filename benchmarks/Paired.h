@@ -37,6 +37,12 @@ struct Result {
 // seconds, ratio, processor seconds.
 std::vector<Result> Race(const Subject& subject, const std::vector<Contender>& contenders);
 
+// DBMSAPI_BENCH_ROUNDS, or 9.
+int Rounds();
+
+// User and system time of this process so far.
+double ProcessorSeconds();
+
 double Median(std::vector<double> values);
 
 // Ends the program with an error message unless `done`.

@@ -1,11 +1,17 @@
 // Backfill against InsertLogData, on the same samples in the same batches: all of them new, every tenth
 // stored already, and with two connections. Two loads at once that share no table show what the machine has
-// left for a second connection:
-//   backfill [SAMPLES]
+// left for a second connection. `processors` shows which processes are at work meanwhile, without
+// InsertLogData; the server has to run on this machine:
+//   backfill [race|processors [SAMPLES]]
 
 #include "historian/Backfill.h"
 
 #include <algorithm>
+#include <array>
+#include <chrono>
+#include <cstdio>
+#include <functional>
+#include <numeric>
 #include <string>
 #include <thread>
 
@@ -54,29 +60,72 @@ class Contest {
 
   // `stored` is in the table before each turn.
   void Race(const std::string& name, const std::vector<Samples>& batches, const Samples& stored) {
-    const auto middle = batches.begin() + static_cast<std::ptrdiff_t>(batches.size() / 2);
-    const std::vector<Samples> half(batches.begin(), middle), rest(middle, batches.end());
-    const auto prepare = [&] { Prepare(stored); };
-    const std::size_t fresh = batches.size() * kBatch - stored.size();
     const auto insert = [&] {
       for (const Samples& batch : batches) bench::Require(first_->InsertLogData(batch), "InsertLogData");
     };
-    std::vector<bench::Contender> contenders = {
-        {"InsertLogData", prepare, insert},
-        {"Backfill", prepare, [&] { Load({first_}, batches, fresh); }},
-        {"Backfill, two connections", prepare, [&] {
-           Load({first_, second_}, batches, fresh);
-         }}};
-    if (stored.empty()) {
-      contenders.push_back({"two of half, a table each", prepare, [&] {
-                              const std::jthread other([&] { Load({apart_}, rest, rest.size() * kBatch); });
-                              Load({first_}, half, half.size() * kBatch);
-                            }});
-    }
+    auto contenders = Loads(batches, stored);
+    contenders.insert(contenders.begin(), {"InsertLogData", [&] { Prepare(stored); }, insert});
     bench::Race({name, batches.size() * kBatch, 1}, contenders);
   }
 
+  void ShowProcessors(const std::string& name, const std::vector<Samples>& batches, const Samples& stored) {
+    std::printf(
+        "%s, %zu: seconds, and of them at work: this program, the sessions, the server's other processes\n",
+        name.c_str(), batches.size() * kBatch);
+    const auto contenders = Loads(batches, stored);
+    std::vector<std::array<std::vector<double>, 5>> uses(contenders.size());
+    for (int round = 0; round < bench::Rounds(); ++round) {
+      for (std::size_t i = 0; i < contenders.size(); ++i) {
+        contenders[i].prepare();
+        const auto use = Measure(contenders[i].run);
+        for (std::size_t k = 0; k < use.size(); ++k) uses[i][k].push_back(use[k]);
+      }
+    }
+    for (std::size_t i = 0; i < contenders.size(); ++i) {
+      std::printf("  %-30s", contenders[i].name.c_str());
+      for (const auto& values : uses[i]) std::printf("%8.2f", bench::Median(values));
+      std::printf("\n");
+    }
+  }
+
  private:
+  std::vector<bench::Contender> Loads(const std::vector<Samples>& batches, const Samples& stored) {
+    const auto prepare = [this, &stored] { Prepare(stored); };
+    const std::size_t fresh = batches.size() * kBatch - stored.size();
+    std::vector<bench::Contender> loads = {
+        {"Backfill", prepare, [this, &batches, fresh] { Load({first_}, batches, fresh); }},
+        {"Backfill, two connections", prepare, [this, &batches, fresh] {
+           Load({first_, second_}, batches, fresh);
+         }}};
+    if (!stored.empty()) return loads;
+    const auto middle = batches.begin() + static_cast<std::ptrdiff_t>(batches.size() / 2);
+    const std::vector<Samples> half(batches.begin(), middle), rest(middle, batches.end());
+    loads.push_back({"two of half, a table each", prepare, [this, half, rest] {
+                       const std::jthread other([&] { Load({apart_}, rest, rest.size() * kBatch); });
+                       Load({first_}, half, half.size() * kBatch);
+                     }});
+    return loads;
+  }
+
+  // Seconds, and the processor time of this program, of the two sessions that took most and of all other
+  // processes of the server.
+  std::array<double, 5> Measure(const std::function<void()>& load) {
+    const auto before = server_.ProcessorSeconds();
+    const double own = bench::ProcessorSeconds();
+    const auto start = std::chrono::steady_clock::now();
+    load();
+    const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
+    const double client = bench::ProcessorSeconds() - own;
+    std::vector<double> server;
+    for (const auto& [process, seconds] : server_.ProcessorSeconds()) {
+      const auto former = before.find(process);
+      server.push_back(former == before.end() ? seconds : seconds - former->second);
+    }
+    std::sort(server.rbegin(), server.rend());
+    return {taken.count(), client, server[0], server[1],
+            std::accumulate(server.begin() + 2, server.end(), 0.0)};
+  }
+
   void Prepare(const Samples& stored) {
     server_.Run("drop table if exists historian_backfill, apart.historian_backfill; truncate apart.datalog");
     server_.Settle("datalog");
@@ -99,13 +148,16 @@ class Contest {
 }  // namespace
 
 int main(int argc, char** argv) {
+  const std::string mode = argc > 1 ? argv[1] : "race";
+  bench::Require(mode == "race" || mode == "processors", "usage: backfill [race|processors [SAMPLES]]");
   bench::BenchServer server("bench_backfill");
   Contest contest(server);
-  const std::size_t count = (argc > 1 ? std::stoul(argv[1]) : 1000000) / kBatch * kBatch;
+  const std::size_t count = (argc > 2 ? std::stoul(argv[2]) : 1000000) / kBatch * kBatch;
   const Samples all = bench::PlantSamples(count, kTags, bench::Values::TenDigits, bench::Order::ByCycle);
   Samples tenth;
   for (std::size_t i = 0; i < all.size(); i += 10) tenth.push_back(all[i]);
   const auto batches = InBatches(all);
-  contest.Race("new samples", batches, {});
-  contest.Race("every tenth stored", batches, tenth);
+  const auto show = mode == "race" ? &Contest::Race : &Contest::ShowProcessors;
+  (contest.*show)("new samples", batches, {});
+  (contest.*show)("every tenth stored", batches, tenth);
 }
