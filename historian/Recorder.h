@@ -46,7 +46,8 @@ struct RecorderOptions {
   std::filesystem::path spool = {};  // made when it is not there; its folder has to be, on a local disk
 
   Durability durability = Durability::Process;
-  std::uint64_t mostBytes = std::uint64_t{4} << 30;  // of records in the spool
+  // Of records in the spool. Nothing is accepted either with less than 32 MiB left on its disk.
+  std::uint64_t mostBytes = std::uint64_t{4} << 30;
   WhenFull whenFull = WhenFull::RefuseNewest;
 
   std::size_t batch = 10000;  // records to a transaction, at the most

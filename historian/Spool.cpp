@@ -8,6 +8,11 @@ namespace {
 
 constexpr std::int64_t kBytesPerBlock = 64;  // what the file needs of its own, about
 
+// Removing what is stored takes room as well: SQLite's log grows to 16 MiB, and the file by as much when the
+// log is moved into it.
+constexpr std::uintmax_t kLeftOnDisk = 32 << 20;
+constexpr char kDiskIsFull[] = "less than 32 MiB are left on the disk of the spool";
+
 std::int64_t NowMs() {
   using namespace std::chrono;
   return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
@@ -24,6 +29,12 @@ std::array<SqliteStatement, kKinds> ForEachKind(SqliteDatabase& database, const 
 }
 
 std::size_t Index(Kind kind) { return static_cast<std::size_t>(kind); }
+
+// Where the system does not say how much is left, it counts as enough.
+bool HasRoom(const std::filesystem::path& folder) {
+  std::error_code unknown;
+  return std::filesystem::space(folder, unknown).available >= kLeftOnDisk;
+}
 
 }  // namespace
 
@@ -53,6 +64,7 @@ Spool::Spool(const std::filesystem::path& file, Syncing syncing, SpoolLimit limi
       file_(OpenSpoolFile(file, syncing)),
       database_(file_.database),
       reader_(file, SqliteDatabase::Access::ReadOnly),
+      folder_(std::filesystem::absolute(file).parent_path()),
       limit_(limit),
       statements_(database_) {
   SqliteStatement row = database_.Prepare("select id, batch from spool");
@@ -102,6 +114,10 @@ Spool::Answer Spool::Append(Kind kind, const std::vector<Piece>& pieces) {
 
 void Spool::CommitTogether(const std::vector<Submission*>& group) {
   const std::lock_guard lock(databaseMutex_);
+  if (!HasRoom(folder_)) {
+    for (Submission* one : group) one->answer = {Admission::Full, kDiskIsFull, 0};
+    return;
+  }
   try {
     State state = Current();
     SqliteTransaction transaction(database_);

@@ -138,6 +138,7 @@ class Spool {
   SpoolFile file_;
   SqliteDatabase& database_;
   SqliteDatabase reader_;  // the worker's, so that loading a batch does not keep others from appending
+  std::filesystem::path folder_;
   std::string id_;
   SpoolLimit limit_;
 
