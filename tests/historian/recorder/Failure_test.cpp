@@ -29,10 +29,13 @@ TEST(Failure, IsClassifiedBySqlState) {
       {"XX000", Verdict::TryLater},        // internal error
       {"99999", Verdict::TryLater},        // nobody knows it
       {"25006", Verdict::WrongServer},     // read-only transaction
+      {"21000", Verdict::RefusedData},     // cardinality
       {"22021", Verdict::RefusedData},     // NUL in a text
       {"22008", Verdict::RefusedData},     // time out of range
       {"23502", Verdict::RefusedData},     // NULL
       {"23514", Verdict::RefusedData},     // check
+      {"2F002", Verdict::RefusedData},     // SQL routine
+      {"44000", Verdict::RefusedData},     // check option of a view
       {"54000", Verdict::RefusedData},     // too long for an index
       {"P0001", Verdict::RefusedData},     // a trigger's own
       {"23505", Verdict::Duplicate},       // key
