@@ -163,6 +163,8 @@ void Salvage(const std::filesystem::path& file) {
 std::optional<SpoolFile> OpenSound(const std::filesystem::path& file, Syncing syncing) {
   try {
     SqliteDatabase database(file, SqliteDatabase::Access::Create);
+    // Until the log is in use: a journal whose removal is lost with the power would undo what came after it.
+    database.Run("pragma synchronous = extra");
     if (IsEmptyFile(database)) CreateSpool(database);
     CheckOwner(database, file);
     if (!IsSound(database)) return std::nullopt;
