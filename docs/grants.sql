@@ -46,9 +46,9 @@ begin
       -- Watermarks, ends of page intervals, status of stations, recipes; what Recorder and Backfill keep of their batches.
       ('grant update on public.%I to plant_writer', array['report_data_time', 'pr_timelist', 'network_table', 'recipe',
                                                           'historian_ledger', 'historian_backfill']),
-      -- Lists that are deleted before they are stored again.
+      -- Lists that are deleted before they are stored again, and what `historian import` kept of a file.
       ('grant delete on public.%I to plant_writer', array['event_report_data', 'userinfo_table', 'network_table',
-                                                          'comment', 'recipe_group', 'recipe']),
+                                                          'comment', 'recipe_group', 'recipe', 'historian_backfill']),
       -- Accounts with their passwords, and signatures.
       ('revoke all on public.%I from plant_reader', array['userinfo_table', 'locked_user_list', 'signinfo_table']))
       as changes (statement, names), unnest(names) as name
