@@ -19,8 +19,7 @@ bool QuotesRows(std::string_view sqlState) {
 saAPI::~saAPI() = default;
 saConnectionHandles::~saConnectionHandles() = default;
 
-std::string ErrorText(const pgAPI& api, const PGresult* result) {
-  if (!result) return {};
+std::string ErrorText(const pgAPI& api, const PGresult* result, const PGconn* connection) {
   std::string_view text = api.PQresultErrorMessage(result);
   const char* const sqlState = api.PQresultErrorField(result, kSqlState);
   const char* const message = api.PQresultErrorField(result, kMessage);
@@ -28,5 +27,6 @@ std::string ErrorText(const pgAPI& api, const PGresult* result) {
     const std::size_t at = text.find(message);
     if (at != std::string_view::npos) text = text.substr(0, at + std::string_view(message).size());
   }
-  return std::string(pq::WithoutLineFeeds(text));
+  text = pq::WithoutLineFeeds(text);
+  return std::string(text.empty() ? pq::WithoutLineFeeds(api.PQerrorMessage(connection)) : text);
 }

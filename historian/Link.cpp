@@ -108,10 +108,7 @@ void Link::RollBack() noexcept {
 
 void Link::Fail(const PGresult* result) {
   const char* state = api_->PQresultErrorField(result, kSqlState);
-  std::string text = ErrorText(*api_, result);
-  if (text.empty()) text = api_->PQerrorMessage(conn_);
-  while (text.ends_with('\n')) text.pop_back();
-  Error error(operation_, std::move(text), state ? state : "");
+  Error error(operation_, ErrorText(*api_, result, conn_), state ? state : "");
   DropIfLost();
   throw error;
 }

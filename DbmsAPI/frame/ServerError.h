@@ -10,5 +10,6 @@
 std::string SqlStateOf(const SAException& error);
 std::string SqlStateOf(const pgAPI& api, const PGresult* result);
 
-// The text of a failed result in UTF-8; empty for a null one.
-std::string TextOf(const pgAPI& api, const PGresult* result);
+// The text of a failed result, or of the connection it came over if it has none or is null. It is UTF-8
+// without line feeds at its end.
+std::string TextOf(const pgAPI& api, const PGresult* result, const PGconn* connection);

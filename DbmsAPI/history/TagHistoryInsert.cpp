@@ -38,11 +38,7 @@ constexpr int kCopyOut = 3;    // PGRES_COPY_OUT
 constexpr int kCopyIn = 4;     // PGRES_COPY_IN
 constexpr int kCopyBoth = 8;   // PGRES_COPY_BOTH
 
-struct ClearResult {
-  const pgAPI* api;
-  void operator()(PGresult* result) const { api->PQclear(result); }
-};
-using Result = std::unique_ptr<PGresult, ClearResult>;
+using Result = std::unique_ptr<PGresult, void (*)(PGresult*)>;
 
 // The failure of the first step that failed.
 struct Failure {
@@ -70,7 +66,7 @@ class Batch {
   bool LeftTransaction() const { return leftTransaction_; }
 
  private:
-  Result Execute(const char* statement) { return Result(api_.PQexec(conn_, statement), {&api_}); }
+  Result Execute(const char* statement) { return Result(api_.PQexec(conn_, statement), api_.PQclear); }
   bool Has(const Result& result, int status) const { return api_.PQresultStatus(result.get()) == status; }
   bool Step(const char* statement, const wchar_t* name);
   bool StartCopy();
@@ -160,8 +156,8 @@ bool Batch::Flush() {
 Result Batch::EndCopy(const char* error) {
   copying_ = false;
   api_.PQputCopyEnd(conn_, error);
-  Result failed(nullptr, {&api_});
-  while (Result result{api_.PQgetResult(conn_), {&api_}}) {
+  Result failed(nullptr, api_.PQclear);
+  while (Result result{api_.PQgetResult(conn_), api_.PQclear}) {
     // libpq would return these again and again, even after the connection is closed.
     endless_ = Has(result, kCopyIn) || Has(result, kCopyOut) || Has(result, kCopyBoth);
     if (!failed && !Has(result, kCommandOk)) failed = std::move(result);
@@ -182,10 +178,7 @@ bool Batch::Rollback() {
 
 // After a connection is lost, only the step that noticed it has a text.
 void Batch::KeepFailure(const PGresult* result) {
-  std::string text = TextOf(api_, result);
-  if (text.empty()) text = api_.PQerrorMessage(conn_);
-  text.resize(text.find_last_not_of('\n') + 1);
-  failure_.text = endless_ ? kEndlessCopy : sys::FromUtf8(text);
+  failure_.text = endless_ ? kEndlessCopy : sys::FromUtf8(TextOf(api_, result, conn_));
   failure_.sqlState = SqlStateOf(api_, result);
 }
 

@@ -39,10 +39,11 @@ class SQLAPI_EXPORT pgAPI : public saAPI {
   int (*PQsocket)(const PGconn* connection) = nullptr;
 };
 
-// An extra of this layer: the text of a failed result (empty for a null one), in UTF-8 and without line feeds
-// at its end, as SAException has it. The lines after the message itself are left out where they may quote
-// rows: after data exceptions and violated constraints (SQLSTATE 22..., 23... and 44...).
-SQLAPI_EXPORT std::string ErrorText(const pgAPI& api, const PGresult* result);
+// An extra of this layer: the text of a failed result or, if it has none or is null, of the connection it
+// came over. It is UTF-8 without line feeds at its end, as SAException has it. The lines after the message
+// itself are left out where they may quote rows: after data exceptions and violated constraints
+// (SQLSTATE 22..., 23... and 44...).
+SQLAPI_EXPORT std::string ErrorText(const pgAPI& api, const PGresult* result, const PGconn* connection);
 
 class SQLAPI_EXPORT pgConnectionHandles : public saConnectionHandles {
  public:

@@ -83,7 +83,7 @@ PGconn* Connection::NativeHandle() {
 void Connection::MakeReady() {
   if (!handle_) throw UsageError(L"The connection is not connected");
   DiscardUnread();
-  if (!handle_) throw StatementFailure(PGRES_FATAL_ERROR, kEndlessCopy, "");
+  if (!handle_) throw StatementFailure(PGRES_FATAL_ERROR, kEndlessCopy);
   // A client may have set another style.
   if (!ReportsIsoDates(handle_.get()) && PQtransactionStatus(handle_.get()) != PQTRANS_INERROR) {
     SetIsoDates(handle_.get());
@@ -131,7 +131,7 @@ void Connection::Commit() {
   if (!IsInTransaction()) return;
   const Result result = Execute(kCommit);
   if (PQcmdStatus(result.get()) != std::string_view(kRollback)) return;
-  throw StatementFailure(PGRES_FATAL_ERROR, kCommitRolledBack, "");
+  throw StatementFailure(PGRES_FATAL_ERROR, kCommitRolledBack);
 }
 
 void Connection::Rollback() {

@@ -50,11 +50,8 @@ SAException ConnectFailure(std::string_view text, std::string_view refused) {
   return SAException(SA_DBMS_API_Error, kConnectionBad, Wide(spelled));
 }
 
-SAException StatementFailure(int status, std::string_view resultText, std::string_view connectionText,
-                             std::string sqlState) {
-  const std::string_view text = WithoutLineFeeds(resultText);
-  return SAException(SA_DBMS_API_Error, status, Wide(text.empty() ? WithoutLineFeeds(connectionText) : text),
-                     std::move(sqlState));
+SAException StatementFailure(int status, std::string_view text, std::string sqlState) {
+  return SAException(SA_DBMS_API_Error, status, Wide(text), std::move(sqlState));
 }
 
 }  // namespace pq

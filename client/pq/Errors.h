@@ -19,8 +19,7 @@ SAException UsageError(std::wstring text);
 SAException ConnectFailure(std::string_view text, std::string_view refused);
 
 // A statement failed: class 3. `status` is libpq's status of the result (7 also when the connection was lost
-// during the statement), the text is the result's or, when that has none, the connection's.
-SAException StatementFailure(int status, std::string_view resultText, std::string_view connectionText,
-                             std::string sqlState = {});
+// during the statement).
+SAException StatementFailure(int status, std::string_view text, std::string sqlState = {});
 
 }  // namespace pq

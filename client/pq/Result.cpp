@@ -16,7 +16,7 @@ bool IsFailure(const PGresult* result) {
 
 void ThrowFailure(const PGresult* result, const PGconn* connection) {
   const char* const sqlState = PQresultErrorField(result, PG_DIAG_SQLSTATE);
-  throw StatementFailure(PQresultStatus(result), ErrorText(NativeApi(), result), PQerrorMessage(connection),
+  throw StatementFailure(PQresultStatus(result), ErrorText(NativeApi(), result, connection),
                          sqlState ? sqlState : "");
 }
 

@@ -6,4 +6,8 @@ std::string SqlStateOf(const SAException&) { return {}; }
 
 std::string SqlStateOf(const pgAPI&, const PGresult*) { return {}; }
 
-std::string TextOf(const pgAPI& api, const PGresult* result) { return api.PQresultErrorMessage(result); }
+std::string TextOf(const pgAPI& api, const PGresult* result, const PGconn* connection) {
+  std::string text = api.PQresultErrorMessage(result);
+  if (text.empty()) text = api.PQerrorMessage(connection);
+  return text.substr(0, text.find_last_not_of('\n') + 1);
+}

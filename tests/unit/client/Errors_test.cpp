@@ -3,6 +3,16 @@
 #include <ostream>
 
 #include "Caught.h"
+#include "pgAPI.h"
+
+struct pg_result {
+  std::string text;
+  std::string sqlState;
+  std::string message;
+};
+struct pg_conn {
+  std::string text;
+};
 
 namespace {
 
@@ -50,24 +60,56 @@ const Refusal kRefusals[] = {
 INSTANTIATE_TEST_SUITE_P(All, ConnectFailures, ::testing::ValuesIn(kRefusals),
                          [](const auto& tested) { return std::string(tested.param.name); });
 
-TEST(StatementFailures, HaveTheTextOfTheResult) {
-  const SAException error = pq::StatementFailure(7, "ERROR:  no\nDETAIL:  really\n", "of the connection\n");
+TEST(StatementFailures, HaveTheTextAndTheState) {
+  const SAException error = pq::StatementFailure(7, "ERROR:  no\nDETAIL:  really");
   EXPECT_EQ(error.ErrClass(), SA_DBMS_API_Error);
   EXPECT_EQ(error.ErrNativeCode(), 7);
   EXPECT_EQ(Wide(error.ErrText()), L"ERROR:  no\nDETAIL:  really");
   EXPECT_EQ(error.SqlState(), "");
-  EXPECT_EQ(pq::StatementFailure(7, "ERROR:  no\n", "", "42P01").SqlState(), "42P01");
-}
-
-TEST(StatementFailures, ElseHaveTheTextOfTheConnection) {
-  EXPECT_EQ(Wide(pq::StatementFailure(7, "", "of the connection\n").ErrText()), L"of the connection");
-  EXPECT_EQ(Wide(pq::StatementFailure(7, "\n", "of the connection\n").ErrText()), L"of the connection");
-  EXPECT_EQ(Wide(pq::StatementFailure(7, "", "").ErrText()), L"");
+  EXPECT_EQ(pq::StatementFailure(7, "ERROR:  no", "42P01").SqlState(), "42P01");
 }
 
 TEST(StatementFailures, AreNotTakenForRefusals) {
-  EXPECT_EQ(Wide(pq::StatementFailure(7, "ERROR:  Connection refused\n", "").ErrText()),
+  EXPECT_EQ(Wide(pq::StatementFailure(7, "ERROR:  Connection refused").ErrText()),
             L"ERROR:  Connection refused");
+}
+
+// ErrorText over a table of entry points that read these structures.
+std::string TextOf(const pg_result* result, pg_conn connection) {
+  pgAPI api;
+  api.PQresultErrorMessage = [](const PGresult* failed) {
+    static char none[] = "";
+    return failed ? const_cast<char*>(failed->text.c_str()) : none;
+  };
+  api.PQresultErrorField = [](const PGresult* failed, int field) -> char* {
+    if (!failed) return nullptr;
+    const std::string& value = field == 'C' ? failed->sqlState : failed->message;
+    return value.empty() ? nullptr : const_cast<char*>(value.c_str());
+  };
+  api.PQerrorMessage = [](const PGconn* failed) { return const_cast<char*>(failed->text.c_str()); };
+  return ErrorText(api, result, &connection);
+}
+
+TEST(ErrorTexts, AreThoseOfTheResultWithoutLineFeedsAtTheirEnd) {
+  const pg_result failed = {"ERROR:  no\nDETAIL:  really\r\n\n", "42P01", "no"};
+  EXPECT_EQ(TextOf(&failed, {"of the connection\n"}), "ERROR:  no\nDETAIL:  really");
+}
+
+TEST(ErrorTexts, AreElseThoseOfTheConnection) {
+  const pg_result empty, blank = {"\n", "", ""};
+  EXPECT_EQ(TextOf(nullptr, {"of the connection\n"}), "of the connection");
+  EXPECT_EQ(TextOf(&empty, {"of the connection\n"}), "of the connection");
+  EXPECT_EQ(TextOf(&blank, {"of the connection\n"}), "of the connection");
+  EXPECT_EQ(TextOf(&empty, {""}), "");
+}
+
+TEST(ErrorTexts, QuoteNoRows) {
+  for (const char* sqlState : {"22P04", "23502", "44000"}) {
+    const pg_result failed = {"ERROR:  refused\nDETAIL:  Failing row contains (x).\n", sqlState, "refused"};
+    EXPECT_EQ(TextOf(&failed, {""}), "ERROR:  refused") << sqlState;
+  }
+  const pg_result ends = {"ERROR:  refused\n\nDETAIL:  Key (x).\n", "23505", "refused\n"};
+  EXPECT_EQ(TextOf(&ends, {""}), "ERROR:  refused");
 }
 
 TEST(UsageErrors, AreErrorsOfTheLibrary) {
