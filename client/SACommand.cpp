@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <string>
-#include <string_view>
 #include <utility>
 
 #include "ConnectionImpl.h"
@@ -54,12 +53,9 @@ class SACommand::Impl {
   }
 
   SAParam& ByNumber(int number) {
-    const std::vector<int>& numbers = statement->numbers;
-    const auto index = static_cast<std::size_t>(number) - 1;
-    if (index < numbers.size() && numbers[index] == number) return parameters[index];
-    const auto found = std::lower_bound(numbers.begin(), numbers.end(), number);
-    if (found == numbers.end() || *found != number) throw NoParameter(std::to_wstring(number));
-    return parameters[static_cast<std::size_t>(found - numbers.begin())];
+    const std::size_t index = statement->IndexOf(number);
+    if (index == statement->numbers.size()) throw NoParameter(std::to_wstring(number));
+    return parameters[index];
   }
 
   SAParam& NextParameter() {

@@ -13,18 +13,12 @@ constexpr int kAfterConnect = 1;
 
 constexpr char kQueryVersion[] = "select version()";
 
-// The server reads uncommitted as committed.
-const char* SetIsolationLevelStatement(SAIsolationLevel_t level) {
-  switch (level) {
-    case SA_ReadUncommitted:
-    case SA_ReadCommitted: return "SET SESSION CHARACTERISTICS AS TRANSACTION ISOLATION LEVEL READ COMMITTED";
-    case SA_RepeatableRead:
-      return "SET SESSION CHARACTERISTICS AS TRANSACTION ISOLATION LEVEL REPEATABLE READ";
-    case SA_Serializable: return "SET SESSION CHARACTERISTICS AS TRANSACTION ISOLATION LEVEL SERIALIZABLE";
-    case SA_LevelUnknown: break;
-  }
-  throw pq::UsageError(L"There is no such isolation level");
-}
+// By the numbers of SAIsolationLevel_t. The server reads uncommitted as committed.
+constexpr const char* kSetIsolationLevel[] = {
+    "SET SESSION CHARACTERISTICS AS TRANSACTION ISOLATION LEVEL READ COMMITTED",
+    "SET SESSION CHARACTERISTICS AS TRANSACTION ISOLATION LEVEL READ COMMITTED",
+    "SET SESSION CHARACTERISTICS AS TRANSACTION ISOLATION LEVEL REPEATABLE READ",
+    "SET SESSION CHARACTERISTICS AS TRANSACTION ISOLATION LEVEL SERIALIZABLE"};
 
 void RefuseNul(const SAString& text, const wchar_t* name) {
   if (pq::HoldsNul(text)) throw pq::UsageError(std::wstring(L"The ") + name + L" holds a NUL character");
@@ -75,8 +69,9 @@ void SAConnection::Rollback() { impl_->connection().Rollback(); }
 
 void SAConnection::setIsolationLevel(SAIsolationLevel_t level) {
   if (level != SA_LevelUnknown) {
+    if (level < 0 || level > SA_Serializable) throw pq::UsageError(L"There is no such isolation level");
     Commit();
-    impl_->connection().Run(SetIsolationLevelStatement(level));
+    impl_->connection().Run(kSetIsolationLevel[level]);
   }
   impl_->isolationLevel = level;
 }

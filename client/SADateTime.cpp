@@ -11,16 +11,6 @@ std::chrono::sys_days Day(int year, int month, int day) {
   return sys_days((std::chrono::year(2000 + year % 400) / January + months(month - 1)) / 1) + days(day - 1);
 }
 
-// From 0, which is Sunday.
-int DayOfWeek(int year, int month, int day) {
-  return static_cast<int>(std::chrono::weekday(Day(year, month, day)).c_encoding());
-}
-
-// From 0.
-int DayOfYear(int year, int month, int day) {
-  return static_cast<int>((Day(year, month, day) - Day(year, 1, 1)).count());
-}
-
 }  // namespace
 
 SADateTime::SADateTime(int year, int month, int day, int hour, int minute, int second,
@@ -33,9 +23,9 @@ SADateTime::SADateTime(int year, int month, int day, int hour, int minute, int s
       second_(second),
       nanoseconds_(nanoseconds) {}
 
-int SADateTime::GetDayOfWeek() const { return month_ == 0 ? 0 : DayOfWeek(year_, month_, day_) + 1; }
+int SADateTime::GetDayOfWeek() const { return month_ == 0 ? 0 : std::tm(*this).tm_wday + 1; }
 
-int SADateTime::GetDayOfYear() const { return month_ == 0 ? 0 : DayOfYear(year_, month_, day_) + 1; }
+int SADateTime::GetDayOfYear() const { return month_ == 0 ? 0 : std::tm(*this).tm_yday + 1; }
 
 SADateTime::operator struct tm() const {
   std::tm fields = {};
@@ -47,7 +37,8 @@ SADateTime::operator struct tm() const {
   fields.tm_hour = hour_;
   fields.tm_min = minute_;
   fields.tm_sec = second_;
-  fields.tm_wday = DayOfWeek(year_, month_, day_);
-  fields.tm_yday = DayOfYear(year_, month_, day_);
+  const std::chrono::sys_days day = Day(year_, month_, day_);
+  fields.tm_wday = static_cast<int>(std::chrono::weekday(day).c_encoding());
+  fields.tm_yday = static_cast<int>((day - Day(year_, 1, 1)).count());
   return fields;
 }

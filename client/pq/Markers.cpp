@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <string_view>
 #include <unordered_map>
 #include <utility>
 
@@ -20,14 +19,6 @@ int NumberOf(std::string_view name) {
   int number = 0;
   std::from_chars(name.data(), name.data() + name.size(), number);
   return number;
-}
-
-// The index of a number among others in ascending order, which are 1, 2, ... in nearly all statements.
-std::size_t IndexOf(int number, const std::vector<int>& numbers) {
-  const auto usual = static_cast<std::size_t>(number) - 1;
-  if (usual < numbers.size() && numbers[usual] == number) return usual;
-  const auto found = std::lower_bound(numbers.begin(), numbers.end(), number);
-  return static_cast<std::size_t>(found - numbers.begin());
 }
 
 std::string_view NameOf(const Marker& marker, std::string_view statement) {
@@ -55,18 +46,26 @@ std::string WithDollars(std::string statement, const std::vector<Marker>& marker
 
 }  // namespace
 
+std::size_t MarkedStatement::IndexOf(int number) const {
+  const auto usual = static_cast<std::size_t>(number) - 1;  // in nearly all statements they are 1, 2, ...
+  if (usual < numbers.size() && numbers[usual] == number) return usual;
+  const auto found = std::lower_bound(numbers.begin(), numbers.end(), number);
+  const bool exists = found != numbers.end() && *found == number;
+  return exists ? static_cast<std::size_t>(found - numbers.begin()) : numbers.size();
+}
+
 MarkedStatement ReplaceMarkers(std::wstring_view wide) {
   std::string statement = sys::ToUtf8(wide);
   const std::vector<Marker> markers = FindMarkers(statement);
-  std::vector<int> numbers;
-  std::vector<std::wstring> named;
+  MarkedStatement marked;
+  std::vector<int>& numbers = marked.numbers;
   std::unordered_map<std::string, std::size_t> indexOfNamed;
   for (const Marker& marker : markers) {
     const std::string_view name = NameOf(marker, statement);
     if (const int number = NumberOf(name); number >= 0) {
       numbers.push_back(number);
-    } else if (indexOfNamed.try_emplace(std::string(name), named.size()).second) {
-      named.push_back(sys::FromUtf8(name));
+    } else if (indexOfNamed.try_emplace(std::string(name), marked.named.size()).second) {
+      marked.named.push_back(sys::FromUtf8(name));
     }
   }
   if (!std::is_sorted(numbers.begin(), numbers.end())) std::sort(numbers.begin(), numbers.end());
@@ -74,10 +73,10 @@ MarkedStatement ReplaceMarkers(std::wstring_view wide) {
 
   const auto indexOf = [&](std::string_view name) {
     const int number = NumberOf(name);
-    return number >= 0 ? IndexOf(number, numbers) : numbers.size() + indexOfNamed.at(std::string(name));
+    return number >= 0 ? marked.IndexOf(number) : numbers.size() + indexOfNamed.at(std::string(name));
   };
-  std::string text = WithDollars(std::move(statement), markers, indexOf);
-  return {std::move(text), std::move(numbers), std::move(named)};
+  marked.text = WithDollars(std::move(statement), markers, indexOf);
+  return marked;
 }
 
 }  // namespace pq

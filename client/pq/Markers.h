@@ -14,6 +14,9 @@ struct MarkedStatement {
   std::vector<std::wstring> named;
 
   bool HasParameters() const { return !numbers.empty() || !named.empty(); }
+
+  // The index of a parameter among the numbered ones; numbers.size() when there is none.
+  std::size_t IndexOf(int number) const;
 };
 
 // Finds the markers (`:1`, `:name`) of a statement, which may repeat. Not markers: colons inside '...' and
