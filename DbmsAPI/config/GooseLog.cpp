@@ -4,6 +4,7 @@
 #include "DbmsAPI/frame/Format.h"
 #include "DbmsAPI/frame/Operation.h"
 #include "DbmsAPI/frame/Sql.h"
+#include "port/Utf8.h"
 
 namespace {
 
@@ -41,16 +42,6 @@ constexpr wchar_t kInsertGoose[] =
     L"values(now(), '{}', '{}', '{}', '{}', '{}', '{}', '{}', '{}', to_timestamp('{}'), "
     L"'{}', '{}', '{}', '{}', '{}', '{}', '{}', '{}', '{}', '{}', '{}')";
 
-// The text up to the first character that cannot be part of a number.
-std::string LeadingAscii(const std::wstring& text) {
-  std::string ascii;
-  for (const wchar_t character : text) {
-    if (character <= L'\0' || character > L'~') break;
-    ascii.push_back(static_cast<char>(character));
-  }
-  return ascii;
-}
-
 bool IsHexadecimal(std::string_view number) {
   return (number.starts_with("0x") || number.starts_with("0X")) &&
          number.find_first_of(".0123456789abcdefABCDEF", 2) == 2;
@@ -59,7 +50,7 @@ bool IsHexadecimal(std::string_view number) {
 // The number that a text begins with, as std::stod reads it but independent of the locale: blanks, a sign,
 // then a decimal or hexadecimal number, infinity or nan. The rest of the text is ignored.
 double LeadingNumber(const std::wstring& text) {
-  std::string number = LeadingAscii(text);
+  std::string number = sys::ToUtf8(text);
   number.erase(0, number.find_first_not_of(" \t\n\v\f\r"));
   const bool negative = number.starts_with('-');
   if (negative || number.starts_with('+')) number.erase(0, 1);

@@ -4,37 +4,32 @@
 
 // A grid table holds text cells, col_0 and up, and the number of each row. Clients count columns from 1.
 //
-// Kept: names and cell values are spliced; a quote in one damages its statement.
+// Kept: names and cell values are spliced; a quote in one damages its statement. The first {} of a statement
+// is its table.
 
 namespace {
 
-// {}: table.
 constexpr wchar_t kCountColumns[] =
     L"select count(*) from information_schema.columns where table_name = '{}'";
-// {}: table, columns.
 constexpr wchar_t kCreateGridTable[] = L"create table if not exists {} ({}row_num int not null primary key)";
 // {}: number of the column, from 0.
 constexpr wchar_t kGridColumn[] = L"col_{} text,";
 
-// {}: table.
 constexpr wchar_t kDropGridTable[] = L"drop table {}";
 
-// {}: table, empty cells, row.
+// Further {}: empty cells, row.
 constexpr wchar_t kInsertEmptyRow[] = L"insert into {} values ({}{})";
 constexpr wchar_t kEmptyCell[] = L"'', ";
 
-// {}: table, number of the column from 0, text, row.
+// Further {}: number of the column from 0, text, row.
 constexpr wchar_t kUpdateGridCell[] = L"update {} set col_{} = '{}' where row_num = {}";
 
-// {}: table.
 constexpr wchar_t kCountRows[] = L"select count(*) from {}";
-// {}: table, list of the cells, row.
+// Further {}: list of the cells, row.
 constexpr wchar_t kInsertRow[] = L"insert into {} values ({}, {})";
 
-// {}: table, row.
 constexpr wchar_t kSelectRow[] = L"select * from {} where row_num = {}";
 
-// {}: table.
 constexpr wchar_t kClearGridTable[] = L"delete from {}";
 
 std::wstring CreateStatement(const wchar_t* table, int columnCount) {
