@@ -22,11 +22,7 @@ bool TirelScada::GetUncompressedChunkMap(
     std::unordered_map<std::wstring, std::vector<std::wstring>>& chunks) {
   return Run([&](SACommand& command) {
     Execute(command, kGetUncompressedChunks);
-    while (command.FetchNext()) {
-      const SAString table = command.Field(1).asString();
-      const SAString chunk = command.Field(2).asString();
-      chunks[static_cast<const SAChar*>(table)].emplace_back(static_cast<const SAChar*>(chunk));
-    }
+    FetchTextsByKey(command, chunks);
     // Kept: what the caller left in the map counts too.
     return !chunks.empty();
   });

@@ -37,8 +37,7 @@ bool TirelScada::AdoptHypertable(SACommand& command, const wchar_t* table, std::
     if (retentionDays) SetRetentionPolicyLegacy(table, *retentionDays);
     return state == 1;
   }
-  CreateHypertable(command, table);
-  if (retentionDays.value_or(0) > 0) Execute(command, AddRetentionStatement(table, *retentionDays));
+  CreateHypertable(command, table, retentionDays.value_or(0));
   return false;
 }
 

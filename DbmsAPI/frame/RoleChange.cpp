@@ -1,6 +1,5 @@
 #include "DbmsAPI/frame/RoleChange.h"
 
-#include <algorithm>
 #include <exception>
 
 #include "DbmsAPI/frame/Registry.h"

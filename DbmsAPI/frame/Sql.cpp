@@ -54,6 +54,13 @@ std::int64_t FetchNumber(SACommand& command, const std::wstring& query, std::int
   return number;
 }
 
+void FetchTextsByKey(SACommand& command, std::unordered_map<std::wstring, std::vector<std::wstring>>& texts) {
+  while (command.FetchNext()) {
+    const std::wstring key(command.Field(1).asString());
+    texts[key].emplace_back(command.Field(2).asString());
+  }
+}
+
 std::int32_t CountTables(SACommand& command, const wchar_t* table) {
   return FetchFirst(command, Format(kCountTables, table)) ? command.Field(1).asLong() : 0;
 }

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
 // Converts the whole text, so that the client layer refuses one with a NUL character. A C string would end
 // there unnoticed.
@@ -37,6 +38,9 @@ bool FetchFirst(SACommand& command, const std::wstring& query);
 
 // The number in the first column of a query's last row; `otherwise` when there is no row.
 std::int64_t FetchNumber(SACommand& command, const std::wstring& query, std::int64_t otherwise);
+
+// Appends what a query of two texts a row returns: the second text to the texts of the first.
+void FetchTextsByKey(SACommand& command, std::unordered_map<std::wstring, std::vector<std::wstring>>& texts);
 
 // How many tables of that name the schema public has.
 std::int32_t CountTables(SACommand& command, const wchar_t* table);

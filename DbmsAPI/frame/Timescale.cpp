@@ -67,9 +67,10 @@ std::optional<short> CompressionState(SACommand& command, const wchar_t* table) 
   return command.Field(1).asShort();
 }
 
-void CreateHypertable(SACommand& command, const wchar_t* table) {
+void CreateHypertable(SACommand& command, const wchar_t* table, int retentionDays) {
   Execute(command, TimescaleVersion >= kByRangeVersion ? Format(kCreateByRange, table)
                                                        : Format(kCreateByInterval, table));
+  if (retentionDays > 0) Execute(command, AddRetentionStatement(table, retentionDays));
 }
 
 void SetCompression(SACommand& command, const wchar_t* table, const wchar_t* segmentBy) {

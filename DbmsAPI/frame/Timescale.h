@@ -21,8 +21,9 @@ void DetectTimescaleVersion(SAConnection* connection);
 // The compression state of a hypertable, 1 when compression is set up; nothing for another table.
 std::optional<short> CompressionState(SACommand& command, const wchar_t* table);
 
-// Makes a table a hypertable by its column time, in chunks of one day.
-void CreateHypertable(SACommand& command, const wchar_t* table);
+// Makes a table a hypertable by its column time, in chunks of one day. Above 0 days, adds a policy to drop
+// older rows.
+void CreateHypertable(SACommand& command, const wchar_t* table, int retentionDays = 0);
 
 // Turns compression on, ordered by time and segmented by a comma-separated list of columns.
 void SetCompression(SACommand& command, const wchar_t* table, const wchar_t* segmentBy);

@@ -1,4 +1,4 @@
-#include "DbmsAPI/frame/EpochText.h"
+#include "DbmsAPI/frame/Epoch.h"
 #include "DbmsAPI/frame/Operation.h"
 #include "DbmsAPI/frame/Sql.h"
 

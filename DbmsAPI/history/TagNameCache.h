@@ -3,6 +3,8 @@
 #include <string>
 #include <unordered_map>
 
+#include "DbmsAPI/history/CopyText.h"
+
 // Tag names as COPY takes them. Hashing a name costs more than formatting its line. Since the tags of a plant
 // come in the same order in every cycle, each tag predicts the next one, and only a wrong prediction needs a
 // lookup.
@@ -24,7 +26,12 @@ class TagNameCache {
     Entry* next = nullptr;  // the tag that came next last time
   };
 
-  Entry* LookUp(const std::wstring& tagName);
+  Entry* LookUp(const std::wstring& tagName) {
+    auto found = tags_.find(tagName);
+    if (found == tags_.end()) found = tags_.emplace(tagName, Tag{EscapeForCopy(tagName)}).first;
+    if (last_) last_->second.next = &*found;
+    return &*found;
+  }
 
   std::unordered_map<std::wstring, Tag> tags_;
   Entry* last_ = nullptr;

@@ -1,9 +1,8 @@
 #include <algorithm>
 
 #include "DbmsAPI/frame/DatabaseName.h"
-#include "DbmsAPI/frame/EpochText.h"
+#include "DbmsAPI/frame/Epoch.h"
 #include "DbmsAPI/frame/Format.h"
-#include "DbmsAPI/frame/LocalEpoch.h"
 #include "DbmsAPI/frame/Operation.h"
 #include "DbmsAPI/frame/Sql.h"
 #include "DbmsAPI/frame/Timescale.h"
@@ -99,11 +98,6 @@ bool HasColumns(SACommand& command, const std::wstring& database, const std::wst
   return !command.FetchNext();
 }
 
-void MakeHypertable(SACommand& command, const std::wstring& table, int retentionDays) {
-  CreateHypertable(command, table.c_str());
-  if (retentionDays >= 1) Execute(command, AddRetentionStatement(table.c_str(), retentionDays));
-}
-
 void Compress(SACommand& command, const std::wstring& table, const std::vector<UserLogColumn>& columns) {
   const bool enabled = CompressionState(command, table.c_str()).value_or(0) != 0;
   if (!enabled) {
@@ -144,7 +138,7 @@ bool TirelScada::CreateUserLogTable(const wchar_t* name, const std::vector<UserL
     if (kept) {
       SetRetentionPolicyLegacy(table.c_str(), retentionDays);
     } else {
-      MakeHypertable(command, table, retentionDays);
+      CreateHypertable(command, table.c_str(), retentionDays);
     }
     Compress(command, table, columns);
   });

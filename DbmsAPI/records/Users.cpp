@@ -1,5 +1,5 @@
+#include "DbmsAPI/frame/Epoch.h"
 #include "DbmsAPI/frame/Format.h"
-#include "DbmsAPI/frame/LocalEpoch.h"
 #include "DbmsAPI/frame/Operation.h"
 #include "DbmsAPI/frame/Sql.h"
 #include "port/LocalTime.h"

@@ -1,4 +1,4 @@
-#include "DbmsAPI/frame/EpochText.h"
+#include "DbmsAPI/frame/Epoch.h"
 #include "DbmsAPI/frame/Format.h"
 #include "DbmsAPI/frame/Operation.h"
 #include "DbmsAPI/frame/Sql.h"
@@ -92,10 +92,6 @@ bool TirelScada::GetEventReportData(const wchar_t* modelName, const wchar_t* she
   return Run([&](SACommand& command) {
     Require({{L"modelName", modelName}, {L"sheet", sheet}});
     Execute(command, Format(kSelectEventReport, modelName, sheet));
-    while (command.FetchNext()) {
-      const SAString cell = command.Field(1).asString();
-      const SAString value = command.Field(2).asString();
-      values[static_cast<const SAChar*>(cell)].emplace_back(static_cast<const SAChar*>(value));
-    }
+    FetchTextsByKey(command, values);
   });
 }

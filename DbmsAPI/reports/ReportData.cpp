@@ -4,8 +4,8 @@
 #include <tuple>
 #include <type_traits>
 
+#include "DbmsAPI/frame/Epoch.h"
 #include "DbmsAPI/frame/Format.h"
-#include "DbmsAPI/frame/LocalEpoch.h"
 #include "DbmsAPI/frame/Operation.h"
 #include "DbmsAPI/frame/Sql.h"
 #include "port/LocalTime.h"

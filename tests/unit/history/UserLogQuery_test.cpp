@@ -1,7 +1,7 @@
 // Rows of user log tables: insert and query.
 
 #include "DbmsAPI/Diagnostics.h"
-#include "DbmsAPI/frame/LocalEpoch.h"
+#include "DbmsAPI/frame/Epoch.h"
 #include "scripted/ScriptedTest.h"
 
 namespace {

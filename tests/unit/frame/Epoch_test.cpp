@@ -1,4 +1,4 @@
-#include "DbmsAPI/frame/LocalEpoch.h"
+#include "DbmsAPI/frame/Epoch.h"
 
 #include <gtest/gtest.h>
 

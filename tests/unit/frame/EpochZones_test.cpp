@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "DbmsAPI/frame/LocalEpoch.h"
+#include "DbmsAPI/frame/Epoch.h"
 #include "platform/Zone.h"
 
 namespace {

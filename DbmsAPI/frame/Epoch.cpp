@@ -1,7 +1,8 @@
-#include "DbmsAPI/frame/LocalEpoch.h"
+#include "DbmsAPI/frame/Epoch.h"
 
 #include <chrono>
 
+#include "DbmsAPI/frame/Format.h"
 #include "port/LocalTime.h"
 
 namespace {
@@ -23,6 +24,10 @@ std::int64_t SecondsInUtc(const std::tm& fields) {
 }
 
 }  // namespace
+
+double EpochSeconds(std::int64_t milliseconds) { return static_cast<double>(milliseconds) / 1000.0; }
+
+std::wstring EpochSecondsText(std::int64_t milliseconds) { return ShortestText(EpochSeconds(milliseconds)); }
 
 // Not mktime: in an hour that occurs twice, its choice depends on the calls before.
 std::int64_t LocalEpochSeconds(const std::tm& fields) {
