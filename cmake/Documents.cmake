@@ -20,9 +20,9 @@ endfunction()
 
 if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS CHANGELOG.md)
-  # The time is fixed: the same sources make the same package.
-  file(ARCHIVE_CREATE OUTPUT ${PROJECT_BINARY_DIR}/changelog.gz PATHS ${PROJECT_SOURCE_DIR}/CHANGELOG.md
-       FORMAT raw COMPRESSION GZip COMPRESSION_LEVEL 9 MTIME 0)
+  # Without the time of the build: the same sources make the same package.
+  execute_process(COMMAND gzip -9 -n --stdout ${PROJECT_SOURCE_DIR}/CHANGELOG.md
+                  OUTPUT_FILE ${PROJECT_BINARY_DIR}/changelog.gz COMMAND_ERROR_IS_FATAL ANY)
 endif()
 
 file(GLOB documents RELATIVE ${PROJECT_SOURCE_DIR} CONFIGURE_DEPENDS docs/*.md docs/*.sql docs/*/*)

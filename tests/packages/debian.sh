@@ -75,11 +75,16 @@ dpkg-deb --fsys-tarfile "${program[0]}" | tar -x -C "$work" ./usr/bin/historian
 # The program runs with the packages of the libraries, and its package has the manual and the completion.
 extract "$work/installed" "${runtime[0]}" "${historian[0]}" "${program[0]}"
 "$work/installed/usr/bin/historian" import "$source/examples/data/machine.csv" --dry-run --json >/dev/null
+# packs FILE.gz: whether it is what gzip makes without a time, so that the same sources make the same package.
+packs() { gzip --decompress --stdout "$1" | gzip -9 -n | cmp -s - "$1"; }
 subcommands=$("$work/installed/usr/bin/historian" --help | sed -n '/^Subcommands:/,/^$/s/^  \([a-z]*\) .*/\1/p')
 [ "$(wc -w <<<"$subcommands")" -ge 10 ] || fail "--help names the subcommands $subcommands"
 for page in historian $(printf 'historian-%s ' $subcommands); do
-  gzip --decompress --stdout "$work/installed/usr/share/man/man1/$page.1.gz" | grep -q "^\.TH ${page^^}" ||
-    fail "the program's package has no packed manual page of $page"
+  file=$work/installed/usr/share/man/man1/$page.1.gz
+  [ -s "$file" ] || fail "the program's package has no packed manual page of $page"
+  packs "$file" || fail "the manual page of $page is packed with a time"
+  head=$(gzip --decompress --stdout "$file" | sed -n '1{s/\\//g;p}')
+  [[ $head == ".TH ${page^^} 1 "* ]] || fail "the manual page of $page begins with $head"
 done
 if find "$work/installed/usr/share/man" -name '*.1' | grep .; then fail 'manual pages are not packed'; fi
 bash -c "$(cat <<'EOF'
@@ -101,6 +106,7 @@ brings() {
   [ "$(ls "$folder")" = "$name" ] || fail "$1 has documents in $(ls "$folder")"
   cd "$folder/$name"
   cmp -s copyright "$source/cmake/copyright" || fail "$1 has no copyright file"
+  packs changelog.gz || fail "$1 has a changelog that is packed with a time"
   gzip --decompress --stdout changelog.gz | cmp -s - "$source/CHANGELOG.md" || fail "$1 does not bring its changes"
   found=$(find . -type f | sed 's,^\./,,' | sort | xargs)
   [ "$found" = "$(printf '%s\n' changelog.gz copyright "${@:2}" | sort | xargs)" ] || fail "$1 brings the documents $found"
