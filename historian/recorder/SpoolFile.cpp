@@ -48,6 +48,12 @@ constexpr char kCountRecords[] =
     "select (select coalesce(sum(records), 0) from sample_block) + (select coalesce(sum(records), 0) from"
     " alarm_block) + (select coalesce(sum(records), 0) from log_block)";
 
+// The ids of blocks that are lost are given again, and what comes then does not belong to the batch.
+constexpr char kBoundSending[] =
+    "update sending set last = min(last, case kind when 0 then (select coalesce(max(id), 0) from sample_block)"
+    " when 1 then (select coalesce(max(id), 0) from alarm_block)"
+    " else (select coalesce(max(id), 0) from log_block) end)";
+
 std::filesystem::path Beside(const std::filesystem::path& file, const std::string& ending) {
   std::filesystem::path name = file;
   name += ending;
@@ -107,6 +113,7 @@ Damage BringTotalsInLine(SqliteDatabase& database) {
   totals.dropped += damage.lost;
   totals.accepted = totals.Done() + damage.recovered;
   WriteTotals(database, totals);
+  database.Run(kBoundSending);
   transaction.Commit();
   return damage;
 }

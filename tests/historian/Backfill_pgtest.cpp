@@ -222,6 +222,20 @@ TEST_F(BackfillTest, AFailedBatchLeavesNothingAndEndsTheRun) {
   EXPECT_EQ(Load(samples, 100).counts.stored, 200);
 }
 
+TEST_F(BackfillTest, ABatchAndItsRowOfTheLedgerAreStoredTogetherOrNotAtAll) {
+  const auto samples = Cycles(kStart, 10, 10);
+  Load({}, 100);
+  Run("alter table historian_backfill add constraint never check (source <> 'test')");
+  EXPECT_EQ(Failure([&] { Load(samples, 100); }).SqlState(), "23514");
+  EXPECT_EQ(Value("select count(*) from datalog"), "0");
+  Run("alter table historian_backfill drop constraint never");
+  Run("alter table datalog add constraint never check (value < 0)");
+  EXPECT_EQ(Failure([&] { Load(samples, 100); }).SqlState(), "23514");
+  EXPECT_EQ(Value("select count(*) from historian_backfill"), "0");
+  Run("alter table datalog drop constraint never");
+  EXPECT_EQ(Load(samples, 100).counts.stored, 100);
+}
+
 TEST_F(BackfillTest, RefusesWhatTheServerCannotHold) {
   EXPECT_EQ(Failure([&] { Load({{9224318016000000, L"A", 1}}); }).SqlState(), "22008");
   EXPECT_EQ(Failure([&] { Load({{kStart, L"A", -DBL_MAX}}); }).SqlState(), "22003");

@@ -1,5 +1,6 @@
 #include <cfloat>
 
+#include "historian/Spool.h"
 #include "historian/recorder/RecorderTest.h"
 
 namespace historian {
@@ -117,6 +118,35 @@ TEST_F(RecorderTest, GoesOnWithWhatWaitsInTheSpool) {
   EXPECT_EQ(History(), Lines(all));
   EXPECT_EQ(recorder.Report().accepted, 1500);
   EXPECT_EQ(recorder.Report().stored, 1500);
+}
+
+// As after a power loss with Durability::Process: the spool is that of a while ago, a batch on its way, and
+// the server has stored more.
+TEST_F(RecorderTest, ContinuesWithASpoolThatIsOlderThanTheLedger) {
+  const RecorderOptions options = Options();
+  {
+    recorder::Spool spool(options.spool, recorder::Syncing::AtCheckpoints, {1 << 30, false});
+    for (std::int64_t first = 0; first < 1000; first += 100) {
+      recorder::Piece piece{"", 100};
+      for (const LogSample& sample : Samples(first, 100)) recorder::AppendRecord(piece.bytes, sample);
+      spool.Append(recorder::Kind::Sample, {piece});
+    }
+    ASSERT_TRUE(spool.Next({}, {true, true, true}, 100));
+  }
+  const std::filesystem::path older = directory.File("older");
+  std::filesystem::copy_file(options.spool, older);
+  {
+    Recorder recorder(NewDbms(), options);
+    ExpectAllSettled(recorder);
+    EXPECT_EQ(recorder.Report().stored, 1000);
+  }
+  std::filesystem::copy_file(older, options.spool, std::filesystem::copy_options::overwrite_existing);
+  Recorder recorder(NewDbms(), options);
+  ASSERT_TRUE(recorder.Record(Samples(1000, 100)));
+  ExpectAllSettled(recorder);
+  EXPECT_EQ(History(), Lines(Samples(0, 1100)));
+  EXPECT_EQ(recorder.Report().stored, 100);
+  EXPECT_EQ(recorder.Report().duplicates, 1000);
 }
 
 TEST_F(RecorderTest, AFullSpoolRefusesAndSaysSo) {
