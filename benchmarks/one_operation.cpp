@@ -1,5 +1,5 @@
 // Runs one operation once, for a profiler of the client:
-//   one_operation insert|read|alarms|system_log|delete|report library|baseline
+//   one_operation insert|read|alarms|report_rows|system_log|delete|report library|baseline
 //
 // Profile what bench::Profiled calls. Prints how many things the operation did.
 
@@ -71,6 +71,22 @@ class Operations {
             [this] { baseline::ReadAlarms(link_.get(), query_, baseline::Rows::OneByOne, alarms_); }};
   }
 
+  Operation ReportRows() {
+    server_.Run(
+        "insert into report_data_analog_hour select t, tag, 60, random(), random(), random(), random(), random(), "
+        "random(), t, random(), t, random(), random(), random(), t, random(), t from (select to_timestamp(1700000000 + "
+        "i / 100 * 3600) t, 'PLANT1.PUMP' || lpad((i % 100)::text, 4, '0') || '.FLOW' tag from generate_series(0, "
+        "99999) i) s");
+    for (std::size_t tag = 0; tag < 100; ++tag) reports_[bench::TagName(tag)];
+    query_ = "select * from report_data_analog_hour order by tag_name, time";
+    return {kSamples,
+            [this] {
+              bench::Require(dbms_->GetReportAnalogData(L"hour", kStart, kStart + 100000000, reports_),
+                             "the report");
+            },
+            [this] { baseline::ReadReports(link_.get(), query_, baseline::Rows::OneByOne, reports_); }};
+  }
+
   Operation SystemLog() {
     for (std::size_t i = 0; i < kCalls; ++i) {
       records_.push_back({bench::kPlantStartMs + static_cast<std::int64_t>(i), 1, 2, 3, 4, L"operator",
@@ -121,6 +137,7 @@ class Operations {
   baseline::History data_;
   std::string query_;
   std::vector<AlarmRecord> alarms_;
+  baseline::Reports reports_;
   std::vector<SystemLogRecord> records_;
   std::vector<baseline::Parameters> many_;
   baseline::Parameters parameters_;
@@ -133,6 +150,7 @@ Operation Chosen(Operations& operations, std::string_view name) {
   if (name == "alarms") return operations.Alarms();
   if (name == "system_log") return operations.SystemLog();
   if (name == "delete") return operations.Delete();
+  if (name == "report_rows") return operations.ReportRows();
   bench::Require(name == "report", "choosing an operation");
   return operations.Report();
 }

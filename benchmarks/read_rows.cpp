@@ -49,6 +49,7 @@ struct Query {
   std::function<bool(Container&)> library;
   std::function<void(baseline::Rows, Container&)> overLibpq;
   std::function<void(peers::Peer&, Container&)> peer;
+  std::function<void(Container&)> inBinary = nullptr;  // over libpq
 
   void Race(PGconn* link, const std::vector<std::unique_ptr<peers::Peer>>& all) const {
     Container data;
@@ -64,6 +65,7 @@ struct Query {
     add("baseline, row by row", [&] { overLibpq(baseline::Rows::OneByOne, data); });
     add("baseline, whole result", [&] { overLibpq(baseline::Rows::AllAtOnce, data); });
     add("library", [&] { bench::Require(library(data), name); });
+    if (inBinary) add("hand-written, in binary", [&] { inBinary(data); });
     for (const auto& one : all) add(one->Name(), [&, who = one.get()] { peer(*who, data); });
     contenders.push_back({"rows discarded", nullptr, [&] {
                             bench::Require(baseline::CountRows(link, text) == rows, name + " read all rows");
@@ -111,6 +113,7 @@ class Queries {
           baseline::ReadHistory(link_.get(), query, rows, data);
         },
         [&](peers::Peer& peer, baseline::History& data) { peer.ReadHistory(query, data); },
+        [&](baseline::History& data) { baseline::ReadHistoryInBinary(link_.get(), query, data); },
     }
         .Race(link_.get(), peers_);
   }
@@ -135,6 +138,7 @@ class Queries {
           baseline::ReadAlarms(link_.get(), kAlarmQuery, rows, records);
         },
         [&](peers::Peer& peer, Records& records) { peer.ReadAlarms(kAlarmQuery, records); },
+        [&](Records& records) { baseline::ReadAlarmsInBinary(link_.get(), kAlarmQuery, records); },
     }
         .Race(link_.get(), peers_);
   }
@@ -166,6 +170,7 @@ class Queries {
           baseline::ReadReports(link_.get(), query, rows, data);
         },
         [&](peers::Peer& peer, baseline::Reports& data) { peer.ReadReports(query, data); },
+        [&](baseline::Reports& data) { baseline::ReadReportsInBinary(link_.get(), query, data); },
     }
         .Race(link_.get(), peers_);
   }

@@ -22,6 +22,9 @@ bool IsOutdated(const SAException& error) {
   return state == "0A000" || state == "26000";
 }
 
+// Whether it may be that a column's type has no binary format; a missing function has the same state.
+bool HasNoBinaryFormat(const SAException& error) { return error.SqlState() == "42883"; }
+
 template <class Named>
 auto FindNamed(std::vector<Named>& all, const SAString& name) {
   return std::find_if(all.begin(), all.end(), [&](const Named& one) { return one.Name() == name; });
@@ -34,13 +37,15 @@ class SACommand::Impl {
   explicit Impl(std::shared_ptr<SharedConnection> its) : shared(std::move(its)) {}
 
   void Run(const pq::Parameters& values) {
+    const bool binary = AsksForBinary();
     try {
-      Start(values);
+      Start(values, binary);
     } catch (const SAException& error) {
-      const bool repeat = IsPrepared() && IsOutdated(error) && shared->connection.IsIdle();
+      const bool asText = binary && HasNoBinaryFormat(error);
+      const bool repeat = (asText || (IsPrepared() && IsOutdated(error))) && shared->connection.IsIdle();
       statement->Forget();
       if (!repeat) throw;
-      Start(values);
+      Start(values, binary && !asText);
     }
   }
 
@@ -69,15 +74,22 @@ class SACommand::Impl {
   std::shared_ptr<pq::Statement> statement = shared->noStatement;
   std::vector<SAParam> parameters;  // first those with a number, ascending
   std::size_t next = 0;             // to be bound by operator<<
+  bool inBinary = false;            // asked for, and with times
+  bool withTimes = false;
   pq::RowReader rows{shared->connection};
   std::vector<SAField> fields;
 
  private:
   bool IsPrepared() const { return !statement->name.empty(); }
 
-  void Start(const pq::Parameters& values) {
+  bool AsksForBinary() const {
+    return inBinary && (!withTimes || shared->connection.Zone() != pq::SessionZone::Unknown);
+  }
+
+  void Start(const pq::Parameters& values, bool binary) {
     rows.Clear();
-    rows.Start(shared->connection.Send(*statement, values));
+    rows.Start(shared->connection.Send(*statement, values, binary));
+    if (binary && rows.IsUnreadable()) Start(values, false);
   }
 };
 
@@ -153,6 +165,11 @@ SACommand& SACommand::operator<<(SAString value) {
 SACommand& SACommand::operator<<(const SANull&) {
   impl_->NextParameter().setAsNull();
   return *this;
+}
+
+void SACommand::setBinaryResults(bool withTimes) {
+  impl_->inBinary = true;
+  impl_->withTimes = withTimes;
 }
 
 void SACommand::Execute() {

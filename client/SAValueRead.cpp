@@ -3,22 +3,23 @@
 
 #include "SQLAPI.h"
 #include "port/Utf8.h"
+#include "pq/BinaryFields.h"
 #include "pq/Cell.h"
 #include "pq/DateTimeText.h"
 #include "pq/NumberText.h"
+#include "pq/Types.h"
 
 namespace {
-
-constexpr unsigned kBoolType = 16;
 
 std::string_view Text(const pq::Cell& cell) { return {cell.data, static_cast<std::size_t>(cell.length)}; }
 
 // The whole part of a number; a boolean reads as 1 or 0, NULL as 0.
 template <class Integer>
 Integer ReadInteger(const pq::Cell& cell) {
-  if (!cell.data) return 0;
-  if (cell.type == kBoolType) return pq::ParseBool(Text(cell)) ? 1 : 0;
   using Limits = std::numeric_limits<Integer>;
+  if (!cell.data) return 0;
+  if (cell.binary) return static_cast<Integer>(pq::BinaryInteger(cell, Limits::min(), Limits::max()));
+  if (cell.type == pq::kBool) return pq::ParseBool(Text(cell)) ? 1 : 0;
   return static_cast<Integer>(pq::ParseInteger(Text(cell), Limits::min(), Limits::max()));
 }
 
@@ -28,7 +29,10 @@ SAValueRead::~SAValueRead() = default;
 
 bool SAValueRead::isNull() const { return !cell_->data; }
 
-bool SAValueRead::asBool() const { return cell_->data && pq::ParseBool(Text(*cell_)); }
+bool SAValueRead::asBool() const {
+  if (!cell_->data) return false;
+  return cell_->binary ? pq::BinaryBool(*cell_) : pq::ParseBool(Text(*cell_));
+}
 
 short SAValueRead::asShort() const { return ReadInteger<short>(*cell_); }
 
@@ -38,14 +42,18 @@ sa_int64_t SAValueRead::asInt64() const { return ReadInteger<sa_int64_t>(*cell_)
 
 double SAValueRead::asDouble() const {
   if (!cell_->data) return 0;
-  if (cell_->type == kBoolType) return pq::ParseBool(Text(*cell_)) ? 1 : 0;
+  if (cell_->binary) return pq::BinaryDouble(*cell_);
+  if (cell_->type == pq::kBool) return pq::ParseBool(Text(*cell_)) ? 1 : 0;
   return pq::ParseDouble(Text(*cell_));
 }
 
 SAString SAValueRead::asString() const {
-  return cell_->data ? SAString(sys::FromUtf8(Text(*cell_))) : SAString();
+  if (!cell_->data) return SAString();
+  if (cell_->binary && !pq::IsText(cell_->type)) return SAString(sys::FromUtf8(pq::BinaryText(*cell_)));
+  return SAString(sys::FromUtf8(Text(*cell_)));
 }
 
 SADateTime SAValueRead::asDateTime() const {
-  return cell_->data ? pq::ParseDateTime(Text(*cell_)) : SADateTime();
+  if (!cell_->data) return SADateTime();
+  return cell_->binary ? pq::BinaryDateTime(*cell_) : pq::ParseDateTime(Text(*cell_));
 }

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
+#include <limits>
+#include <string>
 
 namespace sys {
 
@@ -10,5 +13,26 @@ void ReadTimeZone();
 
 // Seconds that local time is ahead of UTC at an instant. Windows applies today's rules to all years.
 std::int64_t LocalOffset(std::int64_t instant);
+
+// The same offsets, remembered by day: for the many times of a result. Make one after ReadTimeZone.
+//
+// Where a day begins and ends with the same offset, it has this offset throughout: in all zones there ever
+// were, no offset was left and taken up again within three days.
+class LocalOffsets {
+ public:
+  std::int64_t At(std::int64_t instant);
+
+ private:
+  struct Day {
+    std::int64_t number = std::numeric_limits<std::int64_t>::min();
+    std::int64_t offset = 0;
+  };
+
+  std::array<Day, 8> days_;
+};
+
+// The IANA name of the process's time zone ("Europe/Berlin"), from TZ or the system's setting. Empty when it
+// has none that is certain, as always on Windows.
+std::string LocalZoneName();
 
 }  // namespace sys

@@ -3,7 +3,7 @@
 # the library, with valgrind. Unlike times they are nearly the same on every run and machine. For the library it lists
 # the functions that execute most.
 #
-#   tools/count_instructions.sh [insert|read|alarms|system_log|delete|report]...
+#   tools/count_instructions.sh [insert|read|alarms|report_rows|system_log|delete|report]...
 #
 # Work of the server and of the kernel is not counted. Run tools/bench.sh first: it installs and builds what this needs.
 set -euo pipefail
@@ -15,7 +15,7 @@ root=$(dirname "$here")
 program=$root/build/bench/benchmarks/one_operation
 profile=$root/build/bench/callgrind.out
 functions=8  # in the list
-operations=(insert read alarms system_log delete report)
+operations=(insert read alarms report_rows system_log delete report)
 [ $# -eq 0 ] || operations=("$@")
 command -v valgrind >/dev/null || die "needs valgrind"
 [ -x "$program" ] || die "run tools/bench.sh first"

@@ -3,7 +3,6 @@
 #include <chrono>
 
 #include "DbmsAPI/frame/Format.h"
-#include "port/LocalTime.h"
 
 namespace {
 
@@ -30,13 +29,18 @@ double EpochSeconds(std::int64_t milliseconds) { return static_cast<double>(mill
 std::wstring EpochSecondsText(std::int64_t milliseconds) { return ShortestText(EpochSeconds(milliseconds)); }
 
 // Not mktime: in an hour that occurs twice, its choice depends on the calls before.
-std::int64_t LocalEpochSeconds(const std::tm& fields) {
+std::int64_t LocalEpochSeconds(const std::tm& fields, sys::LocalOffsets& offsets) {
   const std::int64_t fieldsInUtc = SecondsInUtc(fields);
-  const std::int64_t before = sys::LocalOffset(fieldsInUtc - kDay);
+  const std::int64_t before = offsets.At(fieldsInUtc - kDay);
   const std::int64_t first = fieldsInUtc - before;
-  if (sys::LocalOffset(first) == before) return first;
-  const std::int64_t after = sys::LocalOffset(fieldsInUtc + kDay);
+  if (offsets.At(first) == before) return first;
+  const std::int64_t after = offsets.At(fieldsInUtc + kDay);
   const std::int64_t second = fieldsInUtc - after;
-  if (sys::LocalOffset(second) == after) return second;
+  if (offsets.At(second) == after) return second;
   return first;
+}
+
+std::int64_t LocalEpochSeconds(const std::tm& fields) {
+  sys::LocalOffsets offsets;
+  return LocalEpochSeconds(fields, offsets);
 }

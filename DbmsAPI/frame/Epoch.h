@@ -6,6 +6,8 @@
 #include <ctime>
 #include <string>
 
+#include "port/LocalTime.h"
+
 // Milliseconds since the epoch as the seconds that a parameter takes.
 double EpochSeconds(std::int64_t milliseconds);
 
@@ -16,3 +18,4 @@ std::wstring EpochSecondsText(std::int64_t milliseconds);
 // carried over; tm_isdst is ignored. In the hour that occurs twice when clocks go back, the first occurrence
 // is meant. Times in the hour that is skipped when clocks go forward read an hour later.
 std::int64_t LocalEpochSeconds(const std::tm& fields);
+std::int64_t LocalEpochSeconds(const std::tm& fields, sys::LocalOffsets& offsets);  // of many times

@@ -1,5 +1,6 @@
 #include <limits>
 
+#include "DbmsAPI/frame/BinaryResults.h"
 #include "DbmsAPI/frame/Format.h"
 #include "DbmsAPI/frame/Operation.h"
 #include "DbmsAPI/frame/Sql.h"
@@ -107,6 +108,7 @@ bool TirelScada::GetAlarmData(std::int64_t startTime, std::int64_t endTime, std:
     AppendCodes(filter, kZone, zoneMask);
     AppendExcludedRanges(filter, excludedRanges);
     AppendTagPrefixes(filter, tagPrefixes);
+    AskForBinary(command, false);
     Execute(command, Format(kAlarms, startTime, endTime, filter.empty() ? filter : L" and " + filter));
     ReadAlarms(command, records);
   });
@@ -115,6 +117,7 @@ bool TirelScada::GetAlarmData(std::int64_t startTime, std::int64_t endTime, std:
 bool TirelScada::GetAllAlarmData(std::int64_t startTime, std::int64_t endTime,
                                  std::vector<AlarmRecord>& records) {
   return Run([&](SACommand& command) {
+    AskForBinary(command, false);
     Execute(command, Format(kAlarms, startTime, endTime, L""));
     ReadAlarms(command, records);
   });

@@ -1,5 +1,6 @@
 #include <cfloat>
 
+#include "DbmsAPI/frame/BinaryResults.h"
 #include "DbmsAPI/frame/Format.h"
 #include "DbmsAPI/frame/Operation.h"
 #include "DbmsAPI/frame/Sql.h"
@@ -25,6 +26,7 @@ bool TirelScada::GetLogData(std::int64_t startTime, std::int64_t endTime,
   return Run([&](SACommand& command) {
     std::wstring query = kGetSamples;
     AppendKeys(query, data);
+    AskForBinary(command, false);
     Execute(command, query + Bounded(kMaxRangeSize, Format(kInRange, startTime, endTime)));
     // Rows are ordered by tag, so the points of a tag are looked up once for all its rows.
     std::pair<const std::wstring, std::vector<LogPoint>>* tag = nullptr;

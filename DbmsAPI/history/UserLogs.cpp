@@ -112,10 +112,11 @@ void Compress(SACommand& command, const std::wstring& table, const std::vector<U
 
 void ReadRows(SACommand& command, std::vector<UserLogRow>& rows) {
   sys::ReadTimeZone();
+  sys::LocalOffsets offsets;
   while (command.FetchNext()) {
     UserLogRow row;
     // Kept: calendar fields of the session's time zone are read as local time of the process.
-    row.time = LocalEpochSeconds(command.Field(1).asDateTime());
+    row.time = LocalEpochSeconds(command.Field(1).asDateTime(), offsets);
     for (int i = 2; i <= command.FieldCount(); ++i) row.values.emplace_back() = command.Field(i).asString();
     rows.push_back(std::move(row));
   }

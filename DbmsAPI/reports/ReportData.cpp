@@ -4,6 +4,7 @@
 #include <tuple>
 #include <type_traits>
 
+#include "DbmsAPI/frame/BinaryResults.h"
 #include "DbmsAPI/frame/Epoch.h"
 #include "DbmsAPI/frame/Format.h"
 #include "DbmsAPI/frame/Operation.h"
@@ -127,30 +128,33 @@ std::wstring RowsQuery(const wchar_t* period, std::int64_t startTime, std::int64
 
 // Calendar fields of the session's time zone are read as local time of the process.
 // Kept: seconds have 32 bits; instants from 19 January 2038 on wrap around.
-void Read(const SAField& field, std::int64_t& time) {
-  time = static_cast<std::int32_t>(LocalEpochSeconds(field.asDateTime()));
+void Read(const SAField& field, sys::LocalOffsets& offsets, std::int64_t& time) {
+  time = static_cast<std::int32_t>(LocalEpochSeconds(field.asDateTime(), offsets));
 }
-void Read(const SAField& field, std::int32_t& count) { count = field.asLong(); }
-void Read(const SAField& field, double& value) { value = field.asDouble(); }
+void Read(const SAField& field, sys::LocalOffsets&, std::int32_t& count) { count = field.asLong(); }
+void Read(const SAField& field, sys::LocalOffsets&, double& value) { value = field.asDouble(); }
 
 template <class Kind>
-void AppendRow(SACommand& command, bool isMinute, RowsByTag<Kind>& data) {
+void AppendRow(SACommand& command, bool isMinute, sys::LocalOffsets& offsets, RowsByTag<Kind>& data) {
   typename Kind::Row head;
-  Read(command.Field(1), head.time);
+  Read(command.Field(1), offsets, head.time);
   head.tag_name = static_cast<const SAChar*>(command.Field(2).asString());
   auto& row = data[head.tag_name].emplace_back(head);
   int column = 2;
-  VisitStatistics<Kind>(row, isMinute, [&](auto& statistic) { Read(command.Field(++column), statistic); });
+  VisitStatistics<Kind>(row, isMinute,
+                        [&](auto& statistic) { Read(command.Field(++column), offsets, statistic); });
 }
 
 template <class Kind>
 void GetRows(SACommand& command, const wchar_t* period, std::int64_t startTime, std::int64_t endTime,
              RowsByTag<Kind>& data) {
   Require({{L"period", period}});
+  AskForBinary(command, true);
   Execute(command, RowsQuery<Kind>(period, startTime, endTime, data));
   sys::ReadTimeZone();
+  sys::LocalOffsets offsets;
   const bool isMinute = IsMinute(period);
-  while (command.FetchNext()) AppendRow<Kind>(command, isMinute, data);
+  while (command.FetchNext()) AppendRow<Kind>(command, isMinute, offsets, data);
 }
 
 }  // namespace

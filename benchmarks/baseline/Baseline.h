@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -42,8 +43,13 @@ void ReadUserLogs(PGconn* link, const std::string& query, Rows rows, std::vector
 // Reads the rows in single-row mode and discards them: what the server and the transfer take.
 std::size_t CountRows(PGconn* link, const std::string& query);
 
-// Epoch seconds of the calendar fields that a time begins with, as local time.
-std::int64_t LocalSeconds(const char* time);
+// The same of rows in the server's binary format.
+void ReadHistoryInBinary(PGconn* link, const std::string& query, History& data);
+void ReadAlarmsInBinary(PGconn* link, const std::string& query, std::vector<AlarmRecord>& records);
+void ReadReportsInBinary(PGconn* link, const std::string& query, Reports& data);
+
+// Epoch seconds of a time in the server's text, with its offset from UTC.
+std::int64_t EpochSeconds(std::string_view time);
 
 // ---- Statements with parameters; libpq's arrays are made before the clock starts ----
 

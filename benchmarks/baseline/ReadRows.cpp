@@ -1,7 +1,7 @@
 #include <cfloat>
 #include <charconv>
-#include <cstdlib>
-#include <ctime>
+#include <chrono>
+#include <string_view>
 
 #include "../BenchServer.h"
 #include "../Paired.h"
@@ -18,7 +18,10 @@ double Number(const PGresult* result, int row, int column) {
 }
 
 int Integer(const PGresult* result, int row, int column) {
-  return std::atoi(PQgetvalue(result, row, column));
+  const char* const text = PQgetvalue(result, row, column);
+  int value = 0;
+  std::from_chars(text, text + PQgetlength(result, row, column), value);
+  return value;
 }
 
 std::wstring Text(const PGresult* result, int row, int column) {
@@ -31,8 +34,39 @@ std::int64_t Milliseconds(const PGresult* result, int row, int column) {
 }
 
 std::int64_t Seconds(const PGresult* result, int row, int column) {
-  return LocalSeconds(PQgetvalue(result, row, column));
+  return EpochSeconds(
+      {PQgetvalue(result, row, column), static_cast<std::size_t>(PQgetlength(result, row, column))});
 }
+
+int TwoDigits(const char* digits) { return (digits[0] - '0') * 10 + (digits[1] - '0'); }
+
+// Days since 1970.
+std::int64_t DayNumber(int year, int month, int day) {
+  using namespace std::chrono;
+  return sys_days(std::chrono::year(year) / month / day).time_since_epoch().count();
+}
+
+// The rows of a tag come together, so that the map is searched once for each tag.
+template <class Map>
+class TagCursor {
+ public:
+  explicit TagCursor(Map& data) : data_(data) {}
+
+  typename Map::value_type& At(const PGresult* result, int row, int column) {
+    const std::string_view name(PQgetvalue(result, row, column),
+                                static_cast<std::size_t>(PQgetlength(result, row, column)));
+    if (!tag_ || name != name_) {
+      name_ = name;
+      tag_ = &*data_.try_emplace(std::wstring(name.begin(), name.end())).first;
+    }
+    return *tag_;
+  }
+
+ private:
+  Map& data_;
+  std::string name_;
+  typename Map::value_type* tag_ = nullptr;
+};
 
 // Calls `take` with each row's result and number.
 template <class Take>
@@ -48,10 +82,8 @@ void ForEachRow(PGconn* link, const std::string& query, Rows rows, Take take) {
   }
 }
 
-ReportAnalogData Report(const PGresult* result, int row) {
-  ReportAnalogData one;
+void ReadReport(const PGresult* result, int row, ReportAnalogData& one) {
   one.time = Seconds(result, row, 0);
-  one.tag_name = Text(result, row, 1);
   one.count = Integer(result, row, 2);
   one.sum = Number(result, row, 3);
   one.avg = Number(result, row, 4);
@@ -68,7 +100,6 @@ ReportAnalogData Report(const PGresult* result, int row) {
   one.diff_min_time = Seconds(result, row, 15);
   one.diff_max = Number(result, row, 16);
   one.diff_max_time = Seconds(result, row, 17);
-  return one;
 }
 
 }  // namespace
@@ -79,17 +110,17 @@ std::size_t CountRows(PGconn* link, const std::string& query) {
   return rows;
 }
 
-std::int64_t LocalSeconds(const char* time) {
-  char* at = nullptr;
-  std::tm fields{};
-  fields.tm_year = static_cast<int>(std::strtol(time, &at, 10)) - 1900;
-  fields.tm_mon = static_cast<int>(std::strtol(at + 1, &at, 10)) - 1;
-  fields.tm_mday = static_cast<int>(std::strtol(at + 1, &at, 10));
-  fields.tm_hour = static_cast<int>(std::strtol(at + 1, &at, 10));
-  fields.tm_min = static_cast<int>(std::strtol(at + 1, &at, 10));
-  fields.tm_sec = static_cast<int>(std::strtol(at + 1, &at, 10));
-  fields.tm_isdst = -1;
-  return std::mktime(&fields);
+// "2023-11-14 22:13:20.5+01" of the years 1000 to 9999.
+std::int64_t EpochSeconds(std::string_view time) {
+  const char* const at = time.data();
+  const std::int64_t day =
+      DayNumber(TwoDigits(at) * 100 + TwoDigits(at + 2), TwoDigits(at + 5), TwoDigits(at + 8));
+  const std::int64_t local =
+      day * 86400 + TwoDigits(at + 11) * 3600 + TwoDigits(at + 14) * 60 + TwoDigits(at + 17);
+  const std::size_t zone = time.find_first_of("+-", 19);
+  int offset = TwoDigits(at + zone + 1) * 3600;
+  if (time.size() > zone + 3) offset += TwoDigits(at + zone + 4) * 60;
+  return at[zone] == '-' ? local + offset : local - offset;
 }
 
 std::string HistoryQuery(std::int64_t start, std::int64_t end, const History& data) {
@@ -101,9 +132,11 @@ std::string HistoryQuery(std::int64_t start, std::int64_t end, const History& da
 }
 
 void ReadHistory(PGconn* link, const std::string& query, Rows rows, History& data) {
+  TagCursor tags(data);
   ForEachRow(link, query, rows, [&](const PGresult* result, int row) {
-    data[Text(result, row, 0)].push_back(
-        {Number(result, row, 1), PQgetisnull(result, row, 2) ? DBL_MAX : Number(result, row, 2)});
+    tags.At(result, row, 0)
+        .second.push_back(
+            {Number(result, row, 1), PQgetisnull(result, row, 2) ? DBL_MAX : Number(result, row, 2)});
   });
 }
 
@@ -119,9 +152,12 @@ void ReadAlarms(PGconn* link, const std::string& query, Rows rows, std::vector<A
 }
 
 void ReadReports(PGconn* link, const std::string& query, Rows rows, Reports& data) {
+  TagCursor tags(data);
   ForEachRow(link, query, rows, [&](const PGresult* result, int row) {
-    ReportAnalogData one = Report(result, row);
-    data[one.tag_name].push_back(std::move(one));
+    auto& [name, of] = tags.At(result, row, 1);
+    ReportAnalogData& one = of.emplace_back();
+    one.tag_name = name;
+    ReadReport(result, row, one);
   });
 }
 

@@ -12,7 +12,9 @@ namespace {
 std::int64_t Milliseconds(const pqxx::field& field) {
   return static_cast<std::int64_t>(field.as<double>() * 1000);
 }
-std::int64_t Seconds(const pqxx::field& field) { return baseline::LocalSeconds(field.c_str()); }
+std::int64_t Seconds(const pqxx::field& field) {
+  return baseline::EpochSeconds({field.c_str(), field.size()});
+}
 std::wstring Text(const pqxx::field& field) { return {field.c_str(), field.c_str() + field.size()}; }
 
 ReportAnalogData Report(const pqxx::row& row) {

@@ -118,6 +118,16 @@ class SQLAPI_EXPORT SACommand {
   SACommand& operator<<(const SANull& null);
   SACommand& operator<<(const char* value) = delete;  // would read as bool
 
+  // An extra of this layer: from the next Execute on, asks for rows in the server's binary format, which both
+  // sides make and read faster. The values read the same.
+  //
+  // This is for queries, because they may be executed twice: a result with a column of another type than
+  // bool, int2, int4, int8, float8, numeric, text, varchar, char, name and timestamptz is asked for again as
+  // text. `withTimes` says that columns of type timestamptz are expected. Text is asked for at once then,
+  // unless the session is in UTC, or process and session are in the same time zone by name ("Europe/Berlin";
+  // on Windows the process has no such name).
+  void setBinaryResults(bool withTimes);
+
   // Sends the statement with the values bound, which stay bound.
   //
   // The server parses a statement with parameters the first time, and the second time as a prepared

@@ -6,6 +6,8 @@
 #include <utility>
 
 #include "Errors.h"
+#include "Types.h"
+#include "port/LocalTime.h"
 
 namespace pq {
 namespace {
@@ -18,7 +20,6 @@ constexpr char kDeallocate[] = "DEALLOCATE ";
 constexpr char kNamePrefix[] = "dbmsapi_";
 constexpr char kCopyRefused[] = "COPY goes through the native connection";
 constexpr char kEndlessCopy[] = "The server answered the end of COPY by another COPY";
-constexpr int kTextResults = 0;
 
 // Ends a COPY without sending data or keeping what was received.
 void EndCopy(PGconn* handle, ExecStatusType status) {
@@ -138,23 +139,35 @@ void Connection::Rollback() {
   if (IsInTransaction()) Execute(kRollback);
 }
 
-QueryId Connection::Send(Statement& statement, const Parameters& parameters) {
+SessionZone Connection::Zone() const {
+  const char* const status = PQparameterStatus(handle_.get(), "TimeZone");
+  const std::string_view zone = status ? status : "";
+  if (zone == "UTC" || zone == "Etc/UTC" || zone == "GMT") return SessionZone::Utc;
+  sys::ReadTimeZone();
+  return !zone.empty() && zone == sys::LocalZoneName() ? SessionZone::Process : SessionZone::Unknown;
+}
+
+QueryId Connection::Send(Statement& statement, const Parameters& parameters, bool inBinary) {
   MakeReady();
   PGconn* const handle = handle_.get();
-  if (parameters.Count() == 0) return Sent(PQsendQuery(handle, statement.text.c_str()));
+  const int format = inBinary ? kBinaryFormat : kTextFormat;
+  if (parameters.Count() == 0) {
+    const char* const text = statement.text.c_str();
+    const bool isPlain = !inBinary || statement.text.find(';') != std::string::npos;
+    return Sent(isPlain ? PQsendQuery(handle, text)
+                        : PQsendQueryParams(handle, text, 0, nullptr, nullptr, nullptr, nullptr, format));
+  }
 
   if (statement.released.expired() || !parameters.Fit(statement.types)) {
     statement.Release();
     parameters.UpdateTypes(statement.types);
     statement.released = released_;
     return Sent(PQsendQueryParams(handle, statement.text.c_str(), parameters.Count(), statement.types.data(),
-                                  parameters.Values(), parameters.Lengths(), parameters.Formats(),
-                                  kTextResults));
+                                  parameters.Values(), parameters.Lengths(), parameters.Formats(), format));
   }
   if (statement.name.empty()) statement.name = Prepare(statement);
   return Sent(PQsendQueryPrepared(handle, statement.name.front().c_str(), parameters.Count(),
-                                  parameters.Values(), parameters.Lengths(), parameters.Formats(),
-                                  kTextResults));
+                                  parameters.Values(), parameters.Lengths(), parameters.Formats(), format));
 }
 
 QueryId Connection::Sent(int accepted) {

@@ -10,6 +10,9 @@
 
 namespace pq {
 
+// The time zone of a session, as far as this layer can convert instants to its calendar fields.
+enum class SessionZone { Unknown, Utc, Process };
+
 // Identifies a query that was sent over a connection; 0 is none.
 using QueryId = std::uint64_t;
 
@@ -37,13 +40,19 @@ class Connection {
   //
   // A statement with parameters is sent unnamed the first time. The second time it is prepared under a name,
   // which is used from then on. Values of other types, and a new connection, start over.
-  QueryId Send(Statement& statement, const Parameters& parameters);
+  //
+  // In binary, rows come in the server's binary format, except those of a text without parameters that may
+  // hold several statements.
+  QueryId Send(Statement& statement, const Parameters& parameters, bool inBinary = false);
 
   // Whether Next still reads the answer to this query.
   bool IsReading(QueryId query) const { return query == reading_; }
 
   // A row, or the end of a statement; null after the last one.
   Result Next();
+
+  // The time zone that the session is in now.
+  SessionZone Zone() const;
 
   // Whether the server waits for a statement outside a transaction.
   bool IsIdle() const;

@@ -43,6 +43,10 @@ SAException UsageError(std::wstring text) {
   return SAException(SA_Library_Error, kNoNativeCode, SAString(std::move(text)));
 }
 
+SAException MalformedValue(unsigned type) {
+  return UsageError(L"The server sent a malformed value of the type " + std::to_wstring(type));
+}
+
 SAException ConnectFailure(std::string_view text, std::string_view refused) {
   std::string spelled(WithoutLineFeeds(text));
   NumberRefusals(spelled, kRefused);

@@ -13,6 +13,9 @@ std::string_view WithoutLineFeeds(std::string_view text);
 // This layer was used wrongly, or a value is not of the type asked for: class 2.
 SAException UsageError(std::wstring text);
 
+// The server sent bytes that are no value of their type in its binary format: class 2.
+SAException MalformedValue(unsigned type);
+
 // No connection could be made: class 3, native code 1. `text` is libpq's, `refused` what the process's
 // language calls a refused connection. Clients look for the number 10061 in the text, which libpq writes on
 // Windows only; here it follows every refusal.

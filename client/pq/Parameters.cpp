@@ -4,23 +4,13 @@
 
 #include "Errors.h"
 #include "Text.h"
+#include "Types.h"
 #include "port/Utf8.h"
 
 namespace pq {
 namespace {
 
-// Types of the server, as their object ids.
-constexpr unsigned kUntyped = 0;
-constexpr unsigned kBool = 16;
-constexpr unsigned kInt8 = 20;
-constexpr unsigned kInt2 = 21;
-constexpr unsigned kInt4 = 23;
-constexpr unsigned kFloat8 = 701;
-
 constexpr std::size_t kMaxKeptValues = 2000;  // buffers for more are freed with the next, shorter statement
-
-constexpr int kText = 0;
-constexpr int kBinary = 1;
 
 SAException ParameterError(const SAParam& parameter, const wchar_t* what) {
   return UsageError(L"The parameter :" + std::wstring(parameter.Name()) + what);
@@ -38,7 +28,7 @@ void Parameters::Bind(const std::vector<SAParam>& values) {
   types_.assign(count, kUntyped);
   values_.assign(count, nullptr);
   lengths_.assign(count, 0);
-  formats_.assign(count, kText);
+  formats_.assign(count, kTextFormat);
   scalars_.resize(count);
   texts_.clear();
   textIndexes_.clear();
@@ -71,7 +61,7 @@ void Parameters::SetScalar(std::size_t index, unsigned type, std::size_t size, s
   types_[index] = type;
   values_[index] = bytes.data() + bytes.size() - size;
   lengths_[index] = static_cast<int>(size);
-  formats_[index] = kBinary;
+  formats_[index] = kBinaryFormat;
 }
 
 void Parameters::AppendText(std::size_t index, const SAParam& value) {

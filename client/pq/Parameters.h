@@ -24,7 +24,7 @@ class Parameters {
   const unsigned* Types() const { return types_.data(); }
   const char* const* Values() const { return values_.data(); }  // null pointer: NULL
   const int* Lengths() const { return lengths_.data(); }
-  const int* Formats() const { return formats_.data(); }  // 0 text, 1 binary
+  const int* Formats() const { return formats_.data(); }
 
   // Whether a statement parsed for these types takes the values as they are. NULL fits any type.
   bool Fit(const std::vector<unsigned>& parsed) const;

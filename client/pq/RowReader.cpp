@@ -4,7 +4,9 @@
 
 #include <utility>
 
+#include "BinaryFields.h"
 #include "Errors.h"
+#include "Types.h"
 
 namespace pq {
 namespace {
@@ -45,8 +47,16 @@ void RowReader::Start(QueryId query) {
 
 void RowReader::Describe(const PGresult* result) {
   const int count = PQnfields(result);
+  SessionZone zone = SessionZone::Unknown;
+  offsets_ = {};
   for (int i = 0; i < count; ++i) {
-    cells_.push_back({nullptr, 0, PQftype(result, i)});
+    Cell& cell = cells_.emplace_back();
+    cell.type = PQftype(result, i);
+    const bool isBinary = PQfformat(result, i) == kBinaryFormat;
+    if (isBinary && cell.type == kTimestamptz && zone == SessionZone::Unknown) zone = connection_.Zone();
+    if (zone == SessionZone::Process) cell.offsets = &offsets_;
+    cell.binary = isBinary && IsReadableInBinary(cell.type, zone != SessionZone::Unknown);
+    unreadable_ = unreadable_ || isBinary != cell.binary;
     columnNames_.push_back(PQfname(result, i));
   }
 }
@@ -106,6 +116,7 @@ void RowReader::DropRows() {
 void RowReader::Clear() {
   DropRows();
   failure_.reset();
+  unreadable_ = false;
   cells_.clear();
   columnNames_.clear();
 }

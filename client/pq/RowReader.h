@@ -5,6 +5,7 @@
 
 #include "Cell.h"
 #include "Connection.h"
+#include "port/LocalTime.h"
 
 namespace pq {
 
@@ -17,6 +18,9 @@ class RowReader {
   // Discards the former result and reads the answer to a query, to its end if it has at most one row. Of a
   // text with several statements, only the first result set is delivered.
   void Start(QueryId query);
+
+  // Whether the first row, which is still to be fetched, has a column in binary that cannot be read.
+  bool IsUnreadable() const { return held_ && unreadable_; }
 
   // Puts the next row into the cells; at the end sets them to NULL.
   bool FetchNext();
@@ -39,7 +43,9 @@ class RowReader {
 
   Connection& connection_;
   QueryId query_ = 0;
-  bool held_ = false;  // the current row is still to be delivered
+  sys::LocalOffsets offsets_;  // of the cells
+  bool unreadable_ = false;    // a column
+  bool held_ = false;          // the current row is still to be delivered
   Result row_;
   Result ahead_;
   Result failure_;  // that follows the rows; the answer is read to its end

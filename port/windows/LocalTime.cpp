@@ -22,4 +22,6 @@ std::int64_t LocalOffset(std::int64_t instant) {
   return _mkgmtime64(&local) - known;
 }
 
+std::string LocalZoneName() { return {}; }
+
 }  // namespace sys

@@ -118,6 +118,8 @@ SACommand& SACommand::operator<<(SAString value) {
 }
 SACommand& SACommand::operator<<(const SANull&) { return impl_->Next().setAsNull(), *this; }
 
+void SACommand::setBinaryResults(bool) {}
+
 void SACommand::Execute() {
   if (!impl_->connection->isConnected()) throw SAException(SA_Library_Error, 0, L"not connected");
   scripted::Sent sent{impl_->text, {}};

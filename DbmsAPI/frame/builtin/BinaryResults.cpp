@@ -1,0 +1,3 @@
+#include "DbmsAPI/frame/BinaryResults.h"
+
+void AskForBinary(SACommand& command, bool withTimes) { command.setBinaryResults(withTimes); }

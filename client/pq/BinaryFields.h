@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "Cell.h"
+#include "SQLAPI.h"
+
+namespace pq {
+
+// Values in the server's binary format. They read as their texts would, bit by bit; bytes that are no value
+// of their type are a class 2 error.
+
+// Whether the functions below know the values of a type. Those of timestamptz need the offsets of the
+// session's time zone.
+bool IsReadableInBinary(unsigned type, bool zoneIsKnown);
+
+std::int64_t BinaryInteger(const Cell& cell, std::int64_t least, std::int64_t greatest);
+double BinaryDouble(const Cell& cell);
+bool BinaryBool(const Cell& cell);
+SADateTime BinaryDateTime(const Cell& cell);
+
+// The text that the server would have sent with extra_float_digits at its default and DateStyle ISO. Of the
+// shortest texts of a float8 this is the closest one; the server at times writes a longer one (for 1e23).
+std::string BinaryText(const Cell& cell);
+
+}  // namespace pq

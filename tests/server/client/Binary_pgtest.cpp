@@ -1,0 +1,198 @@
+// Rows in the server's binary format read as those in text do, bit by bit.
+
+#include <bit>
+#include <charconv>
+#include <iterator>
+
+#include "ClientTest.h"
+#include "server/Random.h"
+#include "server/Zone.h"
+
+namespace {
+
+// Everything that can be read of a field; the text of what it throws.
+template <class Read>
+std::wstring Outcome(Read read) {
+  try {
+    return read();
+  } catch (const SAException& error) {
+    return L"error: " + Wide(error.ErrText());
+  }
+}
+
+std::wstring Fields(const SADateTime& t) {
+  std::wstring text;
+  for (const int field : {t.GetYear(), t.GetMonth(), t.GetDay(), t.GetHour(), t.GetMinute(), t.GetSecond(),
+                          static_cast<int>(t.Fraction())}) {
+    text += std::to_wstring(field) + L" ";
+  }
+  return text;
+}
+
+std::vector<std::wstring> Readings(const SAField& field) {
+  return {
+      field.isNull() ? L"null" : L"value",
+      Outcome([&] { return Wide(field.asString()); }),
+      Outcome([&] { return std::to_wstring(std::bit_cast<std::uint64_t>(field.asDouble())); }),
+      Outcome([&] { return std::to_wstring(field.asInt64()); }),
+      Outcome([&] { return std::to_wstring(field.asLong()); }),
+      Outcome([&] { return std::to_wstring(field.asShort()); }),
+      Outcome([&] { return std::to_wstring(field.asBool()); }),
+      Outcome([&] { return Fields(field.asDateTime()); }),
+  };
+}
+
+class Binary : public ClientTest {
+ protected:
+  void SetUp() override {
+    ClientTest::SetUp();
+    Connect();
+  }
+
+  // What is read of the first column of all rows.
+  std::vector<std::vector<std::wstring>> Read(const std::wstring& query, bool inBinary) {
+    SACommand command(&connection, query.c_str());
+    if (inBinary) command.setBinaryResults(false);
+    command.Execute();
+    std::vector<std::vector<std::wstring>> rows;
+    while (command.FetchNext()) rows.push_back(Readings(command.Field(1)));
+    return rows;
+  }
+
+  void ExpectTheSame(const std::wstring& query, std::size_t rows) {
+    const auto inText = Read(query, false);
+    const auto inBinary = Read(query, true);
+    ASSERT_EQ(inText.size(), rows);
+    ASSERT_EQ(inBinary.size(), rows);
+    for (std::size_t i = 0; i < rows; ++i) ASSERT_EQ(inBinary[i], inText[i]) << i;
+  }
+
+  // A table with one column of a type, which may be NULL.
+  void Fill(const std::string& type, const std::vector<std::string>& values) {
+    std::string list;
+    for (const std::string& value : values) list += "('" + value + "'),";
+    Run("drop table if exists v; create table v (v " + type + "); insert into v values " + list + "(null)");
+  }
+  void ExpectTheSameOf(const std::string& type, const std::vector<std::string>& values) {
+    Fill(type, values);
+    ExpectTheSame(L"select v from v", values.size() + 1);
+  }
+
+  Random random{15};
+};
+
+TEST_F(Binary, Doubles) {
+  std::vector<std::string> values = {"0",
+                                     "-0",
+                                     "NaN",
+                                     "Infinity",
+                                     "-Infinity",
+                                     "1e15",
+                                     "123456789012345",
+                                     "0.0001",
+                                     "0.00001",
+                                     "5e-324",
+                                     "-2.2250738585072014e-308",
+                                     "1.7976931348623157e308",
+                                     "9007199254740993",
+                                     "32767.5",
+                                     "-32769"};
+  char text[32];
+  while (values.size() < 5000) {
+    values.emplace_back(text, std::to_chars(text, std::end(text), random.Double()).ptr);
+  }
+  while (values.size() < 6000) {  // denormal
+    const auto bits = static_cast<std::uint64_t>(random.Between(1, (INT64_C(1) << 52) - 1));
+    values.emplace_back(text, std::to_chars(text, std::end(text), std::bit_cast<double>(bits)).ptr);
+  }
+  ExpectTheSameOf("float8", values);
+}
+
+TEST_F(Binary, Integers) {
+  ExpectTheSameOf("int2", {"-32768", "-1", "0", "32767"});
+  ExpectTheSameOf("int4", {"-2147483648", "-32769", "0", "32768", "2147483647"});
+  ExpectTheSameOf("int8", {"-9223372036854775808", "2147483648", "9223372036854775807"});
+  ExpectTheSameOf("bool", {"true", "false"});
+}
+
+TEST_F(Binary, Numerics) {
+  std::vector<std::string> values = {"NaN",
+                                     "Infinity",
+                                     "-Infinity",
+                                     "0.000",
+                                     "9007199254740993",
+                                     "0.1",
+                                     "-0.00001",
+                                     "1" + std::string(400, '0'),
+                                     "0." + std::string(400, '0') + "1",
+                                     "12345678901234567890.5",
+                                     "9007199254740992.5",
+                                     "4503599627370497.5"};
+  while (values.size() < 3000) {
+    std::string value = random.Between(0, 1) != 0 ? "-" : "";
+    for (auto digits = random.Between(1, 24); digits > 0; --digits)
+      value += std::to_string(random.Between(0, 9));
+    value += '.';
+    for (auto digits = random.Between(0, 24); digits > 0; --digits)
+      value += std::to_string(random.Between(0, 9));
+    values.push_back(value);
+  }
+  ExpectTheSameOf("numeric", values);
+}
+
+TEST_F(Binary, EpochSecondsOfInstants) {
+  ExpectTheSame(
+      L"select extract(epoch from t) from (select to_timestamp(i * 7777777.123457) t from "
+      L"generate_series(-2000, 2000) i union all values ('infinity'), ('-infinity'), (null)) s",
+      4004);
+}
+
+TEST_F(Binary, Texts) {
+  for (const char* type : {"text", "varchar", "char(9)", "name"}) {
+    ExpectTheSameOf(type, {"", "1.5", "a\xE2\x82\xAC\xF0\x9F\x98\x80", "t", "2023-11-14", "  7"});
+  }
+}
+
+// Every zone: those that are not known are asked for as text.
+class BinaryTimes : public Binary, public testing::WithParamInterface<std::pair<const char*, const char*>> {
+ protected:
+  Zone zone{GetParam().first, GetParam().second};
+};
+
+TEST_P(BinaryTimes, ReadTheSame) {
+  std::vector<std::string> values = {"infinity",
+                                     "-infinity",
+                                     "4713-01-01 00:00:00+00 BC",
+                                     "0001-12-31 23:59:59+00 BC",
+                                     "294276-12-30 23:59:59.999999+00",
+                                     "1883-11-18 12:00:00+00",
+                                     "1970-01-01 00:00:00+00"};
+  for (int i = 0; i < 3000; ++i) {
+    values.push_back("epoch " + std::to_string(random.Between(-6'000'000'000, 6'000'000'000)));
+  }
+  std::string list;
+  for (const std::string& value : values) {
+    list += value.starts_with("epoch ") ? "(to_timestamp(" + value.substr(6) + ".5)),"
+                                        : "(timestamptz '" + value + "'),";
+  }
+  Run("create table v (v timestamptz); insert into v values " + list + "(null)");
+  ExpectTheSame(L"select v from v", values.size() + 1);
+}
+
+// Each hour around the clock changes of three years.
+TEST_P(BinaryTimes, ReadTheSameAroundClockChanges) {
+  ExpectTheSame(
+      L"select t from generate_series(timestamptz '2021-01-01 00:30:00+00', '2023-12-31 23:30:00+00', '1 hour') t",
+      26280);
+}
+
+INSTANTIATE_TEST_SUITE_P(In, BinaryTimes,
+                         testing::Values(std::pair("UTC", "UTC"), std::pair("Europe/Berlin", "UTC"),
+                                         std::pair("America/St_Johns", "America/St_Johns"),
+                                         std::pair("Africa/Casablanca", "Africa/Casablanca"),
+                                         std::pair("Asia/Kolkata", "Asia/Kolkata"),
+                                         std::pair("UTC", "Asia/Kolkata"),
+                                         std::pair("No/Zone", "Europe/Berlin"),
+                                         std::pair("Europe/Berlin", "Europe/London")));
+
+}  // namespace
