@@ -1,6 +1,7 @@
 // The queries that return many rows, compared with hand-written libpq loops and with other libraries. All
 // fill the same containers:
-//   read_rows [history|alarms|reports|user_logs]...
+//   read_rows [alone] [history|alarms|reports|user_logs]...
+// alone leaves the other libraries out.
 
 #include <algorithm>
 
@@ -92,7 +93,8 @@ Map Wanted(std::size_t tags) {
 
 class Queries {
  public:
-  Queries() : dbms_(server_.Library()), link_(server_.Connect()), peers_(peers::AllPeers(server_)) {
+  explicit Queries(bool alone) : dbms_(server_.Library()), link_(server_.Connect()) {
+    if (!alone) peers_ = peers::AllPeers(server_);
     bench::Require(dbms_->CreateSystemLogTable(0), "the version is known");
   }
 
@@ -208,11 +210,12 @@ class Queries {
 }  // namespace
 
 int main(int argc, char** argv) {
-  const std::vector<std::string> chosen(argv + 1, argv + argc);
+  std::vector<std::string> chosen(argv + 1, argv + argc);
+  const bool alone = std::erase(chosen, "alone") != 0;
   const auto isChosen = [&](const char* name) {
     return chosen.empty() || std::find(chosen.begin(), chosen.end(), name) != chosen.end();
   };
-  Queries queries;
+  Queries queries(alone);
   if (isChosen("history")) queries.RaceHistory();
   if (isChosen("alarms")) queries.RaceAlarms();
   if (isChosen("reports")) queries.RaceReports();

@@ -1,4 +1,7 @@
-// Operations that are one statement: many small ones, and a large one.
+// Operations that are one statement: many small ones, and a large one:
+//   single_statements [delete|system_log|report]...
+
+#include <algorithm>
 
 #include "BenchServer.h"
 #include "Paired.h"
@@ -85,13 +88,18 @@ void RaceReportRows(bench::BenchServer& server, Dbms& dbms, PGconn* link, std::s
 
 }  // namespace
 
-int main() {
+int main(int argc, char** argv) {
+  const std::vector<std::string> chosen(argv + 1, argv + argc);
+  const auto isChosen = [&](const char* name) {
+    return chosen.empty() || std::find(chosen.begin(), chosen.end(), name) != chosen.end();
+  };
   bench::BenchServer server("bench_single_statements");
   const auto dbms = server.Library();
   const bench::Link link = server.Connect();
   bench::Require(dbms->CreateSystemLogTable(0) && dbms->CreateLogTable(0) && dbms->CreateReportDataTables(0),
                  "creating the tables");
-  RaceDeleteRecipe(*dbms, link.get());
-  RaceSystemLog(server, *dbms, link.get());
+  if (isChosen("delete")) RaceDeleteRecipe(*dbms, link.get());
+  if (isChosen("system_log")) RaceSystemLog(server, *dbms, link.get());
+  if (!isChosen("report")) return 0;
   for (const std::size_t rows : {375u, 750u, 1500u, 3000u}) RaceReportRows(server, *dbms, link.get(), rows);
 }

@@ -1,9 +1,17 @@
 #pragma once
 
 #include <memory>
+#include <vector>
 
 #include "pgAPI.h"
 #include "pq/Connection.h"
+
+// A command's text and its parameters: first those with a number, ascending.
+struct CommandText {
+  SAString text;
+  std::shared_ptr<pq::Statement> statement;
+  std::vector<SAParam> parameters;
+};
 
 // What a connection shares with the commands on it, which may outlive it.
 struct SharedConnection {
@@ -11,6 +19,9 @@ struct SharedConnection {
   pq::StatementCache statements;
   // Of a command without a text.
   std::shared_ptr<pq::Statement> noStatement = std::make_shared<pq::Statement>(pq::MarkedStatement());
+  // Of the command that ended last, for the next one with the same text: programs repeat statements, each
+  // time by a new command.
+  CommandText recent;
   pq::Parameters parameters;  // of the statement that is sent next
 };
 

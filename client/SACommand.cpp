@@ -9,6 +9,8 @@
 
 namespace {
 
+constexpr std::size_t kMaxRecentSize = 2000;  // characters of a text
+
 SAException NoParameter(const std::wstring& name) {
   return pq::UsageError(L"The statement has no parameter :" + name);
 }
@@ -43,44 +45,75 @@ class SACommand::Impl {
     } catch (const SAException& error) {
       const bool asText = binary && HasNoBinaryFormat(error);
       const bool repeat = (asText || (IsPrepared() && IsOutdated(error))) && shared->connection.IsIdle();
-      statement->Forget();
+      current.statement->Forget();
       if (!repeat) throw;
       Start(values, binary && !asText);
     }
   }
 
-  void MakeParameters() {
-    parameters.clear();
-    parameters.reserve(statement->numbers.size() + statement->named.size());
-    for (const int number : statement->numbers) parameters.emplace_back(number);
-    for (const std::wstring& name : statement->named) parameters.emplace_back(SAString(name));
-    next = 0;
+  // Whether the text is that of the command that ended last, whose parameters this one takes over then.
+  bool TakeRecent(std::wstring_view text) {
+    if (text.empty() || text != pq::View(shared->recent.text)) return false;
+    Reset();
+    current = std::move(shared->recent);
+    shared->recent.text = SAString();
+    for (SAParam& parameter : current.parameters) parameter.setUnbound();
+    return true;
+  }
+
+  void SetText(SAString&& text) {
+    std::shared_ptr<pq::Statement> statement = shared->statements.Get(pq::View(text));
+    Reset();
+    current.text = std::move(text);
+    current.statement = std::move(statement);
+    MakeParameters();
+  }
+
+  // Leaves the text with its parameters to the next command, unless they take much memory.
+  void LeaveRecent() noexcept {
+    const auto isShort = [](const SAParam& one) { return one.boundString().GetLength() <= kMaxRecentSize; };
+    const std::vector<SAParam>& parameters = current.parameters;
+    if (parameters.empty() || current.text.GetLength() > kMaxRecentSize) return;
+    if (std::all_of(parameters.begin(), parameters.end(), isShort)) shared->recent = std::move(current);
   }
 
   SAParam& ByNumber(int number) {
-    const std::size_t index = statement->IndexOf(number);
-    if (index == statement->numbers.size()) throw NoParameter(std::to_wstring(number));
-    return parameters[index];
+    const pq::Statement& statement = *current.statement;
+    const std::size_t index = statement.IndexOf(number);
+    if (index == statement.numbers.size()) throw NoParameter(std::to_wstring(number));
+    return current.parameters[index];
   }
 
   SAParam& NextParameter() {
-    if (next == parameters.size())
+    if (next == current.parameters.size())
       throw pq::UsageError(L"There are more values than the statement has parameters");
-    return parameters[next++];
+    return current.parameters[next++];
   }
 
   std::shared_ptr<SharedConnection> shared;
-  SAString text;
-  std::shared_ptr<pq::Statement> statement = shared->noStatement;
-  std::vector<SAParam> parameters;  // first those with a number, ascending
-  std::size_t next = 0;             // to be bound by operator<<
-  bool inBinary = false;            // asked for, and with times
+  CommandText current = {SAString(), shared->noStatement, {}};
+  std::size_t next = 0;   // to be bound by operator<<
+  bool inBinary = false;  // asked for, and with times
   bool withTimes = false;
   pq::RowReader rows{shared->connection};
   std::vector<SAField> fields;
 
  private:
-  bool IsPrepared() const { return !statement->name.empty(); }
+  bool IsPrepared() const { return !current.statement->name.empty(); }
+
+  void Reset() {
+    fields.clear();
+    rows.Clear();
+    next = 0;
+  }
+
+  void MakeParameters() {
+    const pq::Statement& statement = *current.statement;
+    current.parameters.clear();
+    current.parameters.reserve(statement.numbers.size() + statement.named.size());
+    for (const int number : statement.numbers) current.parameters.emplace_back(number);
+    for (const std::wstring& name : statement.named) current.parameters.emplace_back(SAString(name));
+  }
 
   bool AsksForBinary() const {
     return inBinary && (!withTimes || shared->connection.Zone() != pq::SessionZone::Unknown);
@@ -88,7 +121,7 @@ class SACommand::Impl {
 
   void Start(const pq::Parameters& values, bool binary) {
     rows.Clear();
-    rows.Start(shared->connection.Send(*statement, values, binary));
+    rows.Start(shared->connection.Send(*current.statement, values, binary));
     if (binary && rows.IsUnreadable()) Start(values, false);
   }
 };
@@ -99,26 +132,26 @@ SACommand::SACommand(SAConnection* connection, const SAString& text)
   if (!text.IsEmpty()) setCommandText(text);
 }
 
-SACommand::~SACommand() = default;
+SACommand::~SACommand() { impl_->LeaveRecent(); }
 
 void SACommand::setCommandText(SAString&& text) {
   if (pq::HoldsNul(text)) throw pq::UsageError(L"The statement holds a NUL character");
-  impl_->statement = impl_->shared->statements.Get(pq::View(text));
-  impl_->text = std::move(text);
-  impl_->fields.clear();
-  impl_->rows.Clear();
-  impl_->MakeParameters();
+  if (!impl_->TakeRecent(pq::View(text))) impl_->SetText(std::move(text));
 }
 
-SAString SACommand::CommandText() const { return impl_->text; }
+void SACommand::setCommandText(const SAChar* text) {
+  if (!impl_->TakeRecent(text ? text : L"")) setCommandText(SAString(text));
+}
 
-int SACommand::ParamCount() const { return static_cast<int>(impl_->parameters.size()); }
+SAString SACommand::CommandText() const { return impl_->current.text; }
+
+int SACommand::ParamCount() const { return static_cast<int>(impl_->current.parameters.size()); }
 
 SAParam& SACommand::Param(int number) { return impl_->ByNumber(number); }
 
 SAParam& SACommand::Param(const SAString& name) {
-  const auto found = FindNamed(impl_->parameters, name);
-  if (found == impl_->parameters.end()) throw NoParameter(std::wstring(name));
+  const auto found = FindNamed(impl_->current.parameters, name);
+  if (found == impl_->current.parameters.end()) throw NoParameter(std::wstring(name));
   return *found;
 }
 
@@ -175,7 +208,7 @@ void SACommand::setBinaryResults(bool withTimes) {
 void SACommand::Execute() {
   impl_->next = 0;
   pq::Parameters& values = impl_->shared->parameters;
-  values.Bind(impl_->parameters);
+  values.Bind(impl_->current.parameters);
   impl_->fields.clear();
   impl_->Run(values);
   const std::vector<pq::Cell>& cells = impl_->rows.Cells();

@@ -2,6 +2,8 @@
 
 #include "SQLAPI.h"
 
+void SAValue::setUnbound() { kind_ = Kind::Unbound; }
+
 void SAValue::setAsNull() { kind_ = Kind::Null; }
 
 bool& SAValue::setAsBool() {
@@ -30,7 +32,7 @@ double& SAValue::setAsDouble() {
 }
 
 SAString& SAValue::setAsString() {
-  if (kind_ != Kind::String) text_ = SAString();
+  if (kind_ != Kind::String) text_ = L"";  // which keeps its memory
   kind_ = Kind::String;
   return text_;
 }

@@ -99,6 +99,7 @@ class SQLAPI_EXPORT SACommand {
   // Drops the parameters and the result of the former text.
   void setCommandText(const SAString& text) { setCommandText(SAString(text)); }
   void setCommandText(SAString&& text);
+  void setCommandText(const SAChar* text);  // null reads as the empty text
   SAString CommandText() const;
 
   int ParamCount() const;

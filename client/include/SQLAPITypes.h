@@ -153,6 +153,7 @@ class SQLAPI_EXPORT SAValue {
 
   SAValue() = default;
 
+  void setUnbound();
   void setAsNull();
   bool& setAsBool();
   short& setAsShort();

@@ -94,6 +94,8 @@ void SACommand::setCommandText(SAString&& text) {
   for (const std::wstring& name : marked.named) add(name);
 }
 
+void SACommand::setCommandText(const SAChar* text) { setCommandText(SAString(text)); }
+
 SAString SACommand::CommandText() const { return impl_->text; }
 
 int SACommand::ParamCount() const { return static_cast<int>(impl_->params.size()); }
