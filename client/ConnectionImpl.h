@@ -7,7 +7,7 @@
 #include "pq/Connection.h"
 
 // A command's text and its parameters: first those with a number, ascending.
-struct CommandText {
+struct TextAndParameters {
   SAString text;
   std::shared_ptr<pq::Statement> statement;
   std::vector<SAParam> parameters;
@@ -21,7 +21,7 @@ struct SharedConnection {
   std::shared_ptr<pq::Statement> noStatement = std::make_shared<pq::Statement>(pq::MarkedStatement());
   // Of the command that ended last, for the next one with the same text: programs repeat statements, each
   // time by a new command.
-  CommandText recent;
+  TextAndParameters recent;
   pq::Parameters parameters;  // of the statement that is sent next
 };
 

@@ -91,7 +91,7 @@ class SACommand::Impl {
   }
 
   std::shared_ptr<SharedConnection> shared;
-  CommandText current = {SAString(), shared->noStatement, {}};
+  TextAndParameters current = {SAString(), shared->noStatement, {}};
   std::size_t next = 0;   // to be bound by operator<<
   bool inBinary = false;  // asked for, and with times
   bool withTimes = false;
