@@ -2,6 +2,7 @@
 
 #include <bit>
 #include <charconv>
+#include <cstdlib>
 #include <iterator>
 #include <ostream>
 
@@ -41,6 +42,21 @@ std::vector<std::wstring> Readings(const SAField& field) {
       Outcome([&] { return std::to_wstring(field.asBool()); }),
       Outcome([&] { return Fields(field.asDateTime()); }),
   };
+}
+
+// Without texts, of which the server at times writes a longer one for a double.
+void DropTexts(std::vector<std::vector<std::wstring>>& rows) {
+  for (auto& readings : rows) {
+    readings[1].clear();
+    for (std::wstring& reading : readings) {
+      if (reading.starts_with(L"error")) reading = L"error";
+    }
+  }
+}
+
+double Number(const SAString& text) {
+  const std::wstring wide = Wide(text);
+  return std::strtod(std::string(wide.begin(), wide.end()).c_str(), nullptr);
 }
 
 class Binary : public ClientTest {
@@ -106,7 +122,26 @@ TEST_F(Binary, Doubles) {
     const auto bits = static_cast<std::uint64_t>(random.Between(1, (INT64_C(1) << 52) - 1));
     values.emplace_back(text, std::to_chars(text, std::end(text), std::bit_cast<double>(bits)).ptr);
   }
-  ExpectTheSameOf("float8", values);
+  Fill("float8", values);
+  auto inText = Read(L"select v from v", false);
+  auto inBinary = Read(L"select v from v", true);
+  DropTexts(inText);
+  DropTexts(inBinary);
+  ASSERT_EQ(inBinary.size(), values.size() + 1);
+  for (std::size_t i = 0; i < inBinary.size(); ++i) ASSERT_EQ(inBinary[i], inText[i]) << i;
+}
+
+TEST_F(Binary, TextsOfDoublesReadAsTheDoubles) {
+  SACommand command(&connection, L"select power(-1.37::float8, i) from generate_series(-2000, 2000) i");
+  command.setBinaryResults(false);
+  command.Execute();
+  int rows = 0;
+  for (; command.FetchNext(); ++rows) {
+    const SAField& field = command.Field(1);
+    ASSERT_EQ(std::bit_cast<std::uint64_t>(Number(field.asString())),
+              std::bit_cast<std::uint64_t>(field.asDouble()));
+  }
+  EXPECT_EQ(rows, 4001);
 }
 
 TEST_F(Binary, Integers) {
@@ -149,7 +184,7 @@ TEST_F(Binary, EpochSecondsOfInstants) {
 }
 
 TEST_F(Binary, Texts) {
-  for (const char* type : {"text", "varchar", "char(9)", "name"}) {
+  for (const char* type : {"text", "varchar", "char(12)", "name"}) {
     ExpectTheSameOf(type, {"", "1.5", "a\xE2\x82\xAC\xF0\x9F\x98\x80", "t", "2023-11-14", "  7"});
   }
 }
