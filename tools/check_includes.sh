@@ -81,8 +81,8 @@ check_foreign() {
   case $2 in
     port/* | historian/command/posix/* | historian/command/windows/* | tests/* | benchmarks/* | examples/*) return 0 ;;
   esac
-  if [ "$3" = libpq-fe.h ]; then
-    [[ $2 == client/pq/* ]] || problem "$1: libpq-fe.h is included outside client/pq"
+  if [[ $3 == libpq-fe.h || $3 == libpq-events.h ]]; then
+    [[ $2 == client/pq/* ]] || problem "$1: $3 is included outside client/pq"
   elif [[ $2 == historian/* ]] && is_historians "$3"; then
     return 0
   elif [[ $3 == fmt/* ]]; then

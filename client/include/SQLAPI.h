@@ -29,24 +29,24 @@ class SQLAPI_EXPORT SAConnection {
   SAConnection(const SAConnection&) = delete;
   SAConnection& operator=(const SAConnection&) = delete;
 
-  // Connects to `[server@][database][;options]`: server is `host[,port]` or the path of a Unix
-  // socket's directory, options go to the server process, and the database part may hold connection
-  // keywords (`dbname=scada connect_timeout=3`; a hostaddr counts only where no server is named). The
-  // server ends at the first '@', the options begin at the first ';' after it that is not in a quoted
-  // value (`password='a;b'`). libpq's environment applies to the rest, but the client encoding is
-  // always UTF-8. A handler is called before (stage 0) and after (stage 1).
+  // Connects to `[server@][database][;options]`: server is `host[,port]` or the path of a Unix socket's
+  // directory, options go to the server process, and the database part may hold connection keywords
+  // (`dbname=scada connect_timeout=3`; a hostaddr counts only where no server is named). The server ends at
+  // the first '@', the options begin at the first ';' after it that is not in a quoted value
+  // (`password='a;b'`). libpq's environment applies to the rest, but the client encoding is always UTF-8. A
+  // handler is called before (stage 0) and after (stage 1).
   //
-  // The wait for a silent network is limited: connect_timeout=10 (seconds), keepalives_idle=10,
-  // keepalives_interval=5, keepalives_count=3 and tcp_user_timeout=30000 (milliseconds, where the
-  // system has it; Windows has not), unless the database part, libpq's environment or a service says
-  // otherwise; 0 removes a limit. A statement may take any time while the network answers.
-  //
+  // Waits are limited: connect_timeout=10 (seconds), keepalives_idle=10, keepalives_interval=5,
+  // keepalives_count=3, tcp_user_timeout=30000 (milliseconds; not on Windows), unless the database part,
+  // libpq's environment or a service says otherwise; 0 removes a limit. After each 20 seconds (option `-c
+  // dbmsapi.silence_check=20`; 0: never) without an answer, a second connection asks the server whether it
+  // works on the statement, which may take any time. If twice it does not, or none can be made, the statement
+  // fails: "The server did not answer for ...".
   // Dates come in ISO style, even after a client has set another; numbers with all their digits
   // (extra_float_digits=1, unless the options say otherwise); a backslash in a string is an ordinary
   // character (standard_conforming_strings=on). Notices and notifications are discarded.
-  //
-  // Throws class 3, native code 1, when no connection can be made; class 2 when already connected and
-  // for a text that holds a NUL.
+  // Throws class 3, native code 1, when no connection can be made; class 2 when already connected and for a
+  // text that holds a NUL.
   void Connect(const SAString& dbString, const SAString& user, const SAString& password,
                SAClient_t client = SA_Client_NotSpecified, saConnectionHandler_t handler = nullptr);
 

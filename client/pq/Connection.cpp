@@ -5,6 +5,7 @@
 #include <string_view>
 #include <utility>
 
+#include "Calls.h"
 #include "Errors.h"
 #include "Types.h"
 #include "port/LocalTime.h"
@@ -18,35 +19,7 @@ constexpr char kRollback[] = "ROLLBACK";
 constexpr char kCommitRolledBack[] = "The transaction was rolled back: a statement in it has failed";
 constexpr char kDeallocate[] = "DEALLOCATE ";
 constexpr char kNamePrefix[] = "dbmsapi_";
-constexpr char kCopyRefused[] = "COPY goes through the native connection";
 constexpr char kEndlessCopy[] = "The server answered the end of COPY by another COPY";
-
-// Ends a COPY without sending data or keeping what was received.
-void EndCopy(PGconn* handle, ExecStatusType status) {
-  if (status == PGRES_COPY_IN || status == PGRES_COPY_BOTH) PQputCopyEnd(handle, kCopyRefused);
-  if (status == PGRES_COPY_OUT || status == PGRES_COPY_BOTH) {
-    char* line = nullptr;
-    while (PQgetCopyData(handle, &line, 0) > 0) PQfreemem(line);
-  }
-}
-
-bool IsCopy(ExecStatusType status) {
-  return status == PGRES_COPY_IN || status == PGRES_COPY_OUT || status == PGRES_COPY_BOTH;
-}
-
-// Returns the first result that is a failure, else the last one. PQexec would always return the last one;
-// when the server closes the connection, only the first holds its reason. `sent` is what libpq's send
-// returned.
-Result ReadToTheEnd(PGconn* handle, int sent) {
-  Result kept;
-  if (!sent) return kept;
-  while (Result piece{PQgetResult(handle)}) {
-    const bool isCopy = IsCopy(PQresultStatus(piece.get()));
-    if (!kept || !IsFailure(kept.get())) kept = std::move(piece);
-    if (isCopy) break;  // libpq would return it again and again
-  }
-  return kept;
-}
 
 }  // namespace
 
@@ -71,7 +44,7 @@ void Connection::Destroy() noexcept {
 bool Connection::IsAlive() {
   if (!handle_ || PQstatus(handle_.get()) != CONNECTION_OK) return false;
   DiscardUnread();
-  const Result answer(PQexec(handle_.get(), kPing));
+  const Result answer(Exec(handle_.get(), kPing));
   return PQresultStatus(answer.get()) == PGRES_EMPTY_QUERY;
 }
 
@@ -91,26 +64,17 @@ void Connection::MakeReady() {
   }
 }
 
-// Reads what is left of an answer; libpq counts a connection as active until then. Destroys a connection
-// whose server does not end a COPY.
+// Destroys a connection whose server does not end a COPY.
 void Connection::DiscardUnread() {
   reading_ = 0;
   // Notifications after a LISTEN; libpq keeps them until they are fetched.
   while (PGnotify* const notification = PQnotifies(handle_.get())) PQfreemem(notification);
-  if (PQtransactionStatus(handle_.get()) != PQTRANS_ACTIVE) return;
-  bool copyEnded = false;
-  while (const Result piece{PQgetResult(handle_.get())}) {
-    const ExecStatusType status = PQresultStatus(piece.get());
-    if (!IsCopy(status)) continue;
-    // libpq returns a COPY again and again when the connection breaks in it.
-    if (std::exchange(copyEnded, true)) return Destroy();
-    EndCopy(handle_.get(), status);
-  }
+  if (!DiscardAnswer(handle_.get())) Destroy();
 }
 
 Result Connection::Execute(const char* statement) {
   MakeReady();
-  Result result = ReadToTheEnd(handle_.get(), PQsendQuery(handle_.get(), statement));
+  Result result(Exec(handle_.get(), statement));
   if (!result || IsFailure(result.get())) ThrowFailure(result.get(), handle_.get());
   return result;
 }
@@ -173,6 +137,7 @@ QueryId Connection::Send(Statement& statement, const Parameters& parameters, boo
 QueryId Connection::Sent(int accepted) {
   if (!accepted) ThrowFailure(nullptr, handle_.get());
   PQsetSingleRowMode(handle_.get());
+  Flush(handle_.get());
   return reading_ = ++lastQuery_;
 }
 
@@ -190,13 +155,13 @@ PreparedNames Connection::Prepare(const Statement& statement) {
 // first query. One by one: it fails for a name that others have deallocated already.
 void Connection::DeallocateReleased() {
   if (!IsIdle()) return;
-  for (const std::string& name : *released_) Result(PQexec(handle_.get(), (kDeallocate + name).c_str()));
+  for (const std::string& name : *released_) Result(Exec(handle_.get(), (kDeallocate + name).c_str()));
   released_->clear();
 }
 
 Result Connection::Next() {
-  Result piece(PQgetResult(handle_.get()));
-  if (!IsCopy(PQresultStatus(piece.get()))) return piece;
+  Result piece(GetResult(handle_.get()));
+  if (!IsCopy(piece.get())) return piece;
   DiscardUnread();
   throw UsageError(L"COPY goes through the native connection");
 }

@@ -8,8 +8,10 @@
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <utility>
 #include <vector>
 
+#include "Calls.h"
 #include "ConnectionDefaults.h"
 #include "Errors.h"
 #include "port/Socket.h"
@@ -99,29 +101,14 @@ void Await(PGconn* connection) {
 }
 
 // In steps, because the server may send notices while the connection is made, which libpq would print.
-ConnectionHandle Open(const ConnectionKeywords& keywords) {
+ConnectionHandle Open(const ConnectionKeywords& keywords, PGVerbosity errors) {
   ConnectionHandle connection(Start(keywords));
+  PQsetErrorVerbosity(connection.get(), errors);
   PQsetNoticeProcessor(connection.get(), IgnoreNotice, nullptr);
   // The context of an error in a COPY quotes the row.
   PQsetErrorContextVisibility(connection.get(), PQSHOW_CONTEXT_NEVER);
   Await(connection.get());
   return connection;
-}
-
-// Runs statements of this layer within the time limit for connecting.
-void RunInTime(PGconn* connection, const std::string& statements) {
-  const Deadline deadline = DeadlineOf(connection).value_or(Deadline::max());
-  if (!PQsendQuery(connection, statements.c_str())) ThrowConnectFailure(connection);
-  for (;;) {
-    while (PQisBusy(connection)) {
-      if (!sys::WaitForSocket(PQsocket(connection), sys::SocketEvent::Readable, deadline))
-        ThrowTimeoutExpired(connection);
-      if (!PQconsumeInput(connection)) ThrowConnectFailure(connection);
-    }
-    const Result result(PQgetResult(connection));
-    if (!result) return;
-    if (PQresultStatus(result.get()) != PGRES_COMMAND_OK) ThrowConnectFailure(connection);
-  }
 }
 
 bool Reports(const PGconn* connection, const char* setting, std::string_view start) {
@@ -149,18 +136,46 @@ void SetSettings(PGconn* connection) {
 void FinishConnection::operator()(PGconn* connection) const { PQfinish(connection); }
 
 ConnectionHandle Connect(const ConnectionKeywords& keywords) {
-  ConnectionHandle connection = Open(Complete(keywords, SessionOptions::Sent));
+  ConnectionHandle connection = Open(Complete(keywords, SessionOptions::Sent), PQERRORS_DEFAULT);
   if (std::string_view(PQerrorMessage(connection.get())).find(kOptionRefused) != std::string_view::npos) {
-    connection = Open(Complete(keywords, SessionOptions::LeftOut));
+    connection = Open(Complete(keywords, SessionOptions::LeftOut), PQERRORS_DEFAULT);
   }
   if (PQstatus(connection.get()) != CONNECTION_OK) ThrowConnectFailure(connection.get());
   SetSettings(connection.get());
+  PQsetnonblocking(connection.get(), 1);
   return connection;
+}
+
+ConnectionHandle OpenToAsk(const ConnectionKeywords& keywords) {
+  ConnectionHandle connection = Open(keywords, PQERRORS_SQLSTATE);
+  if (PQstatus(connection.get()) != CONNECTION_OK) ThrowConnectFailure(connection.get());
+  return connection;
+}
+
+Result RunInTime(PGconn* connection, const std::string& statements) {
+  const Deadline deadline = DeadlineOf(connection).value_or(Deadline::max());
+  if (!PQsendQuery(connection, statements.c_str())) ThrowConnectFailure(connection);
+  for (Result last;;) {
+    while (PQisBusy(connection)) {
+      if (!sys::WaitForSocket(PQsocket(connection), sys::SocketEvent::Readable, deadline))
+        ThrowTimeoutExpired(connection);
+      if (!PQconsumeInput(connection)) ThrowConnectFailure(connection);
+    }
+    Result result(PQgetResult(connection));
+    if (!result) return last;
+    if (IsFailure(result.get())) ThrowConnectFailure(connection);
+    last = std::move(result);
+  }
+}
+
+bool HasTimeLimit(PGconn* connection) {
+  const auto deadline = DeadlineOf(connection);
+  return deadline && *deadline != Deadline::max();
 }
 
 bool ReportsIsoDates(const PGconn* connection) { return Reports(connection, "DateStyle", "ISO"); }
 
-void SetIsoDates(PGconn* connection) { const Result ignored(PQexec(connection, kSetIsoDates)); }
+void SetIsoDates(PGconn* connection) { const Result ignored(Exec(connection, kSetIsoDates)); }
 
 void ShutDown(const PGconn* connection) { sys::ShutDownSocket(PQsocket(connection)); }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 #include "ConnectionString.h"
 #include "Result.h"
@@ -17,6 +18,17 @@ using ConnectionHandle = std::unique_ptr<PGconn, FinishConnection>;
 // Connects, within the time that the keywords allow. Notices of the server are ignored. Dates come in ISO
 // style, numbers with all their digits, and a backslash in a string is an ordinary character.
 ConnectionHandle Connect(const ConnectionKeywords& keywords);
+
+// The same for a question about the server: nothing is set, and errors of the server are texts that end with
+// their SQLSTATE. Throws a connect failure.
+ConnectionHandle OpenToAsk(const ConnectionKeywords& keywords);
+
+// Runs statements within the time limit for connecting, and returns the result of the last one. Throws a
+// connect failure.
+Result RunInTime(PGconn* connection, const std::string& statements);
+
+// Whether the time for connecting is limited.
+bool HasTimeLimit(PGconn* connection);
 
 // Whether dates come in ISO style; and makes them so.
 bool ReportsIsoDates(const PGconn* connection);

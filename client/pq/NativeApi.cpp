@@ -2,21 +2,30 @@
 
 #include <libpq-fe.h>
 
+#include "Calls.h"
+#include "Silence.h"
+
 namespace pq {
 namespace {
 
 pgAPI EntryPoints() {
   pgAPI api;
-  api.PQexec = ::PQexec;
+  api.PQexec = Exec;
   api.PQresultStatus = [](const PGresult* result) { return static_cast<int>(::PQresultStatus(result)); };
-  api.PQresultErrorMessage = ::PQresultErrorMessage;
+  api.PQresultErrorMessage = [](const PGresult* result) {
+    char* const reason = ReasonGivenUp(result);
+    return reason ? reason : ::PQresultErrorMessage(result);
+  };
   api.PQresultErrorField = ::PQresultErrorField;
   api.PQclear = ::PQclear;
-  api.PQputCopyData = ::PQputCopyData;
-  api.PQputCopyEnd = ::PQputCopyEnd;
-  api.PQgetResult = ::PQgetResult;
-  api.PQerrorMessage = ::PQerrorMessage;
-  api.PQexecParams = ::PQexecParams;
+  api.PQputCopyData = PutCopyData;
+  api.PQputCopyEnd = PutCopyEnd;
+  api.PQgetResult = GetResult;
+  api.PQerrorMessage = [](const PGconn* connection) {
+    char* const reason = ReasonGivenUp(connection);
+    return reason ? reason : ::PQerrorMessage(connection);
+  };
+  api.PQexecParams = ExecParams;
   api.PQntuples = ::PQntuples;
   api.PQgetvalue = ::PQgetvalue;
   api.PQgetlength = ::PQgetlength;

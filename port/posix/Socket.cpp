@@ -26,7 +26,9 @@ void ShutDownSocket(int socket) {
 }
 
 bool WaitForSocket(int socket, SocketEvent event, SocketDeadline deadline) {
-  pollfd entry = {socket, static_cast<short>(event == SocketEvent::Readable ? POLLIN : POLLOUT), 0};
+  pollfd entry = {socket, 0, 0};
+  if (event != SocketEvent::Writable) entry.events |= POLLIN;
+  if (event != SocketEvent::Readable) entry.events |= POLLOUT;
   int ready = 0;
   do {
     ready = ::poll(&entry, 1, MillisecondsUntil(deadline));

@@ -24,17 +24,15 @@ void ShutDownSocket(int socket) {
 
 bool WaitForSocket(int socket, SocketEvent event, SocketDeadline deadline) {
   // Not WSAPoll, which in older systems never reports a refused connection.
-  fd_set awaited, failed;
-  FD_ZERO(&awaited);
-  FD_ZERO(&failed);
-  FD_SET(static_cast<SOCKET>(socket), &awaited);
+  fd_set readable, writable, failed;
+  for (fd_set* const set : {&readable, &writable, &failed}) FD_ZERO(set);
+  if (event != SocketEvent::Writable) FD_SET(static_cast<SOCKET>(socket), &readable);
+  if (event != SocketEvent::Readable) FD_SET(static_cast<SOCKET>(socket), &writable);
   FD_SET(static_cast<SOCKET>(socket), &failed);
-  const bool reads = event == SocketEvent::Readable;
   timeval left = {};
   const bool limited = deadline != SocketDeadline::max();
   if (limited) left = TimeUntil(deadline);
-  return ::select(0, reads ? &awaited : nullptr, reads ? nullptr : &awaited, &failed,
-                  limited ? &left : nullptr) != 0;
+  return ::select(0, &readable, &writable, &failed, limited ? &left : nullptr) != 0;
 }
 
 }  // namespace sys

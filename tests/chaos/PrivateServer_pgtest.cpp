@@ -2,9 +2,11 @@
 
 #include <SQLAPI.h>
 
+#include <algorithm>
 #include <future>
 
 #include "chaos/OperationsTest.h"
+#include "platform/Process.h"
 #include "server/PrivateServer.h"
 
 namespace {
@@ -34,6 +36,16 @@ class PrivateServer : public OperationsTest {
     for (Client& client : clients) {
       SCOPED_TRACE(client.operation->name);
       test(client);
+    }
+  }
+  // As many as the server has places for when each connects again and again.
+  void ForTheFirstWriteOfEachFamily(const std::function<void(Client&)>& test) {
+    for (const Family& family : Families()) {
+      const auto first = std::find_if(family.operations.begin(), family.operations.end(),
+                                      [](const Operation& operation) { return !operation.IsRead(); });
+      ForEachClient([&](Client& client) {
+        if (client.operation == &*first) test(client);
+      });
     }
   }
   void ConnectAll() {
@@ -127,6 +139,33 @@ TEST_F(PrivateServer, IsFrozen) {
   for (auto& call : calls) EXPECT_TRUE(call.get());
   EXPECT_TRUE(late->Connect()) << LastMessage(*late);
   ForEachClient([&](Client& client) { ExpectHeld(client, true); });
+  ExpectAllGoOn();
+}
+
+TEST_F(PrivateServer, StaysFrozen) {
+  platform::SetVariable("PGOPTIONS", "-c dbmsapi.silence_check=1");
+  platform::SetVariable("PGCONNECT_TIMEOUT", "2");
+  ConnectAll();
+  for (const char* name : {"PGOPTIONS", "PGCONNECT_TIMEOUT"}) platform::SetVariable(name, nullptr);
+  ControlServer("freeze");
+  std::vector<std::pair<Client*, std::future<bool>>> calls;
+  ForTheFirstWriteOfEachFamily([&](Client& client) {
+    calls.emplace_back(&client, std::async(std::launch::async, [&client] { return client.Call(); }));
+  });
+  for (auto& [client, call] : calls) {
+    SCOPED_TRACE(client->operation->name);
+    EXPECT_FALSE(call.get());
+    // One that has looked for TimescaleDB in vain goes on, and connects again.
+    EXPECT_TRUE(Says(*client->dbms,
+                     {client->operation->probes ? L"timeout expired" : L"The server did not answer for "}));
+  }
+  ControlServer("thaw");
+  // The server carries out what it has received: the first statement of each.
+  Reconnect();
+  for (auto& [client, call] : calls) {
+    SCOPED_TRACE(client->operation->name);
+    WaitUntil("select (" + client->operation->held + ") = " + std::to_string(client->operation->holds[1]));
+  }
   ExpectAllGoOn();
 }
 

@@ -34,7 +34,7 @@ cp sqlite/deps/sqlite3/sqlite3.h include
 
 # The headers of Debian's libpq-dev fit, except for the name of a 64-bit integer.
 postgresql=$(pg_config --includedir)
-cp "$postgresql/libpq-fe.h" "$postgresql/postgres_ext.h" include
+cp "$postgresql"/{libpq-fe,libpq-events,postgres_ext}.h include
 sed 's/^#define PG_INT64_TYPE .*/#define PG_INT64_TYPE long long int/' "$postgresql/pg_config_ext.h" >include/pg_config_ext.h
 grep -q '^#define PG_INT64_TYPE long long int' include/pg_config_ext.h || die 'pg_config_ext.h is not what it was'
 cp -r "${header_only[@]/#//usr/include/}" include

@@ -4,8 +4,8 @@
 #include <thread>
 
 #include "historian/recorder/RecorderTest.h"
-#include "historian/recorder/TcpGate.h"
 #include "server/Random.h"
+#include "server/TcpGate.h"
 
 namespace historian {
 namespace {

@@ -1,8 +1,6 @@
-#include "historian/recorder/TcpGate.h"
+#include "server/TcpGate.h"
 
 #include <utility>
-
-namespace historian {
 
 using platform::Socket;
 
@@ -42,12 +40,13 @@ TcpGate::Fault TcpGate::Count(std::size_t received, std::size_t& through) {
 
 void TcpGate::Serve() {
   while (Socket client = listener_.Accept()) {
-    carriers_.emplace_back(&TcpGate::Carry, this, std::move(client));
-    ++connections_;
+    if (turnsAway_) continue;
+    const int number = ++connections_;
+    carriers_.emplace_back(&TcpGate::Carry, this, std::move(client), number);
   }
 }
 
-void TcpGate::Carry(Socket client) {
+void TcpGate::Carry(Socket client, int number) {
   const Socket server = Socket::To(host_, serverPort_);
   Fault fault = Fault::None;
   while (server && fault != Fault::Cut) {
@@ -58,7 +57,10 @@ void TcpGate::Carry(Socket client) {
     const std::size_t ready = platform::WaitForAny({&listener_.Stopped(), &client, &server});
     if (ready == 0) return;
     const bool fromClient = ready == 1;
-    if (!Pass(fromClient ? client : server, fromClient ? server : client, fromClient, fault)) return;
+    if (!fromClient && number <= withoutAnswers_) {
+      if (!Discard(server)) fault = Fault::Stall;  // the client does not learn of it
+    } else if (!Pass(fromClient ? client : server, fromClient ? server : client, fromClient, fault))
+      return;
   }
 }
 
@@ -72,11 +74,14 @@ bool TcpGate::Pass(const Socket& from, const Socket& to, bool fromClient, Fault&
   return to.SendAll(buffer, through, listener_.Stopped());
 }
 
+bool TcpGate::Discard(const Socket& from) {
+  char buffer[16384];
+  return from.Receive(buffer, sizeof buffer) > 0;
+}
+
 bool TcpGate::Pause() {
   const std::chrono::milliseconds delay(delayMs_);
   if (delay.count() == 0) return true;
   std::unique_lock lock(mutex_);
   return !stopped_.wait_for(lock, delay, [this] { return isStopping_; });
 }
-
-}  // namespace historian

@@ -12,8 +12,6 @@
 
 #include "platform/Listener.h"
 
-namespace historian {
-
 // A proxy between a client and a server that passes bytes on until the test says otherwise. It can be stopped
 // at any moment.
 class TcpGate {
@@ -30,6 +28,10 @@ class TcpGate {
     Plan(Fault::Swallow, bytes);
   }  // open, and nothing goes through any more
   void StallAfter(std::int64_t bytes) { Plan(Fault::Stall, bytes); }  // open, and nothing is read any more
+  // From now on nothing of what the server sends comes through, on the connections there are.
+  void SwallowAnswers() { withoutAnswers_ = connections_.load(); }
+  // From now on, later connections are closed at once.
+  void TurnAway() { turnsAway_ = true; }
   void Delay(std::chrono::milliseconds each) {
     delayMs_ = each.count();
   }  // of each piece, in both directions
@@ -44,8 +46,9 @@ class TcpGate {
   void Plan(Fault fault, std::int64_t bytes);
   Fault Count(std::size_t received, std::size_t& through);
   void Serve();
-  void Carry(platform::Socket client);
+  void Carry(platform::Socket client, int number);
   bool Pass(const platform::Socket& from, const platform::Socket& to, bool fromClient, Fault& fault);
+  static bool Discard(const platform::Socket& from);
   bool Pause();
 
   std::string host_;
@@ -55,12 +58,11 @@ class TcpGate {
   std::mutex mutex_;
   std::condition_variable stopped_;
   bool isStopping_ = false;
+  std::atomic<bool> turnsAway_ = false;
   Fault fault_ = Fault::None;
   std::int64_t faultAt_ = std::numeric_limits<std::int64_t>::max();
   std::atomic<std::int64_t> bytes_ = 0, delayMs_ = 0;
-  std::atomic<int> connections_ = 0, faults_ = 0;
+  std::atomic<int> connections_ = 0, withoutAnswers_ = 0, faults_ = 0;
   std::list<std::thread> carriers_;
   std::thread thread_;
 };
-
-}  // namespace historian

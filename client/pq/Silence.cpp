@@ -1,0 +1,90 @@
+#include "Silence.h"
+
+#include <libpq-events.h>
+#include <libpq-fe.h>
+
+#include <algorithm>
+#include <charconv>
+#include <chrono>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "SecondConnection.h"
+
+namespace pq {
+namespace {
+
+using std::chrono::seconds;
+using Clock = std::chrono::steady_clock;
+
+constexpr std::string_view kSetting = "dbmsapi.silence_check=";
+constexpr seconds kSilence{20};
+constexpr seconds kPause{
+    3};  // between two questions when the first one casts doubt, for an answer on its way
+constexpr int kDoubts = 2;
+
+// How long the server may be silent; 0: for ever.
+seconds SilenceOf(const PGconn* connection) {
+  const char* const given = PQoptions(connection);
+  const std::string_view options = given ? given : "";
+  const std::size_t at = options.rfind(kSetting);
+  int value = 0;
+  if (at == std::string_view::npos) return kSilence;
+  const std::string_view text = options.substr(at + kSetting.size());
+  const auto read = std::from_chars(text.data(), text.data() + text.size(), value);
+  return read.ec == std::errc() && value >= 0 ? seconds(value) : kSilence;
+}
+
+// The reason is kept with the connection, and with each result that is marked, until libpq frees them.
+int DeleteReason(PGEventId event, void* info, void*) {
+  if (event == PGEVT_CONNDESTROY) {
+    delete static_cast<std::string*>(
+        PQinstanceData(static_cast<PGEventConnDestroy*>(info)->conn, DeleteReason));
+  } else if (event == PGEVT_RESULTDESTROY) {
+    delete static_cast<std::string*>(
+        PQresultInstanceData(static_cast<PGEventResultDestroy*>(info)->result, DeleteReason));
+  }
+  return 1;
+}
+
+void GiveUp(PGconn* connection, seconds silence, const std::string& doubt) {
+  auto reason = std::make_unique<std::string>("The server did not answer for " +
+                                              std::to_string(silence.count()) + " seconds, and " + doubt);
+  if (PQregisterEventProc(connection, DeleteReason, "dbmsapi", nullptr)) {
+    PQsetInstanceData(connection, DeleteReason, reason.release());
+  }
+  ShutDown(connection);
+}
+
+char* Text(void* reason) { return reason ? static_cast<std::string*>(reason)->data() : nullptr; }
+
+}  // namespace
+
+void AwaitServer(PGconn* connection, sys::SocketEvent event) {
+  const seconds silence = SilenceOf(connection);
+  const auto start = Clock::now();
+  sys::SocketDeadline next = silence.count() > 0 ? start + silence : sys::SocketDeadline::max();
+  int doubts = 0;
+  std::string doubt;
+  while (!sys::WaitForSocket(PQsocket(connection), event, next)) {
+    if (doubts == kDoubts) {
+      return GiveUp(connection, std::chrono::duration_cast<seconds>(Clock::now() - start), doubt);
+    }
+    doubt = AskWhatIsWrong(connection);
+    doubts = doubt.empty() ? 0 : doubts + 1;
+    next = Clock::now() + (doubts == 0 ? silence : std::min(silence, kPause));
+  }
+}
+
+char* ReasonGivenUp(const PGconn* connection) { return Text(PQinstanceData(connection, DeleteReason)); }
+
+char* ReasonGivenUp(const PGresult* result) { return Text(PQresultInstanceData(result, DeleteReason)); }
+
+void Mark(PGresult* result, PGconn* connection) {
+  const char* const reason = ReasonGivenUp(connection);
+  if (!reason || !result || !PQfireResultCreateEvents(connection, result)) return;
+  if (!ReasonGivenUp(result)) PQresultSetInstanceData(result, DeleteReason, new std::string(reason));
+}
+
+}  // namespace pq
