@@ -68,10 +68,13 @@ TEST_F(RecorderServer, IsFrozen) {
   EXPECT_EQ(recorder.Report().stored, 11000);
 }
 
-// With a recorder's default limit: nothing happens for a minute.
+// With a recorder's default limit: nothing happens for a minute when DbmsAPI does not look into the silence.
 TEST_F(RecorderServer, IsFrozenForAMinute) {
   RecorderOptions options = Options();
-  Recorder recorder(NewDbms(), options);
+  const std::wstring database = Database() + L";-c dbmsapi.silence_check=0";
+  Recorder recorder(Dbms::GetDbms(DbmsType::TirelScada, Host().c_str(), Port(), database.c_str(),
+                                  User().c_str(), Password().c_str()),
+                    options);
   ASSERT_TRUE(recorder.Record(Samples(0, 1000)));
   ExpectAllSettled(recorder);
   ControlServer("freeze");
