@@ -37,13 +37,19 @@ void EndCopy(PGconn* connection, const PGresult* copy) {
 PGresult* GetResult(PGconn* connection) {
   // What was decrypted is no longer in the socket.
   const bool decrypts = PQsslInUse(connection) || PQgssEncInUse(connection);
+  Result lost;
   while (PQisBusy(connection)) {
-    if (decrypts && (!PQconsumeInput(connection) || !PQisBusy(connection))) break;
-    if (!ReadMore(connection)) break;
+    if (decrypts && PQconsumeInput(connection) && !PQisBusy(connection)) break;
+    if (ReadMore(connection)) continue;
+    // libpq itself would add that it has no socket any more.
+    lost.reset(PQmakeEmptyPGresult(connection, PGRES_FATAL_ERROR));
+    break;
   }
-  PGresult* const result = PQgetResult(connection);
-  Mark(result, connection);
-  return result;
+  Result result(PQgetResult(connection));
+  const bool hasReason = PQresultErrorField(result.get(), PG_DIAG_SQLSTATE) != nullptr;
+  if (lost && result && IsFailure(result.get()) && !hasReason) result = std::move(lost);
+  Mark(result.get(), connection);
+  return result.release();
 }
 
 void Flush(PGconn* connection) {
