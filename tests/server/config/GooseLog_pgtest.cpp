@@ -2,34 +2,12 @@
 
 #include <stdexcept>
 
+#include "GooseMessage.h"
 #include "server/config/ConfigTest.h"
 
 namespace {
 
 using Lines = std::vector<std::string>;
-
-GooseMessageRecord Message(const wchar_t* invalidityTime) {
-  return {L"IED1LD0/LLN0$GO$gcb1",
-          L"IED1LD0/LLN0$ds1",
-          L"gcb1",
-          2000,
-          3,
-          -4,
-          true,
-          false,
-          invalidityTime,
-          true,
-          L"00:11:22:33:44:55",
-          L"01:0c:cd:01:00:01",
-          4096,
-          L"{true,0.5}",
-          false,
-          true,
-          false,
-          true,
-          101,
-          4};
-}
 
 class GooseLog : public ConfigTest {
  protected:
@@ -42,7 +20,7 @@ class GooseLog : public ConfigTest {
   // The time stored for a message with this text, in UTC.
   std::string TimeOf(const wchar_t* invalidityTime) {
     Run("delete from iec_goose");
-    EXPECT_TRUE(dbms->InsertGooseMessage(Message(invalidityTime)));
+    EXPECT_TRUE(dbms->InsertGooseMessage(GooseMessage(invalidityTime)));
     return Value(
         "select to_char(invalidityTime at time zone 'UTC', 'YYYY-MM-DD HH24:MI:SS.US') from iec_goose");
   }
@@ -51,7 +29,7 @@ class GooseLog : public ConfigTest {
 };
 
 TEST_F(GooseLog, TheTableMayExistAlready) {
-  ASSERT_TRUE(dbms->InsertGooseMessage(Message(L"0")));
+  ASSERT_TRUE(dbms->InsertGooseMessage(GooseMessage(L"0")));
   EXPECT_TRUE(dbms->CreateGooseTable());
   EXPECT_EQ(Count(), "1");
   EXPECT_EQ(
@@ -61,7 +39,7 @@ TEST_F(GooseLog, TheTableMayExistAlready) {
 }
 
 TEST_F(GooseLog, AMessageIsStoredFieldByField) {
-  EXPECT_TRUE(dbms->InsertGooseMessage(Message(L"1700000000123")));
+  EXPECT_TRUE(dbms->InsertGooseMessage(GooseMessage(L"1700000000123")));
   EXPECT_EQ(
       Rows("select goose_controlblock_ref, dataset, goose_id, allowedtolive, structure_number, "
            "sequence_number, simulation, ndscom, statevalid, srcmac, dstmac, appid, datasetvalues, "
@@ -72,7 +50,7 @@ TEST_F(GooseLog, AMessageIsStoredFieldByField) {
 
 TEST_F(GooseLog, TheServersClockStampsTheMessage) {
   Run("create table clock as select clock_timestamp() as before");
-  EXPECT_TRUE(dbms->InsertGooseMessage(Message(L"0")));
+  EXPECT_TRUE(dbms->InsertGooseMessage(GooseMessage(L"0")));
   EXPECT_EQ(Value("select time between before and clock_timestamp() from iec_goose, clock"), "t");
 }
 
@@ -88,48 +66,48 @@ TEST_F(GooseLog, TheMessagesOwnTimeIsMilliseconds) {
 }
 
 TEST_F(GooseLog, AnInfiniteTimeIsStoredAsInfinity) {
-  EXPECT_TRUE(dbms->InsertGooseMessage(Message(L"inf")));
-  EXPECT_TRUE(dbms->InsertGooseMessage(Message(L"-infinity")));
+  EXPECT_TRUE(dbms->InsertGooseMessage(GooseMessage(L"inf")));
+  EXPECT_TRUE(dbms->InsertGooseMessage(GooseMessage(L"-infinity")));
   EXPECT_EQ(Rows("select invalidityTime::text from iec_goose order by 1"), (Lines{"-infinity", "infinity"}));
 }
 
 TEST_F(GooseLog, TimesThatTheServerCannotHoldAreRefused) {
-  for (const wchar_t* text : {L"nan", L"1e300"}) EXPECT_FALSE(dbms->InsertGooseMessage(Message(text)));
+  for (const wchar_t* text : {L"nan", L"1e300"}) EXPECT_FALSE(dbms->InsertGooseMessage(GooseMessage(text)));
   EXPECT_EQ(Count(), "0");
 }
 
 TEST_F(GooseLog, ATimeThatIsNoNumberReachesTheCallerAndNothingIsStored) {
   try {
-    dbms->InsertGooseMessage(Message(L"yesterday"));
+    dbms->InsertGooseMessage(GooseMessage(L"yesterday"));
     ADD_FAILURE() << "nothing thrown";
   } catch (const std::invalid_argument& error) {
     EXPECT_STREQ(error.what(), "invalid stod argument");
   }
   EXPECT_EQ(Count(), "0");
-  EXPECT_TRUE(dbms->InsertGooseMessage(Message(L"0")));
+  EXPECT_TRUE(dbms->InsertGooseMessage(GooseMessage(L"0")));
 }
 
 TEST_F(GooseLog, ATimeOutOfRangeReachesTheCallerAndNothingIsStored) {
   try {
-    dbms->InsertGooseMessage(Message(L"1e309"));
+    dbms->InsertGooseMessage(GooseMessage(L"1e309"));
     ADD_FAILURE() << "nothing thrown";
   } catch (const std::out_of_range& error) {
     EXPECT_STREQ(error.what(), "stod argument out of range");
   }
   EXPECT_EQ(Count(), "0");
-  EXPECT_TRUE(dbms->InsertGooseMessage(Message(L"0")));
+  EXPECT_TRUE(dbms->InsertGooseMessage(GooseMessage(L"0")));
 }
 
 TEST_F(GooseLog, ASecondMessageOfTheSameTimestampIsRefused) {
   SACommand(dbms->GetConnection().get(), L"begin").Execute();
-  EXPECT_TRUE(dbms->InsertGooseMessage(Message(L"0")));
-  EXPECT_FALSE(dbms->InsertGooseMessage(Message(L"0")));
+  EXPECT_TRUE(dbms->InsertGooseMessage(GooseMessage(L"0")));
+  EXPECT_FALSE(dbms->InsertGooseMessage(GooseMessage(L"0")));
   EXPECT_TRUE(LastErrorSays(L"duplicate key"));
   dbms->GetConnection()->Rollback();
 }
 
 TEST_F(GooseLog, KeepsQuotesInValuesWhichTheServerRefuses) {
-  GooseMessageRecord message = Message(L"0");
+  GooseMessageRecord message = GooseMessage(L"0");
   message.dataSetValues = L"it's";
   EXPECT_FALSE(dbms->InsertGooseMessage(message));
   EXPECT_EQ(Count(), "0");
@@ -138,7 +116,7 @@ TEST_F(GooseLog, KeepsQuotesInValuesWhichTheServerRefuses) {
 TEST_F(GooseLog, OtherTextsAreStoredAsTheyAre) {
   for (const wchar_t* text : {L"", L"{} {0} %s", L"at :1, 10:30", L"a\\b", L"$1 $$ --", kEveryPlane}) {
     Run("delete from iec_goose");
-    GooseMessageRecord message = Message(L"0");
+    GooseMessageRecord message = GooseMessage(L"0");
     message.GOOSE_ID = text;
     message.dataSetValues = text;
     EXPECT_TRUE(dbms->InsertGooseMessage(message));
@@ -148,7 +126,7 @@ TEST_F(GooseLog, OtherTextsAreStoredAsTheyAre) {
 }
 
 TEST_F(GooseLog, KeepsTheResetDoingNothing) {
-  ASSERT_TRUE(dbms->InsertGooseMessage(Message(L"0")));
+  ASSERT_TRUE(dbms->InsertGooseMessage(GooseMessage(L"0")));
   EXPECT_TRUE(dbms->ResetGooseLog());
   EXPECT_EQ(Count(), "1");
   const auto unreachable =

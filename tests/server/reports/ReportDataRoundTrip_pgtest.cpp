@@ -91,6 +91,30 @@ void ExpectAll(const std::unordered_map<std::wstring, std::vector<Row>>& data, c
 
 class ReportDataRoundTrip : public ReportStoreTest, public testing::WithParamInterface<const char*> {
  protected:
+  bool Store(const wchar_t* period, const std::vector<ReportAnalogData>& rows) {
+    return dbms->InsertReportAnalogData(period, rows);
+  }
+  bool Store(const wchar_t* period, const std::vector<ReportDigitalData>& rows) {
+    return dbms->InsertReportDigitalData(period, rows);
+  }
+  bool Read(const wchar_t* period, AnalogByTag& data) {
+    return dbms->GetReportAnalogData(period, kFirst32, kLast32, data);
+  }
+  bool Read(const wchar_t* period, DigitalByTag& data) {
+    return dbms->GetReportDigitalData(period, kFirst32, kLast32, data);
+  }
+
+  // Stores rows of a period and reads them back.
+  template <class Make>
+  void ExpectReadBack(const wchar_t* period, Make make) {
+    std::vector<decltype(make())> rows;
+    for (int i = 0; i < kRows; ++i) rows.push_back(make());
+    ASSERT_TRUE(Store(period, rows)) << Error();
+    auto data = TagsOf(rows);
+    ASSERT_TRUE(Read(period, data)) << Error();
+    ExpectAll(data, rows);
+  }
+
   Zone zone{GetParam()};
 };
 
@@ -103,42 +127,22 @@ TEST_P(ReportDataRoundTrip, TheSessionIsInTheZone) {
 
 TEST_P(ReportDataRoundTrip, AnalogRows) {
   Random random(1);
-  std::vector<ReportAnalogData> rows;
-  for (int i = 0; i < kRows; ++i) rows.push_back(random.Analog());
-  ASSERT_TRUE(dbms->InsertReportAnalogData(L"hour", rows)) << Error();
-  auto data = TagsOf(rows);
-  ASSERT_TRUE(dbms->GetReportAnalogData(L"hour", kFirst32, kLast32, data)) << Error();
-  ExpectAll(data, rows);
+  ExpectReadBack(L"hour", [&] { return random.Analog(); });
 }
 
 TEST_P(ReportDataRoundTrip, AnalogMinutes) {
   Random random(2);
-  std::vector<ReportAnalogData> rows;
-  for (int i = 0; i < kRows; ++i) rows.push_back(MinuteOf(random.Analog()));
-  ASSERT_TRUE(dbms->InsertReportAnalogData(L"minute", rows)) << Error();
-  auto data = TagsOf(rows);
-  ASSERT_TRUE(dbms->GetReportAnalogData(L"minute", kFirst32, kLast32, data)) << Error();
-  ExpectAll(data, rows);
+  ExpectReadBack(L"minute", [&] { return MinuteOf(random.Analog()); });
 }
 
 TEST_P(ReportDataRoundTrip, DigitalRows) {
   Random random(3);
-  std::vector<ReportDigitalData> rows;
-  for (int i = 0; i < kRows; ++i) rows.push_back(random.Digital());
-  ASSERT_TRUE(dbms->InsertReportDigitalData(L"year", rows)) << Error();
-  auto data = TagsOf(rows);
-  ASSERT_TRUE(dbms->GetReportDigitalData(L"year", kFirst32, kLast32, data)) << Error();
-  ExpectAll(data, rows);
+  ExpectReadBack(L"year", [&] { return random.Digital(); });
 }
 
 TEST_P(ReportDataRoundTrip, DigitalMinutes) {
   Random random(4);
-  std::vector<ReportDigitalData> rows;
-  for (int i = 0; i < kRows; ++i) rows.push_back(MinuteOf(random.Digital()));
-  ASSERT_TRUE(dbms->InsertReportDigitalData(L"minute", rows)) << Error();
-  auto data = TagsOf(rows);
-  ASSERT_TRUE(dbms->GetReportDigitalData(L"minute", kFirst32, kLast32, data)) << Error();
-  ExpectAll(data, rows);
+  ExpectReadBack(L"minute", [&] { return MinuteOf(random.Digital()); });
 }
 
 TEST_P(ReportDataRoundTrip, TheOutermostValues) {

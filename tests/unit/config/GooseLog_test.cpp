@@ -1,42 +1,28 @@
 #include <stdexcept>
 
+#include "GooseMessage.h"
 #include "scripted/ScriptedTest.h"
 
 namespace {
-
-GooseMessageRecord Message(const wchar_t* invalidityTime) {
-  return {L"IED1LD0/LLN0$GO$gcb1",
-          L"IED1LD0/LLN0$ds1",
-          L"gcb1",
-          2000,
-          3,
-          -4,
-          true,
-          false,
-          invalidityTime,
-          true,
-          L"00:11:22:33:44:55",
-          L"01:0c:cd:01:00:01",
-          4096,
-          L"{true,0.5}",
-          false,
-          true,
-          false,
-          true,
-          101,
-          4};
-}
 
 class GooseLog : public ScriptedTest {
  protected:
   // The seconds in the statement for a message with this time.
   std::wstring SecondsOf(const wchar_t* invalidityTime) {
     server.Forget();
-    EXPECT_TRUE(dbms->InsertGooseMessage(Message(invalidityTime)));
+    EXPECT_TRUE(dbms->InsertGooseMessage(GooseMessage(invalidityTime)));
     const std::wstring& statement = server.sent.at(0).statement;
     const std::wstring before = L"to_timestamp('";
     const std::size_t begin = statement.find(before) + before.size();
     return statement.substr(begin, statement.find(L'\'', begin) - begin);
+  }
+
+  // Times with the seconds that their statements have.
+  using Conversions = std::initializer_list<std::pair<const wchar_t*, const wchar_t*>>;
+  void ExpectSeconds(Conversions expected) {
+    for (const auto& [time, seconds] : expected) {
+      EXPECT_EQ(SecondsOf(time), seconds) << testing::PrintToString(time);
+    }
   }
 
   // The text of the exception for a message with this time.
@@ -44,7 +30,7 @@ class GooseLog : public ScriptedTest {
   std::string RefusalOf(const wchar_t* invalidityTime) {
     server.Forget();
     try {
-      dbms->InsertGooseMessage(Message(invalidityTime));
+      dbms->InsertGooseMessage(GooseMessage(invalidityTime));
     } catch (const Exception& error) {
       EXPECT_TRUE(server.sent.empty());
       return error.what();
@@ -70,7 +56,7 @@ TEST_F(GooseLog, KeepsTheResetDoingNothing) {
 }
 
 TEST_F(GooseLog, AMessageIsOneStatementOfQuotedValues) {
-  EXPECT_TRUE(dbms->InsertGooseMessage(Message(L"1700000000123")));
+  EXPECT_TRUE(dbms->InsertGooseMessage(GooseMessage(L"1700000000123")));
   EXPECT_EQ(
       server.Statements(),
       Texts{
@@ -88,7 +74,7 @@ TEST_F(GooseLog, TheOtherFlagsAndExtremeNumbersAreWrittenToo) {
 }
 
 TEST_F(GooseLog, KeepsQuotesInValuesAsTheyAre) {
-  GooseMessageRecord message = Message(L"0");
+  GooseMessageRecord message = GooseMessage(L"0");
   message.dataSetValues = L"it's";
   ASSERT_TRUE(dbms->Connect());
   server.FailStatement(1, {3, 7, L"ERROR:  syntax error"});
@@ -101,48 +87,45 @@ TEST_F(GooseLog, KeepsQuotesInValuesAsTheyAre) {
 // ---- invalidityTime ----
 
 TEST_F(GooseLog, MillisecondsBecomeSecondsInTheirShortestForm) {
-  EXPECT_EQ(SecondsOf(L"1700000000123"), L"1700000000.123");
-  EXPECT_EQ(SecondsOf(L"1700000000000"), L"1.7e+09");
-  EXPECT_EQ(SecondsOf(L"1700000001000"), L"1700000001");
-  EXPECT_EQ(SecondsOf(L"1"), L"0.001");
-  EXPECT_EQ(SecondsOf(L"0"), L"0");
-  EXPECT_EQ(SecondsOf(L"-1500"), L"-1.5");
-  EXPECT_EQ(SecondsOf(L"+1500"), L"1.5");
-  EXPECT_EQ(SecondsOf(L"1500.25"), L"1.50025");
-  EXPECT_EQ(SecondsOf(L".5"), L"5e-04");
-  EXPECT_EQ(SecondsOf(L"1.7e12"), L"1.7e+09");
-  EXPECT_EQ(SecondsOf(L"1.7E+12"), L"1.7e+09");
+  ExpectSeconds({{L"1700000000123", L"1700000000.123"},
+                 {L"1700000000000", L"1.7e+09"},
+                 {L"1700000001000", L"1700000001"},
+                 {L"1", L"0.001"},
+                 {L"0", L"0"},
+                 {L"-1500", L"-1.5"},
+                 {L"+1500", L"1.5"},
+                 {L"1500.25", L"1.50025"},
+                 {L".5", L"5e-04"},
+                 {L"1.7e12", L"1.7e+09"},
+                 {L"1.7E+12", L"1.7e+09"}});
 }
 
 TEST_F(GooseLog, BlanksBeforeTheNumberAreSkipped) {
-  EXPECT_EQ(SecondsOf(L" \t\n\v\f\r1500"), L"1.5");
-  EXPECT_EQ(SecondsOf(L"  -1500"), L"-1.5");
+  ExpectSeconds({{L" \t\n\v\f\r1500", L"1.5"}, {L"  -1500", L"-1.5"}});
 }
 
 TEST_F(GooseLog, WhatFollowsTheNumberIsIgnored) {
-  EXPECT_EQ(SecondsOf(L"1500 ms"), L"1.5");
-  EXPECT_EQ(SecondsOf(L"1500ms"), L"1.5");
-  EXPECT_EQ(SecondsOf(L"1500e"), L"1.5");
-  EXPECT_EQ(SecondsOf(L"1500e+"), L"1.5");
-  EXPECT_EQ(SecondsOf(L"1500.5.5"), L"1.5005");
-  EXPECT_EQ(SecondsOf(L"1500'); drop table iec_goose"), L"1.5");
-  EXPECT_EQ(SecondsOf(L"1500\u00a0ms"), L"1.5");
+  ExpectSeconds({{L"1500 ms", L"1.5"},
+                 {L"1500ms", L"1.5"},
+                 {L"1500e", L"1.5"},
+                 {L"1500e+", L"1.5"},
+                 {L"1500.5.5", L"1.5005"},
+                 {L"1500'); drop table iec_goose", L"1.5"},
+                 {L"1500\u00a0ms", L"1.5"}});
 }
 
 TEST_F(GooseLog, HexadecimalNumbersAreRead) {
-  EXPECT_EQ(SecondsOf(L"0x18BCFE5687B"), L"1700000000.123");
-  EXPECT_EQ(SecondsOf(L"-0X5dc"), L"-1.5");
-  EXPECT_EQ(SecondsOf(L"0x1p4"), L"0.016");
-  EXPECT_EQ(SecondsOf(L"0x.8p1"), L"0.001");
-  EXPECT_EQ(SecondsOf(L"0x"), L"0");
-  EXPECT_EQ(SecondsOf(L"0x-1"), L"0");
-  EXPECT_EQ(SecondsOf(L"0xnan"), L"0");
+  ExpectSeconds({{L"0x18BCFE5687B", L"1700000000.123"},
+                 {L"-0X5dc", L"-1.5"},
+                 {L"0x1p4", L"0.016"},
+                 {L"0x.8p1", L"0.001"},
+                 {L"0x", L"0"},
+                 {L"0x-1", L"0"},
+                 {L"0xnan", L"0"}});
 }
 
 TEST_F(GooseLog, InfinityAndNanAreNumbers) {
-  EXPECT_EQ(SecondsOf(L"inf"), L"inf");
-  EXPECT_EQ(SecondsOf(L"-Infinity"), L"-inf");
-  EXPECT_EQ(SecondsOf(L"NaN"), L"nan");
+  ExpectSeconds({{L"inf", L"inf"}, {L"-Infinity", L"-inf"}, {L"NaN", L"nan"}});
 }
 
 TEST_F(GooseLog, ATimeWithoutANumberReachesTheCallerAndNothingIsSent) {
@@ -162,13 +145,13 @@ TEST_F(GooseLog, ATimeOutOfRangeReachesTheCallerAndNothingIsSent) {
 }
 
 TEST_F(GooseLog, TheObjectWorksOnAfterARefusedTime) {
-  EXPECT_THROW(dbms->InsertGooseMessage(Message(L"ms")), std::invalid_argument);
+  EXPECT_THROW(dbms->InsertGooseMessage(GooseMessage(L"ms")), std::invalid_argument);
   EXPECT_EQ(SecondsOf(L"1500"), L"1.5");
 }
 
 TEST_F(GooseLog, TheConnectionIsCheckedBeforeTheTime) {
   server.RefuseConnections({3, 1, L"refused"});
-  EXPECT_FALSE(dbms->InsertGooseMessage(Message(L"ms")));
+  EXPECT_FALSE(dbms->InsertGooseMessage(GooseMessage(L"ms")));
   EXPECT_STREQ(dbms->GetLastError(), L"refused");
 }
 
