@@ -28,8 +28,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// A counter's value at one moment. A gauge is shown as it is. A ratio is shown as what was added to its
-// part since the last row for each unit added to its whole; a rate is a ratio whose whole is the clock.
+// A counter's value at one moment. A gauge, which has no whole, is shown as it is. A ratio is shown as the
+// increase of its part since the last row, divided by the increase of its whole. The whole of a rate is time.
 struct Reading {
   std::string tag;
   double part = 0;
@@ -189,7 +189,7 @@ std::optional<double> ValueOf(const std::string& tag, const Readings& before, co
   return std::max(0.0, (newer->part - older->part) / (*newer->whole - *older->whole));
 }
 
-// Four significant digits at least, never an exponent, no idle zeros.
+// At least four significant digits, never an exponent, no zeros at the end of a fraction.
 std::string FormatValue(double value) {
   const double magnitude = std::abs(value) < 1 ? 0 : std::floor(std::log10(std::abs(value)));
   const int decimals = std::clamp(kSignificantDigits - 1 - static_cast<int>(magnitude), 0, kMostDecimals);

@@ -13,16 +13,16 @@
 
 namespace historian {
 
-// An instant as the server keeps it: microseconds since 2000-01-01 00:00 UTC. The server makes it of epoch
-// seconds as a double, which has less than microseconds from the year 2106 on; this gives the same one.
-// Throws Error 22008 for times that a timestamp cannot hold.
+// An instant as the server stores it: microseconds since 2000-01-01 00:00 UTC. The server computes them from
+// epoch seconds in a double, which is too coarse for microseconds from the year 2106 on. This function rounds
+// as the server does. Throws Error 22008 for times that a timestamp cannot hold.
 std::int64_t StoredTime(std::int64_t timeMs);
 
 // A value with ten significant digits, rounded as std::to_chars does. Throws Error 22003 when these exceed
 // the range of a double. The value must be finite.
 double StoredValue(double value);
 
-// The rows of a batch, sorted by time and tag, each time and tag once: of several samples the first.
+// The rows of a batch, sorted by time and tag. Of several samples with one time and tag, the first is kept.
 struct CopyRows {
   std::string bytes;          // all that COPY ... (time, tag_name, value) FROM STDIN (FORMAT binary) takes
   std::int64_t rows = 0;      // in bytes
@@ -50,7 +50,7 @@ struct RowKeyHash {
 
 using RowKeys = std::unordered_set<RowKey, RowKeyHash>;
 
-// The rows whose keys are not among these; all other figures as they were.
+// The same without the rows that have one of these keys. Only `bytes` and `rows` change.
 CopyRows WithoutRows(const CopyRows& copy, const RowKeys& keys);
 
 }  // namespace historian

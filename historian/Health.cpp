@@ -31,13 +31,14 @@ constexpr Check kTimescaleChecks[] = {
 
 constexpr char kCannotConnect[] = "start the server, or correct host, port, database, user and password";
 
-// No answer, 08: connection failure, 57P: the server goes down.
+// Whether the server is gone: there was no answer, the connection failed (08), or the server shuts down
+// (57P).
 bool ServerLost(const Error& error) {
   return error.SqlState().empty() || error.SqlState().starts_with("08") ||
          error.SqlState().starts_with("57P");
 }
 
-// What may help a check that was refused: 42501 is a missing privilege, 42P01 a missing table.
+// What may help when a check was refused: 42501 is a missing privilege, 42P01 a missing table.
 std::string AdviceFor(Examination& at, const Error& error) {
   if (error.SqlState() == "42P01") return "historian init";
   if (error.SqlState() != "42501") return "look at the server's log";

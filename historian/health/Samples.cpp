@@ -1,4 +1,4 @@
-// What is stored of late, and which tags have stopped.
+// What was stored recently, and which tags have stopped.
 
 #include <algorithm>
 
@@ -8,8 +8,8 @@
 namespace historian {
 namespace {
 
-// Seconds: age of the newest sample, which is negative for one in the future. Then its time, that of the
-// oldest sample, and how many samples a second the last five minutes have.
+// The age of the newest sample in seconds (negative when it is in the future), its time, the time of the
+// oldest sample, and the samples per second in the last five minutes.
 constexpr char kNewest[] =
     "select extract(epoch from now() - max(time)), "
     "to_char(max(time) at time zone 'UTC', 'YYYY-MM-DD HH24:MI:SS'), "

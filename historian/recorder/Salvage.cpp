@@ -15,7 +15,7 @@ bool IsWhole(Kind kind, const SqliteStatement& block) {
          SplitRecords(kind, data, static_cast<std::size_t>(records)).has_value();
 }
 
-// Runs something on damaged pages; false when it came upon one.
+// Runs an action on a database that may be damaged; returns false when it met a damaged page.
 bool Attempt(const std::function<void()>& action) {
   try {
     action();
@@ -26,7 +26,8 @@ bool Attempt(const std::function<void()>& action) {
   }
 }
 
-// The blocks of one kind: from the front up to damage, from the end down to damage, then one by one between.
+// Copies the blocks of one kind: from the first up to the damage, from the last down to it, then those
+// between one by one.
 class BlockCopy {
  public:
   BlockCopy(SqliteDatabase& damaged, SqliteDatabase& target, Kind kind)

@@ -19,7 +19,7 @@ tools=$here/../../tools
 # shellcheck source=tools/lib/server.sh
 . "$tools/lib/server.sh"
 
-# The library, once it is in the folder of the server, is loaded with every start.
+# Every start loads the library full_disk, once it is in the folder of the server.
 pg_ctl() {
   local variables=()
   if [ -f "$server_folder/full_disk.so" ]; then
@@ -29,7 +29,7 @@ pg_ctl() {
     --timeout 60 --silent "$@" --log "$server_folder/server.log" --options "-p $SERVER_PORT" </dev/null >/dev/null 2>&1
 }
 
-# Until a command succeeds; gives up after two minutes.
+# Waits until a command succeeds; gives up after two minutes.
 wait_for() {
   local end=$((SECONDS + 120))
   until "$@"; do
@@ -41,7 +41,7 @@ is_stopping() { grep -q stopping "$server_folder/data/postmaster.pid"; }
 is_ready() { grep -q ready "$server_folder/data/postmaster.pid"; }
 listens() { (: <"/dev/tcp/$SERVER_HOST/$SERVER_PORT") 2>/dev/null; }
 
-# The postmaster first, so that it starts no further process.
+# Signals the postmaster first, so that it starts no further process.
 signal_all() {
   local postmaster
   postmaster=$(head -n 1 "$server_folder/data/postmaster.pid")
@@ -94,7 +94,7 @@ fi
 [ $# -ge 2 ] || die "usage: private_server.sh [--full-disk LIBRARY] BUILD_FOLDER COMMAND [ARGUMENT]..."
 build=$1
 shift
-# What is confirmed is in the log by then, where a hard stop leaves it; the disk itself does not fail.
+# Without fsync: even a hard stop of the processes loses nothing, as the system keeps its cache.
 server_start "$build" fsync=off max_connections=80
 trap thaw_and_stop EXIT
 chmod 755 "$server_folder"

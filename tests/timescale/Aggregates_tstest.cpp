@@ -94,7 +94,7 @@ TEST_F(Aggregates, SamplesOfTenDaysLieInTenChunksAndComeBack) {
 }
 
 TEST_F(Aggregates, OldSamplesDoNotAppearWithoutARefresh) {
-  // From 2.13 on aggregates hold what was refreshed and nothing else; before, they look the rest up.
+  // Since 2.13 an aggregate shows only what was refreshed. Before, it also computed the rest when queried.
   const bool materializedOnly = release() >= Release{2, 13, 0};
   EXPECT_EQ(Value("select count(*) > 0 from datalog_1m"), materializedOnly ? "f" : "t");
 }

@@ -38,7 +38,8 @@ constexpr char kTooFine[] = "is finer than a millisecond (--truncate-times cuts 
 
 bool IsEpoch(Kind kind) { return kind == Kind::EpochSeconds || kind == Kind::EpochMilliseconds; }
 
-// Digits, with a fraction if wanted; the number in microseconds, of which one unit has so many.
+// Reads digits, with or without a fraction, into microseconds; `unit` is how many of them 1 is. Returns what
+// is wrong with the text, null if nothing is.
 const char* ReadEpoch(std::string_view text, std::int64_t unit, std::int64_t& us) {
   std::int64_t whole = 0;
   const char* const end = text.data() + text.size();
@@ -77,7 +78,7 @@ const char* ReadExcel(std::string_view text, microseconds& us) {
   return nullptr;
 }
 
-// Which unit a plausible instant is in: seconds of 1973 to 5138, milliseconds of the same years.
+// Whether a number is a plausible instant in this unit, of the years 1973 to 5138.
 bool LooksLikeEpoch(std::string_view text, Kind kind) {
   std::int64_t us = 0;
   const bool seconds = kind == Kind::EpochSeconds;

@@ -1,4 +1,4 @@
-// The password is in no text that the library gives out, whatever keeps it from connecting.
+// No text that the library gives out holds the password, for whatever reason it cannot connect.
 
 #include <DbmsAPI/Diagnostics.h>
 #include <SQLAPI.h>
@@ -21,7 +21,7 @@ class Passwords : public DbmsTest {
     DbmsTest::TearDown();
   }
 
-  // Fails to connect with a password of the argument, and one in the database text; gives the error.
+  // Fails to connect; the argument for the password and the database text each hold one. Returns the error.
   std::wstring Fail(const std::wstring& host, int port, const std::wstring& database,
                     const std::wstring& user) {
     const auto dbms =
@@ -78,7 +78,7 @@ TEST_F(Passwords, AreInNoTextOfAFailedStatement) {
   EXPECT_EQ(said.find(Password()), std::wstring::npos);
 }
 
-// A text as the server's statements take it, and as a keyword of the database text.
+// A text as a literal of a statement.
 std::wstring Literal(const std::wstring& text) {
   std::wstring literal = L"E'";
   for (const wchar_t c : text)
