@@ -1,7 +1,5 @@
 #include "StatementCache.h"
 
-#include <utility>
-
 namespace pq {
 namespace {
 
@@ -24,15 +22,13 @@ void Statement::Forget() noexcept {
 }
 
 std::shared_ptr<Statement> StatementCache::Get(std::wstring_view text) {
-  const bool fits = text.size() <= kMaxTextSize;
-  if (fits) {
-    if (const auto found = byText_.find(text); found != byText_.end()) {
-      entries_.splice(entries_.begin(), entries_, found->second);
-      return found->second->statement;
-    }
+  if (text.size() > kMaxTextSize) return std::make_shared<Statement>(ReplaceMarkers(text));
+  if (const auto found = byText_.find(text); found != byText_.end()) {
+    entries_.splice(entries_.begin(), entries_, found->second);
+    return found->second->statement;
   }
   auto statement = std::make_shared<Statement>(ReplaceMarkers(text));
-  if (!fits || !statement->HasParameters()) return statement;
+  if (!statement->HasParameters()) return statement;
   entries_.push_front({std::wstring(text), statement});
   byText_[entries_.front().text] = entries_.begin();
   if (entries_.size() > kMaxStatements) {

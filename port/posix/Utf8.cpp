@@ -25,9 +25,7 @@ bool IsAscii(Text text) {
 std::wstring Decode(std::string_view wellFormed) {
   std::wstring wide;
   wide.reserve(wellFormed.size());
-  for (auto at = wellFormed.begin(); at != wellFormed.end();) {
-    wide.push_back(static_cast<wchar_t>(utf8::unchecked::next(at)));
-  }
+  utf8::unchecked::utf8to32(wellFormed.begin(), wellFormed.end(), std::back_inserter(wide));
   return wide;
 }
 
