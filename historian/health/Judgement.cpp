@@ -125,11 +125,11 @@ Finding JudgeLocks(std::int64_t needed, std::int64_t available, std::int64_t per
   return finding;
 }
 
-Finding JudgeDisk(std::uint64_t size, std::uint64_t available) {
+Finding JudgeDisk(std::uint64_t size, std::uint64_t available, bool retention) {
   Finding finding{"disk", Verdict::Ok, Gigabytes(available) + " of " + Gigabytes(size) + " are free", {}};
   if (available >= size / 10 && available >= 2 * kGigabyte) return finding;
   finding.verdict = available < size / 50 || available < kGigabyte ? Verdict::Failed : Verdict::Warning;
-  finding.advice = "add space, or keep less: historian init --retention DAYS";
+  finding.advice = retention ? "add space, or keep less: historian init --retention DAYS" : "add space";
   return finding;
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-// Verdicts on facts that a test server cannot be brought to show. Internal: not installed.
+// Verdicts on facts that are hard to bring about on a test server. Internal: not installed.
 
 #include <cstdint>
 #include <string>
@@ -31,7 +31,7 @@ Finding JudgeJob(const Job& job);
 // sessions together.
 Finding JudgeLocks(std::int64_t needed, std::int64_t available, std::int64_t perTransaction);
 
-// Bytes of the file system that holds the database, and of its free part.
-Finding JudgeDisk(std::uint64_t size, std::uint64_t available);
+// Bytes of the file system that holds the database, and of its free part; whether a retention drops samples.
+Finding JudgeDisk(std::uint64_t size, std::uint64_t available, bool retention);
 
 }  // namespace historian

@@ -173,7 +173,7 @@ void CheckDisk(Examination& at) {
     // PostgreSQL does not report the free space of its disk.
     return at.Ok("disk", database + "; how much is free can be seen on the server's own machine only");
   }
-  Finding finding = JudgeDisk(space.capacity, space.available);
+  Finding finding = JudgeDisk(space.capacity, space.available, at.timescale);
   finding.found = database + ", " + finding.found;
   at.report.findings.push_back(std::move(finding));
 }

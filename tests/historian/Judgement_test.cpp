@@ -103,13 +103,17 @@ TEST(JudgementTest, LocksAreToSufficeTwice) {
 
 TEST(JudgementTest, TheDiskIsToHaveRoom) {
   constexpr std::uint64_t kGigabyte = 1'000'000'000;
-  EXPECT_EQ(JudgeDisk(100 * kGigabyte, 10 * kGigabyte).verdict, Verdict::Ok);
-  EXPECT_EQ(JudgeDisk(100 * kGigabyte, 9 * kGigabyte).verdict, Verdict::Warning);
-  EXPECT_EQ(JudgeDisk(100 * kGigabyte, 9 * kGigabyte).found, "9.0 GB of 100.0 GB are free");
-  EXPECT_EQ(JudgeDisk(100 * kGigabyte, kGigabyte).verdict, Verdict::Failed);
-  EXPECT_EQ(JudgeDisk(10 * kGigabyte, 2 * kGigabyte).verdict, Verdict::Ok);
-  EXPECT_EQ(JudgeDisk(10 * kGigabyte, kGigabyte + kGigabyte / 2).verdict, Verdict::Warning);
-  EXPECT_EQ(JudgeDisk(10 * kGigabyte, kGigabyte - 1).verdict, Verdict::Failed);
+  EXPECT_EQ(JudgeDisk(100 * kGigabyte, 10 * kGigabyte, true).verdict, Verdict::Ok);
+  EXPECT_EQ(JudgeDisk(100 * kGigabyte, 9 * kGigabyte, true).verdict, Verdict::Warning);
+  EXPECT_EQ(JudgeDisk(100 * kGigabyte, 9 * kGigabyte, true).found, "9.0 GB of 100.0 GB are free");
+  EXPECT_EQ(JudgeDisk(100 * kGigabyte, kGigabyte, true).verdict, Verdict::Failed);
+  EXPECT_EQ(JudgeDisk(10 * kGigabyte, 2 * kGigabyte, true).verdict, Verdict::Ok);
+  EXPECT_EQ(JudgeDisk(10 * kGigabyte, kGigabyte + kGigabyte / 2, true).verdict, Verdict::Warning);
+  EXPECT_EQ(JudgeDisk(10 * kGigabyte, kGigabyte - 1, true).verdict, Verdict::Failed);
+  EXPECT_EQ(JudgeDisk(10 * kGigabyte, 0, true).advice,
+            "add space, or keep less: historian init --retention DAYS");
+  // A plain table drops nothing.
+  EXPECT_EQ(JudgeDisk(10 * kGigabyte, 0, false).advice, "add space");
 }
 
 TEST(JudgementTest, TheWorstFindingCounts) {
