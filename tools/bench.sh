@@ -44,6 +44,10 @@ run_program() {
       run memory_use insert 10000000
       run memory_use read 1000000
       ;;
+    backfill)
+      run backfill race
+      run backfill processors
+      ;;
     *) run "$1" ;;
   esac
 }
