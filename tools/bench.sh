@@ -16,7 +16,7 @@ root=$(dirname "$here")
 . "$here/lib/machine.sh"
 
 programs=(copy_text memory_use read_rows insert_history single_statements eight_threads
-  tuning backfill recorder)
+  tuning backfill recorder history_size)
 folder=$root/build/bench
 
 while [ $# -gt 0 ]; do
