@@ -1,5 +1,8 @@
 // Before CreateSystemLogTable has run in the process.
 
+#include <algorithm>
+#include <thread>
+
 #include "TimescaleTest.h"
 
 namespace {
@@ -8,7 +11,10 @@ const std::vector<UserLogColumn> kColumns = {{L"number", 0, 0}};
 
 class FreshProcess : public TimescaleTest {
  protected:
-  std::string Hypertables() { return Value("select count(*) from timescaledb_information.hypertables"); }
+  std::string Hypertables() {
+    return Value(
+        "select count(*) from timescaledb_information.hypertables where hypertable_schema = 'public'");
+  }
 };
 
 TEST_F(FreshProcess, TablesStayPlain) {
@@ -55,6 +61,34 @@ TEST_F(FreshProcess, APlainUserLogTableStaysPlain) {
     ExpectFailure(dbms->CreateUserLogTable(L"batches", kColumns, 10), *dbms,
                   L"\"user_batches\" is not a hypertable or a continuous aggregate");
     EXPECT_EQ(Hypertables(), "1");
+  });
+}
+
+TEST_F(FreshProcess, OnceFoundTheExtensionIsExpectedInEveryDatabase) {
+  InFreshProcess([this] {
+    NewDbms();
+    Run("drop extension timescaledb cascade");
+    const auto elsewhere = NewUntoldDbms();
+    ExpectFailure(elsewhere->CreateAlarmTable(10), *elsewhere, L"does not exist");
+  });
+}
+
+TEST_F(FreshProcess, WhatFourProgramsCreateAtOnceIsCompleteAfterASecondCall) {
+  const auto create = [](Dbms& dbms) {
+    const bool results[] = {dbms.CreateSystemLogTable(10), dbms.CreateLogTable(0), dbms.CreateAlarmTable(10),
+                            dbms.CreateReportDataTables(10), dbms.CreateAuditTable()};
+    return std::count(std::begin(results), std::end(results), false);
+  };
+  InFreshProcess([&] {
+    std::vector<std::shared_ptr<Dbms>> programs;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+      programs.push_back(NewUntoldDbms());
+      threads.emplace_back([&create, dbms = programs.back()] { create(*dbms); });
+    }
+    for (std::thread& thread : threads) thread.join();
+    for (const auto& dbms : programs) EXPECT_EQ(create(*dbms), 0) << dbms->GetLastError();
+    EXPECT_EQ(Hypertables(), "8");
   });
 }
 

