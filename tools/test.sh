@@ -131,6 +131,10 @@ run_timescale() {
   run_quietly "$log" run_to_the_end "$root/tests/timescale/releases.sh" "$tests" "${DBMSAPI_TEST_TIMESCALE:-}"
   note timescale native "$since" "$(grep -v '^$' "$log" | tail -n 1)"
   since=$SECONDS
+  run_quietly "$log" run_to_the_end "$root/tests/timescale/server.sh" "$root/build" \
+    "$root/build/dev/tests/timescale/timescale_server_tests" "${DBMSAPI_TEST_TIMESCALE:-}"
+  note timescale server "$since" "$(grep -v '^$' "$log" | tail -n 1)"
+  since=$SECONDS
   run_quietly "$log" run_to_the_end "$root/tests/timescale/program.sh" "$root/build/dev/historian/command/historian"
   note timescale program "$since" "$(tail -n 1 "$log")"
   since=$SECONDS

@@ -1,0 +1,52 @@
+// Findings of a whole server, which the advice restarts. The tests have a server of their own:
+// tests/server/private_server.sh.
+
+#include "TimescaleTest.h"
+#include "historian/HealthChecks.h"
+#include "server/PrivateServer.h"
+
+namespace {
+
+using historian::HealthChecks;
+using historian::Verdict;
+
+class HistorianServer : public TimescaleTest {
+ protected:
+  void SetUp() override {
+    TimescaleTest::SetUp();
+    dbms = NewDbms();
+    ASSERT_TRUE(dbms->CreateLogTable(0)) << dbms->GetLastError();
+  }
+
+  // So many samples of each of so many days, the last of which is 30 days ago.
+  void Store(int days, int samples) {
+    Run("insert into datalog select date_trunc('day', now()) - day * interval '1 day' + sample * interval '1 ms', 'A', "
+        "random() from generate_series(30, " +
+        std::to_string(29 + days) + ") day, generate_series(1, " + std::to_string(samples) + ") sample");
+  }
+
+  // A statement, or what an advice says in words.
+  void CarryOut(const std::string& step) {
+    if (step != "restart the server") return Run(step);
+    ControlServer("restart");
+    Reconnect();
+  }
+
+  std::shared_ptr<Dbms> dbms;
+  HealthChecks checks{
+      [this] { return NewUntoldDbms(); }, [this](const std::string& step) { CarryOut(step); }, {}};
+};
+
+TEST_F(HistorianServer, LocksAreToSufficeForAllChunks) {
+  Store(70, 1);
+  checks.Expect("locks", Verdict::Ok, "takes 210 locks");
+  checks.CarryOut(
+      "alter system set max_connections = 20; alter system set max_locks_per_transaction = 10; restart the server");
+  checks.ExpectCure("locks", Verdict::Failed, "takes 210 locks of 200");
+  EXPECT_EQ(Value("show max_locks_per_transaction"), "42");
+  EXPECT_EQ(Value("select count(*) from datalog"), "70");
+  checks.CarryOut("alter system set max_locks_per_transaction = 15; restart the server");
+  checks.ExpectCure("locks", Verdict::Warning, "takes 210 locks of 300");
+}
+
+}  // namespace
