@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <new>
 
 namespace historian::recorder {
 namespace {
@@ -112,7 +113,20 @@ Spool::Answer Spool::Append(Kind kind, const std::vector<Piece>& pieces) {
   return submission.answer;
 }
 
+// Throws nothing, since other threads wait for their answers.
 void Spool::CommitTogether(const std::vector<Submission*>& group) {
+  try {
+    Commit(group);
+  } catch (const std::bad_alloc&) {
+    for (Submission* one : group) {
+      one->answer.admission = Admission::Failed;
+      one->answer.dropped = 0;
+      one->answer.why = "out of memory";  // short enough to need none
+    }
+  }
+}
+
+void Spool::Commit(const std::vector<Submission*>& group) {
   const std::lock_guard lock(databaseMutex_);
   if (!HasRoom(folder_)) {
     for (Submission* one : group) one->answer = {Admission::Full, kDiskIsFull, 0};

@@ -121,6 +121,7 @@ class Spool {
   };
 
   void CommitTogether(const std::vector<Submission*>& group);
+  void Commit(const std::vector<Submission*>& group);
   void Insert(Submission& submission, State& state);
   bool MakeRoom(Submission& submission, State& state);
   std::int64_t DropOldest(State& state);
