@@ -32,6 +32,25 @@ void EndCopy(PGconn* connection, const PGresult* copy) {
   }
 }
 
+// Returns the first result that is to be kept, else the last one.
+template <class Keep>
+Result ReadResults(PGconn* connection, int sent, Keep isToBeKept) {
+  Result kept;
+  if (!sent) return kept;
+  Flush(connection);
+  while (Result piece{GetResult(connection)}) {
+    const bool isCopy = IsCopy(piece.get());
+    if (!kept || !isToBeKept(kept)) kept = std::move(piece);
+    if (isCopy) break;  // libpq would return it again and again
+  }
+  return kept;
+}
+
+// The result that PQexec returns.
+PGresult* ReadToTheLast(PGconn* connection, int sent) {
+  return ReadResults(connection, sent, [](const Result&) { return false; }).release();
+}
+
 }  // namespace
 
 PGresult* GetResult(PGconn* connection) {
@@ -59,28 +78,19 @@ void Flush(PGconn* connection) {
 }
 
 Result ReadToTheEnd(PGconn* connection, int sent) {
-  Result kept;
-  if (!sent) return kept;
-  Flush(connection);
-  while (Result piece{GetResult(connection)}) {
-    const bool isCopy = IsCopy(piece.get());
-    if (!kept || !IsFailure(kept.get())) kept = std::move(piece);
-    if (isCopy) break;  // libpq would return it again and again
-  }
-  return kept;
+  return ReadResults(connection, sent, [](const Result& kept) { return IsFailure(kept.get()); });
 }
 
 PGresult* Exec(PGconn* connection, const char* query) {
   if (!DiscardAnswer(connection)) return nullptr;
-  return ReadToTheEnd(connection, PQsendQuery(connection, query)).release();
+  return ReadToTheLast(connection, PQsendQuery(connection, query));
 }
 
 PGresult* ExecParams(PGconn* connection, const char* query, int parameters, const unsigned* types,
                      const char* const* values, const int* lengths, const int* formats, int resultFormat) {
   if (!DiscardAnswer(connection)) return nullptr;
-  return ReadToTheEnd(connection, PQsendQueryParams(connection, query, parameters, types, values, lengths,
-                                                    formats, resultFormat))
-      .release();
+  return ReadToTheLast(connection, PQsendQueryParams(connection, query, parameters, types, values, lengths,
+                                                     formats, resultFormat));
 }
 
 int PutCopyData(PGconn* connection, const char* buffer, int bytes) {

@@ -74,7 +74,7 @@ void Connection::DiscardUnread() {
 
 Result Connection::Execute(const char* statement) {
   MakeReady();
-  Result result(Exec(handle_.get(), statement));
+  Result result = ReadToTheEnd(handle_.get(), PQsendQuery(handle_.get(), statement));
   if (!result || IsFailure(result.get())) ThrowFailure(result.get(), handle_.get());
   return result;
 }

@@ -163,7 +163,7 @@ Result RunInTime(PGconn* connection, const std::string& statements) {
     }
     Result result(PQgetResult(connection));
     if (!result) return last;
-    if (IsFailure(result.get())) ThrowConnectFailure(connection);
+    if (IsFailure(result.get()) || IsCopy(result.get())) ThrowConnectFailure(connection);
     last = std::move(result);
   }
 }
