@@ -119,7 +119,8 @@ TEST_F(SpoolDamage, OfADefinitionOfATableLosesNothing) {
       {"CREATE TABLE spool", "CREATE TBBLE spool"}};
   for (const auto& [from, to] : changes) {
     SCOPED_TRACE(to);
-    std::filesystem::copy_file(sound, directory.File(), std::filesystem::copy_options::overwrite_existing);
+    std::filesystem::remove(directory.File());  // MinGW does not overwrite it
+    std::filesystem::copy_file(sound, directory.File());
     Replace(from, to);
     Spool spool = Open();
     ASSERT_TRUE(spool.DamageFound());
