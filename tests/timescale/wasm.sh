@@ -19,7 +19,7 @@ shards=2
 # All connections to a database share one session and one account, and no background worker runs.
 needs_server=(FreshProcess.OnceFoundTheExtensionIsExpectedInEveryDatabase
   FreshProcess.WhatFourProgramsCreateAtOnceIsCompleteAfterASecondCall
-  Grants.EachOperationIsDoneByItsAccountAndRefusedToTheOthers
+  Grants.EachOperationIsDoneByItsAccountAndRefusedToTheOthers Grants.AllSeeChunksAndOnlyTheOwnerCompressesThem
   HistorianHealth.TheExtensionIsToBeInstalled HistorianHealth.JitIsToBeOffOnceChunksAreCompressed
   HistorianHealth.LocksAreCountedAsTheServerTakesThem
   HistorianHealth.AJobThatFailedIsToRunAgain
