@@ -18,12 +18,22 @@ query() {
 offered=$(query "select version from pg_available_extension_versions where name = 'timescaledb' and version ~ '^[0-9.]+\$'
                  order by string_to_array(version, '.')::int[]")
 
+# The tests that a release cannot run.
+not_for() {
+  [ "$(printf '%s\n' 2.15.0 "$1" | sort --version-sort | head -n 1)" = 2.15.0 ] ||
+    echo HistorianHealth.ARefreshCountedAsFailedIsToComeBackSoon
+}
+
 case $wanted in
   '')
-    status=0
-    "$tests" --gtest_brief=1 || status=$?
-    [ "$status" -eq "$not_run" ] && exit 0
-    exit "$status"
+    default=$(query "select default_version from pg_available_extensions where name = 'timescaledb'")
+    if [ -z "$default" ]; then
+      status=0
+      "$tests" || status=$?
+      [ "$status" -eq "$not_run" ] && exit 0
+      exit 1
+    fi
+    releases=$default
     ;;
   all) releases=$offered ;;
   *) releases=$(grep -xF "$wanted" <<<"$offered" || true) ;;
@@ -33,12 +43,14 @@ if [ -z "$releases" ]; then
   exit 1
 fi
 
-failed=()
+failed=() left_out=
 for release in $releases; do
-  DBMSAPI_TEST_TIMESCALE=$release "$tests" --gtest_brief=1 || failed+=("$release")
+  without=$(not_for "$release")
+  [ -z "$without" ] || left_out+="; not run on $release: $without"
+  DBMSAPI_TEST_TIMESCALE=$release "$tests" --gtest_brief=1 --gtest_filter="-$without" || failed+=("$release")
 done
 if [ ${#failed[@]} -gt 0 ]; then
   echo "TimescaleDB releases that failed: ${failed[*]}"
   exit 1
 fi
-echo "TimescaleDB releases tested: $(tr '\n' ' ' <<<"$releases")"
+echo "TimescaleDB releases tested: $(tr '\n' ' ' <<<"$releases")$left_out"
