@@ -132,6 +132,29 @@ TEST_F(SpoolTest, ForgetsWhatWasHeldAsideOfABatchThatIsGivenUp) {
   ExpectCounts(spool, {5, 5, 0, 0, 0}, 0);
 }
 
+TEST_F(SpoolTest, ABatchThatTheServerKnowsALaterOneOfIsGivenUpAndTakenAgain) {
+  Spool spool = Open();
+  Add(spool, 1, 3);
+  EXPECT_EQ(spool.Next({}, kAll, 3)->number, 1);
+  spool.SkipTo(7);
+  EXPECT_FALSE(spool.InFlight());
+  const auto again = spool.Next({}, kAll, 3);
+  ASSERT_TRUE(again);
+  EXPECT_EQ(again->number, 8);
+  EXPECT_EQ(Times(spool, again), (std::vector<std::int64_t>{1, 2, 3}));
+}
+
+TEST_F(SpoolTest, ABatchThatTheServerKnowsNotYetKeepsItsNumber) {
+  Spool spool = Open();
+  for (int i = 0; i < 3; ++i) Add(spool, 10 * i, 1);
+  spool.Next({}, kAll, 1);
+  spool.Next(Outcome{1, {}}, kAll, 1);
+  spool.SkipTo(1);
+  ASSERT_TRUE(spool.InFlight());
+  EXPECT_EQ(spool.InFlight()->number, 2);
+  EXPECT_EQ(spool.Next(Outcome{1, {}}, kAll, 1)->number, 3);
+}
+
 // The ids of blocks that are lost are given again.
 TEST_F(SpoolTest, SettlesNothingNewWithABatchOfWhichBlocksAreLost) {
   {
