@@ -20,8 +20,8 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::string_view kSetting = "dbmsapi.silence_check=";
 constexpr seconds kSilence{20};
-constexpr seconds kPause{
-    3};  // between two questions when the first one casts doubt, for an answer on its way
+// Between two questions when the first one casts doubt, for an answer that is on its way.
+constexpr seconds kPause{3};
 constexpr int kDoubts = 2;
 
 // How long the server may be silent; 0: for ever.
