@@ -25,15 +25,6 @@ class HistorianHealth : public TimescaleTest {
         "' - interval '" + length + "', now() - interval '" + age + "', interval '1 minute') time");
   }
 
-  // Records a failure of a job as the extension does.
-  void FailOnce(const std::string& job, const std::string& error) {
-    Run("insert into _timescaledb_internal.bgw_job_stat select " + job +
-        ", now(), now(), now() + interval '1 hour', '-infinity', false, 1, '1 s', '1 s', 0, 1, 0, 1, 0");
-    Run("insert into _timescaledb_internal.bgw_job_stat_history(job_id, execution_finish, succeeded, data) select " +
-        job + ", now(), false, jsonb_build_object('error_data', jsonb_build_object('message', '" + error +
-        "'))");
-  }
-
   std::string DatabaseName() { return Value("select current_database()"); }
 
   std::shared_ptr<Dbms> dbms;
@@ -50,9 +41,32 @@ TEST_F(HistorianHealth, TheExtensionIsToBeInstalled) {
   const Finding release = checks.Look("extension");
   EXPECT_EQ(release.found.find("TimescaleDB " + ReleaseUnderTest()), 0u) << release.found;
   Run("drop extension timescaledb cascade");
+  Reconnect();  // the server may install another release than the one that the session has loaded
   const Finding missing = checks.Expect("extension", Verdict::Warning, "not installed");
   checks.CarryOut(missing.advice);
   EXPECT_EQ(checks.Look("extension").found.find("TimescaleDB "), 0u);
+}
+
+TEST_F(HistorianHealth, AReleaseWithFaultsIsToBeUpdated) {
+  if (release() >= Release{2, 20, 0}) {
+    checks.Expect("extension", Verdict::Ok, "TimescaleDB " + ReleaseUnderTest());
+    return;
+  }
+  const bool loses = release() >= Release{2, 16, 0} && release() <= Release{2, 18, 0};
+  Run("insert into datalog values (date_trunc('hour', now()) - interval '1 day', 'A', 1)");
+  Run("select compress_chunk(chunk) from show_chunks('datalog') chunk");
+
+  Reconnect();  // an update is to be the first statement of a session
+  checks.ExpectCure("extension", loses ? Verdict::Failed : Verdict::Warning,
+                    "TimescaleDB " + ReleaseUnderTest() + (loses ? " loses samples" : ": CreateLogTable"));
+
+  const auto updated = NewUntoldDbms();
+  const auto stored = std::stoll(Value("select (extract(epoch from time) * 1000)::bigint from datalog"));
+  EXPECT_TRUE(updated->InsertLogData({{stored, L"A", 2}, {stored + 1, L"A", 3}})) << updated->GetLastError();
+  EXPECT_EQ(Rows("select value from datalog order by time"), (std::vector<std::string>{"1", "3"}));
+  EXPECT_TRUE(updated->CreateLogTable(20)) << updated->GetLastError();
+  EXPECT_EQ(Retention("datalog_1m"), "40 days");
+  Run("select _timescaledb_functions.stop_background_workers()");
 }
 
 TEST_F(HistorianHealth, TablesAsTheLibraryMakesThemAreRight) {
@@ -105,70 +119,6 @@ TEST_F(HistorianHealth, AggregatesAreToBeThereAndRefreshed) {
   if (release() < Release{2, 20, 0}) return;  // CreateLogTable cannot be repeated there
   ASSERT_TRUE(dbms->CreateLogTable(10)) << dbms->GetLastError();
   checks.Expect("table datalog_1h", Verdict::Ok, "refreshed");
-}
-
-TEST_F(HistorianHealth, JobsAreToBeScheduled) {
-  const std::string job = Value(
-      "select job_id from timescaledb_information.jobs where proc_name = 'policy_compression' "
-      "and hypertable_name = 'datalog'");
-  checks.Expect("jobs", Verdict::Ok, " of ");
-  Run("select alter_job(" + job + ", scheduled => false)");
-  const Finding finding =
-      checks.Expect("job " + job, Verdict::Warning, "policy_compression of datalog: switched off");
-  checks.CarryOut(finding.advice);
-  for (const Finding& other : checks.Report().findings) EXPECT_NE(other.check, "job " + job);
-}
-
-// A view on a chunk keeps retention from dropping it.
-TEST_F(HistorianHealth, AJobThatFailedIsToRunAgain) {
-  Store("1 hour", "20 days");
-  Run("create view kept as select * from " + Value("select show_chunks('datalog')"));
-  const std::string job = Value(
-      "select job_id from timescaledb_information.jobs where proc_name = 'policy_retention' and "
-      "hypertable_name = 'datalog'");
-  Run("select _timescaledb_functions.start_background_workers()");
-  Run("select alter_job(" + job + ", next_start => now())");
-  const std::string ended =
-      " from timescaledb_information.job_stats where job_id = " + job + " and job_status = 'Scheduled'";
-  WaitUntil("select exists (select" + ended + " and total_failures > 0)");
-  const Finding finding = checks.Expect("job " + job, Verdict::Failed, "its last run failed: cannot drop");
-
-  Run("drop view kept");
-  checks.CarryOut(finding.advice);
-  WaitUntil("select exists (select" + ended + ") and not exists (select from show_chunks('datalog'))");
-  for (const Finding& other : checks.Report().findings) EXPECT_NE(other.check, "job " + job) << other.found;
-  Run("select _timescaledb_functions.stop_background_workers()");
-}
-
-// PostgreSQL 15.20 counts every run as failed. Not for releases before 2.15, which keep failures in other
-// tables: releases.sh leaves it out there, and says so.
-TEST_F(HistorianHealth, ARefreshCountedAsFailedIsToComeBackSoon) {
-  const std::string job = Value(
-      "select job_id from timescaledb_information.jobs where proc_name = 'policy_refresh_continuous_aggregate' "
-      "and hypertable_name in ('datalog_1m', (select materialization_hypertable_name from "
-      "timescaledb_information.continuous_aggregates where view_name = 'datalog_1m'))");
-  FailOnce(job, "cannot drop portal \"\" while it is being set up");
-  const Finding finding = checks.Expect("job " + job, Verdict::Warning, "for every failure in a row");
-  checks.CarryOut(finding.advice);
-  for (const Finding& other : checks.Report().findings) EXPECT_NE(other.check, "job " + job);
-  EXPECT_EQ(Value("select retry_period from timescaledb_information.jobs where job_id = " + job), "00:00:05");
-}
-
-TEST_F(HistorianHealth, ASchedulerIsToRun) {
-  if (Value("select exists (select from pg_stat_activity where backend_type = 'TimescaleDB Background Worker "
-            "Launcher')") == "f") {
-    const Finding finding =
-        checks.Expect("scheduler", Verdict::Warning, "was not loaded when the server started");
-    EXPECT_NE(finding.advice.find("shared_preload_libraries = 'timescaledb'"), std::string::npos);
-    return;
-  }
-  const Finding finding = checks.Expect("scheduler", Verdict::Warning, "no background worker");
-  checks.CarryOut(finding.advice);
-  WaitUntil(
-      "select exists (select from pg_stat_activity where datname = current_database() and "
-      "backend_type = 'TimescaleDB Background Worker Scheduler')");
-  checks.Expect("scheduler", Verdict::Ok, "runs");
-  Run("select _timescaledb_functions.stop_background_workers()");
 }
 
 TEST_F(HistorianHealth, ChunksThatAreDueAreToBeCompressed) {

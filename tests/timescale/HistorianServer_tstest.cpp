@@ -1,8 +1,11 @@
-// Findings of a whole server, which the advice restarts. The tests have a server of their own:
-// tests/server/private_server.sh.
+// Findings of a whole server, with advice that restarts it or frees its disk. Each test has a server of its
+// own: tests/historian/disk/small_disk.sh.
+
+#include <filesystem>
 
 #include "TimescaleTest.h"
 #include "historian/HealthChecks.h"
+#include "historian/disk/SmallDisk.h"
 #include "server/PrivateServer.h"
 
 namespace {
@@ -16,6 +19,8 @@ class HistorianServer : public TimescaleTest {
     TimescaleTest::SetUp();
     dbms = NewDbms();
     ASSERT_TRUE(dbms->CreateLogTable(0)) << dbms->GetLastError();
+    // A server that is restarted runs jobs again.
+    Run("select alter_job(job_id, scheduled => false) from timescaledb_information.jobs");
   }
 
   // So many samples of each of so many days, the last of which is 30 days ago.
@@ -47,6 +52,24 @@ TEST_F(HistorianServer, LocksAreToSufficeForAllChunks) {
   EXPECT_EQ(Value("select count(*) from datalog"), "70");
   checks.CarryOut("alter system set max_locks_per_transaction = 15; restart the server");
   checks.ExpectCure("locks", Verdict::Warning, "takes 210 locks of 300");
+}
+
+// The server's disk is in memory.
+TEST_F(HistorianServer, ARetentionFreesTheDisk) {
+  constexpr std::uintmax_t kJustTooLittle = 1'950'000'000;
+  Store(1, 1'000'000);
+  Run("checkpoint");
+  const auto disk = std::filesystem::space(Value("show data_directory"));
+  ResizeDisk(std::to_string(disk.capacity - disk.available + kJustTooLittle));
+  EXPECT_EQ(checks.Expect("disk", Verdict::Warning, " GB are free").advice,
+            "add space, or keep less: historian init --retention DAYS");
+  ASSERT_TRUE(dbms->CreateLogTable(10)) << dbms->GetLastError();  // as that command does
+  Run("call run_job(" +
+      Value("select job_id from timescaledb_information.jobs where proc_name = 'policy_retention' and "
+            "hypertable_name = 'datalog'") +
+      ")");
+  EXPECT_EQ(Value("select count(*) from datalog"), "0");
+  checks.Expect("disk", Verdict::Ok, " GB are free");
 }
 
 }  // namespace

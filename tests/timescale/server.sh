@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Tests with a server of their own, where the server offers TimescaleDB: server.sh BUILD_FOLDER TESTS [VERSION|all]
+# Tests with a server and a disk of its own, where the server offers TimescaleDB: server.sh BUILD_FOLDER TESTS [VERSION|all]
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 # shellcheck source=tests/timescale/offered.sh
 . "$(dirname "$0")/offered.sh"
 end_unless_offered 'HistorianServer is not tested with it'
-exec "$here/../server/private_server.sh" "$1" "$here/releases.sh" "$2" "${3:-}"
+exec "$here/../historian/disk/small_disk.sh" "$1" "$here/releases.sh" "$2" "${3:-}"
