@@ -34,8 +34,8 @@ enum class DbmsType : int {
 // leaves the message in GetLastError. It is not repeated. If the connection was refused or has broken, the
 // next operation connects again. No database error leaves an operation as an exception.
 //
-// Aggregates, compression and retention need TimescaleDB and, in each process, CreateSystemLogTable. Without
-// them the tables are plain ones, and the server drops no rows.
+// Aggregates, compression and retention need TimescaleDB and, in each process, one call of
+// CreateSystemLogTable. Without these the tables are plain, and the server drops no rows.
 //
 // Result containers belong to the caller. Rows are appended; nothing is cleared first. A query that finds
 // nothing succeeds. What was read before a failure stays in the container.
@@ -58,9 +58,10 @@ class DBMSAPI_EXPORT Dbms {
   // before another thread may broadcast a role change.
   //
   // It is not asked when a host does not answer ("timeout expired", "No route to host"), nor when the server
-  // is a standby that refuses to write (SQLSTATE 25006): one that takes the hosts in turn may stay at a
-  // standby for ever. Name several hosts instead (see GetDbms), or ask what knows the primary and call
-  // NotifyRoleChange after such failures. docs/high-availability.md says what each way costs.
+  // is a standby that refuses to write (SQLSTATE 25006). A selector that returns the hosts in turn may
+  // therefore stay at a standby for ever. Name several hosts instead (see GetDbms), or let the selector
+  // return the known primary and call NotifyRoleChange after such failures. docs/high-availability.md says
+  // what each way costs.
   //
   // An exception that it throws leaves the operation, or NotifyRoleChange, after the connection was dropped;
   // the host is kept. BroadcastRoleChange continues with the other objects, then throws the first exception.
@@ -74,7 +75,7 @@ class DBMSAPI_EXPORT Dbms {
   virtual ~Dbms();                     // the connection closes with its last owner
 
   // Makes an object of the type and registers it for role changes; returns null for any other type. A null
-  // text is the empty text, and what is empty is left to libpq's environment (PGHOST, PGUSER and so on).
+  // text is the empty text. For an empty text, libpq uses its environment (PGHOST, PGUSER and so on).
   //
   // `database` may hold connection keywords, and `host` several hosts that have the same port: with the host
   // "a,b" and the database "dbname=scada target_session_attrs=read-write connect_timeout=2" each connection
@@ -106,19 +107,20 @@ class DBMSAPI_EXPORT Dbms {
 
   // ---- Connection ----
 
-  // 1: Connects unless the connection is open. One that has broken unnoticed counts as open.
+  // 1: Connects unless the connection is open. A connection that has broken unnoticed counts as open.
   virtual bool Connect() = 0;
-  // 2: Gets the server's version text over a separate connection; on failure gets the error message.
+  // 2: Gets the server's version text over a separate connection. On failure `text` is the error message.
   virtual bool GetServerVersion(std::wstring& text) = 0;
 
   // ---- Tag history ----
 
   // 3: Creates or updates datalog and its aggregates datalog_1m and datalog_1h. The server drops samples that
   // are older than retentionDays, and aggregates at least twice as old. 0 or less keeps samples, and drops
-  // the policy of an earlier call. The policies of the aggregates may stay then: one of "730 days" contains
-  // "0 days" and counts as up to date. `select remove_retention_policy('datalog_1m')` removes it.
+  // the policy of an earlier call. The aggregates may then keep their policies: the text "730 days" contains
+  // "0 days", so such a policy counts as up to date. `select remove_retention_policy('datalog_1m')` removes
+  // it.
   virtual bool CreateLogTable(int retentionDays) = 0;
-  // 4: Gets the time of the oldest sample in epoch seconds; leaves `oldest` alone when there is none.
+  // 4: Gets the time of the oldest sample in epoch seconds; leaves `oldest` unchanged when there is none.
   virtual bool GetOldestLogTime(std::int64_t& oldest) = 0;
   // 5: Stores a batch whole or not at all. Skips samples with a time below 1 ms, without a tag name, or whose
   // value is NaN or infinite, and samples whose tag and time are stored already. Of several samples with one
@@ -132,8 +134,9 @@ class DBMSAPI_EXPORT Dbms {
   // ---- User log tables ----
 
   // 7: Creates user_<name>, or changes its retention. A table whose columns differ from the definition is
-  // first dropped with its rows. While others read it, that may end in a deadlock: the operation returns
-  // false, the old table is whole, and a second call succeeds. A retentionDays of 0 or less keeps rows.
+  // first dropped with its rows. If others read the table meanwhile, this may end in a deadlock: the
+  // operation returns false, the old table is intact, and a second call succeeds. A retentionDays of 0 or
+  // less keeps rows.
   virtual bool CreateUserLogTable(const wchar_t* name, const std::vector<UserLogColumn>& columns,
                                   int retentionDays) = 0;
   // 8: Stores one row. Its values are SQL literals and are spliced.
@@ -157,12 +160,13 @@ class DBMSAPI_EXPORT Dbms {
                            std::int16_t status, std::int16_t type, std::int16_t level, std::int16_t zone,
                            std::int64_t occTimeMs, std::int64_t freeTimeMs) = 0;
   // 12: Appends the alarms between two instants (epoch seconds, included) that pass the filter, newest first.
-  // - Masks: bit i selects code i. With a mask of 0 no alarm passes and nothing is sent. All codes are status
-  //   0xF, type 0x1FFF, level -2 and zone -1. A level mask never selects level 0, except when it selects all
-  //   others. A mask that selects no code that exists fails.
-  // - Prefixes: the tag begins with one of them (spliced; without any, every tag passes).
+  // - Masks: bit i selects code i. With a mask of 0 no alarm passes and nothing is sent. The masks that
+  //   select all codes are 0xF for status, 0x1FFF for type, -2 for level and -1 for zone. A level mask never
+  //   selects level 0, except when it selects all others. A mask that selects none of the codes that exist
+  //   makes the operation fail.
+  // - Prefixes: the tag begins with one of them; they are spliced. Without prefixes every tag passes.
   // - Excluded ranges (epoch seconds, included): an alarm that lies in all of them at once is left out. They
-  //   work only while every mask selects all codes: after another condition the server refuses the text.
+  //   work only while every mask selects all codes: otherwise the server refuses the statement.
   virtual bool GetAlarmData(std::int64_t startTime, std::int64_t endTime, std::int16_t statusMask,
                             std::int16_t typeMask, std::int16_t levelMask, std::int16_t zoneMask,
                             const std::vector<const wchar_t*>& tagPrefixes,
@@ -176,15 +180,15 @@ class DBMSAPI_EXPORT Dbms {
 
   // 14: Creates a page's table of text values, with its name (spliced) in lower case.
   virtual bool CreateTagValueTable(const wchar_t* tableName) = 0;
-  // 15: Removes the page's values and time intervals that are older than so many days; the name is spliced.
-  // With TimescaleDB values go by chunks of one day: up to a day more may stay.
+  // 15: Removes the page's values and time intervals that are older than `days` days; the name is spliced.
+  // With TimescaleDB values are removed in chunks of one day, so some may stay for up to a day longer.
   virtual bool PurgeTagValueTable(const wchar_t* tableName, std::int64_t days) = 0;
   // 16: Stores everything in the queue with one statement; texts are spliced. Empties the queue, even when
   // the statement fails. Returns false for an empty queue.
   virtual bool InsertTagValueQueue(const wchar_t* tableName,
                                    std::deque<std::vector<TagValueRecord>>& queue) = 0;
-  // 17: Stores the records in batches of 1000 rows, each of which is committed; texts are spliced. Returns
-  // false for an empty vector. When the last record has no tag name, the last batch is not stored.
+  // 17: Stores the records in batches of 1000 rows and commits each batch; texts are spliced. Returns false
+  // for an empty vector. When the last record has no tag name, the last batch is not stored.
   virtual bool InsertTagValues(const wchar_t* tableName, const std::vector<TagValueRecord>& records) = 0;
   // 18: Creates pr_timelist or migrates an older one.
   virtual bool CreatePageTimeListTable() = 0;
@@ -202,12 +206,12 @@ class DBMSAPI_EXPORT Dbms {
   // and hours that are older than retentionDays; 0 or less keeps them.
   virtual bool CreateReportDataTables(int retentionDays) = 0;
   // 23: Gets the watermark of a kind and period, the instant (epoch seconds) up to which it is aggregated. It
-  // is 0 until set. Leaves epochSeconds alone for an unknown kind.
+  // is 0 until set. Leaves epochSeconds unchanged for an unknown kind.
   virtual bool GetReportDataTime(const wchar_t* kind, const wchar_t* period, std::int64_t* epochSeconds) = 0;
   // 24: Sets the watermark of a kind and period.
   virtual bool SetReportDataTime(const wchar_t* kind, const wchar_t* period, std::int64_t epochSeconds) = 0;
-  // 25: Gets the time (epoch seconds) of the oldest row of a kind and period; leaves epochSeconds alone when
-  // there is none.
+  // 25: Gets the time (epoch seconds) of the oldest row of a kind and period; leaves epochSeconds unchanged
+  // when there is none.
   virtual bool GetReportDataFirstTime(const wchar_t* kind, const wchar_t* period,
                                       std::int64_t* epochSeconds) = 0;
   // 26: Stores digital rows with one statement. Skips rows whose tag and time are stored already. Fails for
@@ -231,8 +235,8 @@ class DBMSAPI_EXPORT Dbms {
 
   // ---- Event reports ----
 
-  // 30: Creates event_report_data or migrates an older one. Fails for an older one that holds rows, which
-  // then has no primary key.
+  // 30: Creates event_report_data or migrates an older one. Fails for an older one that holds rows; that
+  // table then has no primary key.
   virtual bool CreateEventReportTable() = 0;
   // 31: Deletes all captures of a model; the name is spliced.
   virtual bool DeleteEventReportData(const wchar_t* modelName) = 0;
@@ -264,8 +268,8 @@ class DBMSAPI_EXPORT Dbms {
   // ---- System log ----
 
   // 40: Detects TimescaleDB for the whole process, then creates or updates system_log. Call it before the
-  // other create operations: they do not use the extension until then. The server drops records that are
-  // older than retentionDays; 0 or less keeps them.
+  // other create operations: they use the extension only afterwards. The server drops records that are older
+  // than retentionDays; 0 or less keeps them.
   virtual bool CreateSystemLogTable(int retentionDays) = 0;
   // 41: Stores records one by one; texts are bound. Stops at the first that fails; earlier ones stay. Returns
   // the number stored.
@@ -273,8 +277,8 @@ class DBMSAPI_EXPORT Dbms {
 
   // ---- Grid tables: columns and rows count from 1; names and values are spliced ----
 
-  // 42: Creates a table of text cells. One with another number of columns is first dropped with its rows; so
-  // is one whose name is given with capitals.
+  // 42: Creates a table of text cells. A table with another number of columns is first dropped with its rows;
+  // so is a table whose name is given with capitals.
   virtual bool CreateGridTable(const wchar_t* table, int columnCount) = 0;
   // 43: Drops a grid table.
   virtual bool DropGridTable(const wchar_t* table) = 0;
@@ -335,23 +339,23 @@ class DBMSAPI_EXPORT Dbms {
   virtual bool CreateGooseTable() = 0;
   // 65: Does nothing and returns true, connected or not.
   virtual bool ResetGooseLog() = 0;
-  // 66: Stores one message with the server's time; texts are spliced. When invalidityTime is not a number, or
-  // not in the range of a double, throws std::invalid_argument or std::out_of_range before anything is sent.
+  // 66: Stores one message with the server's time; texts are spliced. Before anything is sent, throws
+  // std::invalid_argument when invalidityTime is not a number, and std::out_of_range when a double cannot
+  // hold it.
   virtual bool InsertGooseMessage(const GooseMessageRecord& message) = 0;
 
   // ---- Signatures ----
 
-  // 67: Creates signinfo_table. One without the column user_id is first dropped with its rows.
+  // 67: Creates signinfo_table. A table without the column user_id is first dropped with its rows.
   virtual bool CreateSignatureTable() = 0;
 
   // ---- Chunk maintenance ----
 
   // 68: Appends, by hypertable, the chunks that ended over a day ago and are not compressed. Returns whether
-  // the map holds anything afterwards: false with an empty map may also mean that there is nothing to
-  // compress.
+  // the map holds anything afterwards, so false may just mean that there is nothing to compress.
   virtual bool GetUncompressedChunkMap(std::unordered_map<std::wstring, std::vector<std::wstring>>& chunks);
-  // 69: Compresses one chunk, named as GetUncompressedChunkMap names it (spliced). Fails when it is
-  // compressed already, which does no harm.
+  // 69: Compresses one chunk, named as GetUncompressedChunkMap names it (spliced). Fails, without harm, when
+  // the chunk is compressed already.
   virtual bool CompressChunk(const wchar_t* chunk);
 
  protected:

@@ -22,9 +22,9 @@ struct LogPoint {
 
 // One column of a user log table.
 struct UserLogColumn {
-  const wchar_t* name = nullptr;  // used unchanged
+  const wchar_t* name = nullptr;  // spliced into statements
   std::int32_t type = 0;          // 0: 16-bit integer, 1: double, 2: text
-  std::int32_t length = 0;        // most characters of a text column
+  std::int32_t length = 0;        // maximum number of characters of a text column
 };
 
 // One row of a user log table.
@@ -47,5 +47,5 @@ struct AlarmRecord {
   std::int16_t level = 0;       // 0 to 15
   std::int16_t zone = 0;        // zone code
   std::int64_t occTimeMs = 0;   // when the alarm occurred
-  std::int64_t freeTimeMs = 0;  // when it cleared, 0 while it has not
+  std::int64_t freeTimeMs = 0;  // when it cleared; 0: not cleared
 };

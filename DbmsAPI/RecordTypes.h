@@ -26,7 +26,7 @@ struct UserRecord {
   std::wstring description;
 };
 
-// One event of the runtime itself. The numeric codes belong to the clients.
+// One event of the runtime itself. The clients define the numeric codes.
 struct SystemLogRecord {
   std::int64_t time = 0;  // epoch milliseconds
   std::int16_t node = 0;

@@ -155,8 +155,7 @@ class TirelScada : public Dbms {
  protected:
   // The shape of every operation, frame/Operation.h.
 
-  // Runs the body and returns its answer; what the database refuses goes to HandleDbException and gives
-  // false.
+  // Runs the body and returns its result. A database error goes to HandleDbException and gives false.
   template <class Body>
   bool Guard(Body&& body);
   // Connects, then runs the body under Guard with a command on the connection.
@@ -167,24 +166,24 @@ class TirelScada : public Dbms {
 
   // frame/Connection.cpp
 
-  // Reports the failure and abandons a server that is gone.
+  // Reports the failure, and drops the connection to a server that is gone.
   void HandleDbException(const SAException& error);
   // Keeps the text of a failure without an SQLSTATE and writes the debug line.
   void ReportFailure(int errorClass, int nativeCode, const std::wstring& text);
-  // Connects to the server that the parameters name.
+  // Connects with the parameters of the object.
   void ConnectTo(SAConnection& target);
-  // Whether the connection has broken although it counts as open. Asks the server.
+  // Whether a connection that counts as open has broken. Asks the server.
   bool ConnectionLost();
   // Lets hostSelector choose another host and drops the connection.
   void AbandonServer();
 
   // frame/Hypertable.cpp
 
-  // Makes a table a hypertable unless it is one, and sets its retention if one is given (0 or less: no
-  // policy). Returns whether compression is already set up.
+  // Makes a table a hypertable unless it is one, and sets its retention (0 or less days: no policy). Returns
+  // whether compression is already set up.
   bool AdoptHypertable(SACommand& command, const wchar_t* table, std::optional<int> retentionDays);
-  // Adopts the table as above, then sets up compression by segment columns and its policy. Does nothing while
-  // the extension's version is unknown.
+  // The same, then sets up compression by segment columns and its policy. Does nothing while the extension's
+  // version is unknown.
   void SetUpHypertable(SACommand& command, const wchar_t* table, const wchar_t* segmentBy,
                        std::optional<int> retentionDays);
   // Sets the retention of a table, read from the extension's internal catalog.

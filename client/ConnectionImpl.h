@@ -6,7 +6,7 @@
 #include "pgAPI.h"
 #include "pq/Connection.h"
 
-// A command's text and its parameters: first those with a number, ascending.
+// A command's text and its parameters: first the numbered ones in ascending order, then the named ones.
 struct TextAndParameters {
   SAString text;
   std::shared_ptr<pq::Statement> statement;
@@ -17,12 +17,12 @@ struct TextAndParameters {
 struct SharedConnection {
   pq::Connection connection;
   pq::StatementCache statements;
-  // Of a command without a text.
+  // The statement of a command without a text.
   std::shared_ptr<pq::Statement> noStatement = std::make_shared<pq::Statement>(pq::MarkedStatement());
-  // Of the command that ended last, for the next one with the same text: programs repeat statements, each
-  // time by a new command.
+  // What the last destroyed command leaves to the next one with the same text, because programs often repeat
+  // a statement with a new command.
   TextAndParameters recent;
-  pq::Parameters parameters;  // of the statement that is sent next
+  pq::Parameters parameters;  // of the next statement
 };
 
 class SAConnection::Impl {

@@ -13,10 +13,10 @@
 
 namespace historian {
 
-// Gives the samples of a source batch by batch: appends those that begin at a position and returns where the
-// next batch begins, which must be greater, or nothing at the source's end. The first position is 0; what a
-// position means is up to the source, an offset in a file for instance. The same position must give the same
-// samples whenever it is asked for. A batch is stored by one transaction; 100,000 samples are a good size.
+// Reads a source batch by batch. Appends the samples of the batch at `position` and returns the position of
+// the next batch, which must be greater, or nothing at the end of the source. The first position is 0; what
+// the others mean is up to the source, for instance an offset in a file. The same position must always give
+// the same samples. A batch is stored by one transaction; 100,000 samples are a good size.
 using SampleReader =
     std::function<std::optional<std::int64_t>(std::int64_t position, std::vector<LogSample>& samples)>;
 
@@ -25,25 +25,25 @@ struct BackfillCounts {
   std::int64_t batches = 0;
   std::int64_t samples = 0;
   std::int64_t stored = 0;
-  std::int64_t duplicates = 0;  // their tag and time are stored already, or an earlier sample has them
-  std::int64_t leftOut = 0;     // without a time of 1 ms or later, a tag name or a finite value
+  std::int64_t duplicates = 0;  // tag and time were stored already, or occurred earlier in the source
+  std::int64_t leftOut = 0;     // a time below 1 ms, no tag name, or a value that is not finite
 };
 
 struct BackfillProgress {
   BackfillCounts counts;        // of this run
-  std::int64_t position = 0;    // up to here the source has been read
-  std::int64_t chunks = 0;      // that the samples lie in; 0 until all samples are stored
-  std::int64_t chunksDone = 0;  // whose aggregates are refreshed, and which are compressed again if they were
+  std::int64_t position = 0;    // where the next batch begins
+  std::int64_t chunks = 0;      // chunks that hold the samples; 0 until all samples are stored
+  std::int64_t chunksDone = 0;  // their aggregates are refreshed, and they are compressed again if they were
 };
 
 struct BackfillReport {
   BackfillCounts counts;             // of this run
-  std::int64_t batchesBefore = 0;    // passed over: earlier runs have stored them
+  std::int64_t batchesBefore = 0;    // skipped, because earlier runs stored them
   bool complete = false;             // all samples are stored, aggregates refreshed, chunks compressed
   std::int64_t chunksRefreshed = 0;  // of this run; 0 without TimescaleDB
   std::int64_t chunksCompressed = 0;
-  // Aggregates from before this instant were left as they are: the raw samples that they were made of are
-  // gone, and refreshing would have removed them.
+  // Aggregates before this instant were not refreshed: their raw samples are gone, so a refresh would have
+  // removed them.
   std::optional<Time> notRefreshedBefore;
 };
 
@@ -52,21 +52,21 @@ struct BackfillOptions {
   std::function<bool(const BackfillProgress&)> progress;
 };
 
-// Loads the samples of a source into tag history, for years of old data. What is stored is what InsertLogData
-// stores of the same samples; of several samples with one tag and time in a batch the first is kept.
+// Loads the samples of a source into tag history, for years of old data. Stores the same rows as
+// InsertLogData; of several samples with the same tag and time in a batch, the first is kept.
 //
-// `source` names the data in the table historian_backfill, which knows what batches are stored: a run that
-// was interrupted, however hard, is continued by calling this again, and a source that has grown is continued
-// where it ended. Sources of different names are independent. Several connections load batches at the same
-// time, each on a thread of its own; an object may be given once only. `read` and the progress callback are
-// then called by one thread at a time, not always the same. Of one tag and time in different batches, any may
-// be kept then; with one connection it is the first.
+// `source` names the data in the table historian_backfill, which records the batches that are stored. Calling
+// Backfill again continues a run that was interrupted at any point, and loads what was added to a source
+// since. Sources of different names are independent. Several connections load batches at the same time, each
+// on a thread of its own; give each object only once. `read` and the progress callback are then called by one
+// thread at a time, but not always the same one. If different batches have samples of the same tag and time,
+// any of these may be kept then; with one connection it is the first.
 //
-// With TimescaleDB the aggregates are refreshed in the end over the range of the new samples, and the chunks
-// in it that were compressed are compressed again.
+// With TimescaleDB, Backfill then refreshes the aggregates over the range of the new samples, and compresses
+// again the chunks in it that were compressed.
 //
 // Throws Error when the server fails, std::invalid_argument for misuse, and what `read` and the callback
-// throw. Nothing of the batch at hand is stored then.
+// throw. The current batch is then not stored at all.
 HISTORIAN_EXPORT BackfillReport Backfill(const std::vector<std::shared_ptr<Dbms>>& connections,
                                          const std::string& source, const SampleReader& read,
                                          const BackfillOptions& options = {});

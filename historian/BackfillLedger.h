@@ -15,29 +15,29 @@ namespace historian {
 struct LedgerEntry {
   std::int64_t begins = 0, ends = 0;  // positions in the source
   std::int64_t samples = 0, stored = 0, duplicates = 0, leftOut = 0;
-  std::optional<std::int64_t> oldest, newest;  // of its rows
+  std::optional<std::int64_t> oldest, newest;  // times of its rows
 };
 
-// Table historian_backfill, a row for each batch. It is written by the transaction that stores the batch.
+// The table historian_backfill, with a row for each batch, written in the transaction that stores the batch.
 class BackfillLedger {
  public:
   explicit BackfillLedger(std::string source) : source_(std::move(source)) {}
 
-  // Creates the table where there is none.
+  // Creates the table unless it exists.
   static void Create(Link& link);
 
   // Where each stored batch begins and ends.
   std::map<std::int64_t, std::int64_t> Batches(Link& link) const;
 
-  // False when another run has stored the batch meanwhile.
+  // Adds a batch. Returns false when another run has stored it meanwhile.
   bool Enter(Link& link, const LedgerEntry& entry) const;
 
-  // From when on aggregates may be refreshed, in hours since 2000-01-01 00:00 UTC. It is kept from the first
-  // batch on until the source is finished. No value: any.
+  // The hour since 2000-01-01 00:00 UTC from which aggregates may be refreshed; no value: any. It is kept
+  // from the first batch until the source is finished.
   std::optional<std::int64_t> RefreshFrom(Link& link) const;
   void KeepRefreshFrom(std::optional<std::int64_t> hours) { refreshFrom_ = hours; }
 
-  // Whether batches wait for what follows the loading, and that it is done.
+  // Whether the aggregates and chunks of all batches are up to date; Finish records that they are.
   bool IsFinished(Link& link) const;
   void Finish(Link& link) const;
 

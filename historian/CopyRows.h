@@ -1,6 +1,6 @@
 #pragma once
 
-// Samples as the rows that tag history holds of them, in the binary format of COPY. Internal: not installed.
+// Makes rows of tag history from samples, in the binary format of COPY. Internal: not installed.
 
 #include <cstdint>
 #include <functional>
@@ -24,17 +24,17 @@ double StoredValue(double value);
 
 // The rows of a batch, sorted by time and tag. Of several samples with one time and tag, the first is kept.
 struct CopyRows {
-  std::string bytes;          // all that COPY ... (time, tag_name, value) FROM STDIN (FORMAT binary) takes
-  std::int64_t rows = 0;      // in bytes
-  std::int64_t repeated = 0;  // samples whose time and tag an earlier one of the batch has
-  std::int64_t leftOut = 0;   // samples without a time, a tag or a finite value, as InsertLogData leaves out
-  std::int64_t oldest = 0;    // StoredTime of the first row and
-  std::int64_t newest = 0;    // of the last one, 0 without rows
+  std::string bytes;          // the data of COPY ... (time, tag_name, value) FROM STDIN (FORMAT binary)
+  std::int64_t rows = 0;      // number of rows in `bytes`
+  std::int64_t repeated = 0;  // samples left out because an earlier one has their time and tag
+  std::int64_t leftOut = 0;   // samples that InsertLogData skips as well: no valid time, tag or finite value
+  std::int64_t oldest = 0;    // StoredTime of the first row; 0 without rows
+  std::int64_t newest = 0;    // StoredTime of the last row; 0 without rows
 };
 
 CopyRows MakeCopyRows(const std::vector<LogSample>& samples);
 
-// The key of a row of tag history, which no other row has.
+// The primary key of a row of tag history.
 struct RowKey {
   std::int64_t time = 0;  // as StoredTime
   std::string_view tag;   // in UTF-8; the text is not copied
@@ -50,7 +50,7 @@ struct RowKeyHash {
 
 using RowKeys = std::unordered_set<RowKey, RowKeyHash>;
 
-// The same without the rows that have one of these keys. Only `bytes` and `rows` change.
+// Returns a copy without the rows that have one of the keys. Only `bytes` and `rows` differ.
 CopyRows WithoutRows(const CopyRows& copy, const RowKeys& keys);
 
 }  // namespace historian

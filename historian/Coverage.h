@@ -5,12 +5,12 @@
 
 namespace historian {
 
-// Looks up what the database holds of tag history: on plain PostgreSQL samples alone, everywhere; with
-// TimescaleDB what its catalog says of chunks, of the aggregates and of what they have not seen yet.
-// Aggregates whose catalog cannot be read count as not there.
+// Finds out which ranges of tag history are stored. On plain PostgreSQL there are only samples, possibly at
+// any time. With TimescaleDB the catalog has the ranges of the chunks, of the aggregates, and of samples
+// that these do not include yet. Aggregates whose catalog cannot be read are ignored.
 Coverage ReadCoverage(Link& link);
 
-// The range outside of which nothing is stored; empty while nothing is.
+// The range from the first to the last stored time; empty when nothing is stored.
 Range Extent(Link& link, const Coverage& coverage);
 
 }  // namespace historian

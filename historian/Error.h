@@ -7,7 +7,7 @@
 
 namespace historian {
 
-// What functions of historian throw when the server, or the way to it, fails them. All texts are UTF-8.
+// Thrown by the functions of historian when the server or the connection fails. All texts are UTF-8.
 class HISTORIAN_EXPORT Error : public std::runtime_error {
  public:
   // what() is "operation: text".

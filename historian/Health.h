@@ -1,9 +1,9 @@
 #pragma once
 
-// Checks of the store: is everything there, does it run, and what is to be done where it does not.
+// Checks the store: is everything there, does it work, and if not, what is to be done.
 //
-//   const historian::HealthReport report = historian::CheckHealth(*dbms, {.retentionDays = {{"datalog",
-//   365}}}); for (const auto& finding : report.findings) Print(finding.check, finding.found, finding.advice);
+//   const auto report = historian::CheckHealth(*dbms, {.retentionDays = {{"datalog", 365}}});
+//   for (const auto& finding : report.findings) Print(finding.check, finding.found, finding.advice);
 //   return static_cast<int>(report.Worst());
 
 #include <chrono>
@@ -16,10 +16,10 @@
 
 namespace historian {
 
-// The numbers serve as exit status of a program.
+// The numbers are exit statuses, as monitoring systems use them.
 enum class Verdict {
   Ok = 0,
-  Warning = 1,  // something to look after, or a check that could not be made
+  Warning = 1,  // something needs attention, or a check could not be made
   Failed = 2    // samples are lost or refused, or will be
 };
 
@@ -36,7 +36,7 @@ struct HealthOptions {
   // A newest sample older than this is a warning.
   std::chrono::minutes lateAfter{60};
   // A tag that had samples during the last week and none for so long has stopped. Without TimescaleDB the
-  // search reads the whole table, unless an index begins with the tag name; 0 leaves it out.
+  // search reads the whole table, unless an index begins with the tag name; 0 turns it off.
   std::chrono::minutes stoppedAfter{24 * 60};
 };
 
@@ -46,10 +46,10 @@ struct HealthReport {
   HISTORIAN_EXPORT Verdict Worst() const;  // Ok while there is no finding
 };
 
-// Runs every check over the object's connection, which is made when there is none. Changes nothing at the
-// server: every statement is allowed in a read-only transaction. A server that cannot be reached, or that is
-// lost meanwhile, is a finding. A check that the account may not make, or that fails otherwise, is a warning
-// that says why. Settings are those of this session: connect again after a change.
+// Runs every check over the object's connection, and connects if necessary. Changes nothing at the server:
+// every statement is allowed in a read-only transaction. A server that cannot be reached, or that is lost
+// meanwhile, is a finding. A check that the account may not make, or that fails otherwise, is a warning that
+// says why. Settings are those of this session: connect again after a change.
 HISTORIAN_EXPORT HealthReport CheckHealth(Dbms& dbms, const HealthOptions& options = {});
 
 }  // namespace historian

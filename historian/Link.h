@@ -1,6 +1,6 @@
 #pragma once
 
-// Statements of historian's own, over the connection that a Dbms gives. Internal: not installed.
+// Runs historian's own statements over the connection of a Dbms. Internal: not installed.
 
 #include <pgAPI.h>
 
@@ -15,7 +15,7 @@
 
 namespace historian {
 
-// What a statement has returned. Rows and columns count from 0; texts are UTF-8, as the server writes a type.
+// The result of a statement. Rows and columns count from 0; values are the server's texts in UTF-8.
 class Result {
  public:
   Result(const pgAPI& api, PGresult* result) : api_(&api), result_(result, api.PQclear) {}
@@ -28,7 +28,7 @@ class Result {
   std::int64_t Integer(int row, int column) const;  // 0 for NULL
   double Number(int row, int column) const;         // 0 for NULL
   bool Bool(int row, int column) const { return Text(row, column) == "t"; }
-  // Rows that an INSERT, UPDATE, DELETE or COPY has touched.
+  // The number of rows that an INSERT, UPDATE, DELETE or COPY changed.
   std::int64_t Affected() const;
 
  private:
@@ -36,9 +36,9 @@ class Result {
   std::unique_ptr<PGresult, void (*)(PGresult*)> result_;
 };
 
-// The native connection of a Dbms. Every failure is thrown as an Error; one that shows a lost server also
-// drops the connection, so that the next use of the Dbms connects again. A failure inside a transaction
-// leaves the transaction open, to be rolled back.
+// The native connection of a Dbms. Every failure is thrown as an Error. If the server was lost, the
+// connection is dropped as well, so that the next use of the Dbms connects again. A failure inside a
+// transaction leaves the transaction open, to be rolled back.
 class Link {
  public:
   using Value = std::optional<std::string>;  // nullopt: NULL
@@ -50,14 +50,14 @@ class Link {
   Result Run(const std::string& statement) { return Check(api_->PQexec(conn_, statement.c_str())); }
   Result Run(const std::string& statement, const std::vector<Value>& values);
 
-  // COPY ... FROM STDIN: start, send any number of pieces, finish. FinishCopy gives the number of rows. Where
-  // the caller itself fails in between, CancelCopy has the server discard what was sent.
+  // COPY ... FROM STDIN: start, send any number of pieces, finish. FinishCopy gives the number of rows. If
+  // the caller fails in between, CancelCopy makes the server discard what was sent.
   void StartCopy(const std::string& statement);
   void SendCopy(std::string_view bytes);
   std::int64_t FinishCopy();
   void CancelCopy() noexcept;
 
-  // Rolls back without throwing; for use while a failure is on its way up.
+  // Rolls back without throwing, for use while an exception is handled.
   void RollBack() noexcept;
 
  private:

@@ -6,7 +6,7 @@
 
 namespace historian {
 
-// Times from begin on and before end, in epoch milliseconds.
+// A half-open range of times in epoch milliseconds: `begin` belongs to it, `end` does not.
 struct Range {
   std::int64_t begin = 0, end = 0;
 
@@ -32,10 +32,9 @@ class Ranges {
 
   Ranges And(const Ranges& other) const;
   Ranges Minus(const Ranges& other) const;
-  // With every range grown to whole units, and shrunk to the whole units inside.
-  Ranges Outward(std::int64_t unit) const;
-  Ranges Inward(std::int64_t unit) const;
-  // With the shortest gaps closed until no more than `most` ranges are left.
+  Ranges Outward(std::int64_t unit) const;  // each range extended to whole units
+  Ranges Inward(std::int64_t unit) const;   // each range reduced to the whole units inside
+  // Closes the shortest gaps until no more than `most` ranges are left.
   Ranges Merged(std::size_t most) const;
 
   friend bool operator==(const Ranges&, const Ranges&) = default;

@@ -19,7 +19,8 @@ struct Piece {
   std::int64_t records = 0;
 };
 
-// A run of blocks on its way to the server. At most one is on its way; the file knows it by its number.
+// Consecutive blocks that are sent to the server together. At most one batch is in flight; its number is kept
+// in the file.
 struct Batch {
   std::int64_t number = 0;
   Kind kind = Kind::Sample;
@@ -32,13 +33,13 @@ struct TimeRange {
   bool operator==(const TimeRange&) const = default;
 };
 
-// What came of a batch on the server. Records that are neither stored nor set aside are duplicates.
+// The result of a batch. Records that are neither stored nor set aside are duplicates.
 struct Outcome {
   std::int64_t stored = 0;
-  std::optional<TimeRange> late;  // samples too old for the aggregates' own refreshing
+  std::optional<TimeRange> late;  // samples too old for the refresh policies of the aggregates
 };
 
-// A record that the server refuses, with the server's words.
+// A record that the server refuses, with the server's reason.
 struct Refused {
   std::string_view record;
   std::string sqlState;
@@ -46,8 +47,8 @@ struct Refused {
 };
 
 struct SpoolLimit {
-  std::uint64_t bytes = 0;  // of what waits and what is set aside
-  bool dropOldest = false;  // else the newest is refused
+  std::uint64_t bytes = 0;  // of waiting records and those set aside
+  bool dropOldest = false;  // otherwise the newest is refused
 };
 
 struct Waiting {
@@ -56,48 +57,49 @@ struct Waiting {
   std::int64_t oldestMs = 0;  // when the oldest was accepted, epoch milliseconds; 0: nothing waits
 };
 
-// Append and the reading functions may be called on any thread; what concerns batches is the worker's.
+// Append and the reading functions may be called on any thread, the functions for batches on the worker's
+// only.
 class Spool {
  public:
   enum class Admission { Accepted, Full, Failed };
   struct Answer {
     Admission admission = Admission::Failed;
     std::string why;
-    std::int64_t dropped = 0;  // older records that had to make room
+    std::int64_t dropped = 0;  // older records, to make room
   };
 
   // Throws an Error when the file cannot be used.
   Spool(const std::filesystem::path& file, Syncing syncing, SpoolLimit limit);
 
-  // Returns when the pieces are in the file, all or none. Threads that come at the same time share one
-  // commit.
+  // Returns when all pieces are in the file, or none. Threads that call it at the same time share one commit.
   Answer Append(Kind kind, const std::vector<Piece>& pieces);
 
   const std::string& Id() const { return id_; }
   const std::optional<Damage>& DamageFound() const { return file_.damage; }
-  // Both of one instant, so that the totals add up.
+  // Both at the same instant, so that the totals add up.
   std::pair<Totals, Waiting> Count();
 
   // The batch that was on its way when the spool was opened, or that Next gave.
   const std::optional<Batch>& InFlight() const { return inFlight_; }
-  // Counts and removes the batch in flight when its outcome is given; then takes the next one, of the kinds
-  // allowed (by number), with so many records at the most unless one block alone has more. Alarms and log
-  // records are taken oldest first. Samples are taken from both ends in turn: the newest, then the oldest.
+  // Counts and removes the batch in flight if `done` has its outcome. Then takes the next batch, of a kind
+  // that `allowed` has, with at most `most` records unless a single block has more. Alarms and log records
+  // are taken oldest first. Samples are taken from both ends in turn: the newest, then the oldest.
   std::optional<Batch> Next(const std::optional<Outcome>& done, const std::array<bool, kKinds>& allowed,
                             std::int64_t most);
-  // The server knows batches up to this number: the next one has a higher one, and one in flight that has a
-  // lower one is given up, to be taken again.
+  // The server knows batches up to `number`: the next batch gets a higher number. A batch in flight with a
+  // lower number is given up; its records are taken again.
   void SkipTo(std::int64_t number);
-  // The blocks of the batch. A damaged one is set aside.
+  // Reads the blocks of the batch. Damaged ones are set aside.
   std::vector<Piece> Load(const Batch& batch);
-  // Keeps what the server refuses of the batch in flight, before the rest is committed there.
+  // Keeps the records of the batch in flight that the server refuses, before the rest is committed at the
+  // server.
   void HoldAside(const std::vector<Refused>& refused);
 
-  // The range of samples that came too late for the aggregates' own refreshing.
+  // The range of samples that came too late for the refresh policies of the aggregates.
   std::optional<TimeRange> Late();
   void ForgetLate(const TimeRange& late, std::int64_t upTo);
 
-  // Gives a part of the unused space back; false when there is none.
+  // Returns some of the unused space to the disk; false when there is none.
   bool Shrink();
 
  private:

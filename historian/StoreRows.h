@@ -7,10 +7,10 @@
 
 namespace historian {
 
-// Stores rows in tag history, inside a transaction of the caller's; gives the number of those that were new.
-// They go straight into the table. Where one of them is there already, those that are there are left out;
-// where that would mean reading much, or another session interferes, they go over a temporary table. Throws
-// an Error, with the transaction to be rolled back.
+// Stores rows in tag history inside the caller's transaction, and returns the number of new ones. The rows
+// are copied straight into the table. If some are stored already, the copy is repeated without these. If
+// finding them would mean reading much, or another session interferes, the rows are copied through a
+// temporary table. Throws an Error, after which the caller must roll back.
 std::int64_t StoreRows(Link& link, const CopyRows& copy);
 
 }  // namespace historian

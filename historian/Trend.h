@@ -5,9 +5,9 @@
 //   const auto trend = historian::ReadTrend(*dbms, {"PUMP.SPEED"}, from, to, 1000);
 //   for (const auto& bucket : trend.tags[0].buckets) Draw(bucket.time, bucket.min, bucket.mean, bucket.max);
 //
-// The functions use the object's connection, connect it when it is not, and start no transaction. They throw
-// historian::Error when the server or the way to it fails them, std::invalid_argument for arguments that make
-// no sense. Tag names are bound: any text is a name. A range is half-open: `from` belongs to it, `to` does
+// The functions use the object's connection, connect if necessary, and start no transaction. They throw
+// historian::Error when the server or the connection fails, and std::invalid_argument for arguments that make
+// no sense. Tag names are bound and may be any text. A range is half-open: `from` belongs to it, `to` does
 // not.
 
 #include <cmath>
@@ -23,9 +23,9 @@
 
 namespace historian {
 
-// What was stored in a stretch of time. NaN: only samples without a value (NULL) were stored.
+// The samples of a stretch of time. NaN: all of them are without a value (NULL).
 struct TrendBucket {
-  Time time;  // begin of the bucket, but not before the range; the sample's own time in a raw trend
+  Time time;  // beginning of the bucket, but not before the range; in a raw trend the sample's time
   double min = std::numeric_limits<double>::quiet_NaN();
   double mean = std::numeric_limits<double>::quiet_NaN();
   double max = std::numeric_limits<double>::quiet_NaN();
@@ -36,30 +36,30 @@ struct TrendBucket {
 struct TagTrend {
   std::string tag;
   bool raw = false;                  // each bucket is one sample
-  std::vector<TrendBucket> buckets;  // in time order; a stretch without samples has none
+  std::vector<TrendBucket> buckets;  // in time order; none where there are no samples
 };
 
-// How the mean of a bucket comes about.
+// What the mean of a bucket is computed from.
 enum class Resolution {
-  Samples,  // of its samples
-  Minutes,  // of the means of its minutes: each minute that has values counts the same
-  Hours     // of the means of its hours; an hour that datalog_1h does not hold is the mean of its minutes
+  Samples,  // its samples
+  Minutes,  // the means of its minutes: each minute that has values counts the same
+  Hours     // the means of its hours; an hour that datalog_1h lacks is the mean of its minutes
 };
 
 struct Trend {
   Resolution resolution = Resolution::Samples;
   std::chrono::milliseconds width{0};  // of a bucket
-  std::vector<TagTrend> tags;          // in the order asked for
+  std::vector<TagTrend> tags;          // in the order of the request
 };
 
-// Reads the tags between two instants into at most so many buckets a tag, all of the same width. A tag with
-// no more samples than that comes as its samples, min, mean and max being the value.
+// Reads tags between two instants into at most `buckets` buckets per tag, all of the same width. A tag with
+// no more samples than that is returned sample by sample, with its value as min, mean and max.
 //
 // Buckets of a minute or more are read from datalog_1m, those of an hour or more from datalog_1h, where these
-// are up to date; where they are not (the newest part, after late samples, where nothing was ever refreshed)
-// hours are put together of minutes, and minutes of samples. Minimum and maximum are those of the samples.
-// Where retention has dropped the samples the aggregates are shown as they are, also when a bucket is shorter
-// than a minute or an hour; the row of a minute or an hour then lies in the bucket in which it begins.
+// are up to date. Elsewhere (the newest part, ranges with late samples, ranges that were never refreshed)
+// hours are computed from minutes, and minutes from samples. Minimum and maximum are those of the samples.
+// Where retention has dropped the samples, the aggregates are used as they are, even if a bucket is shorter
+// than a minute or an hour; a minute or an hour then counts to the bucket in which it begins.
 //
 // Without TimescaleDB everything comes from the samples.
 HISTORIAN_EXPORT Trend ReadTrend(Dbms& dbms, const std::vector<std::string>& tags, Time from, Time to,
@@ -72,21 +72,20 @@ struct TagSample {
 };
 
 // The last sample of each tag before an instant, or of all time. A tag without one is left out; the order is
-// that of the tags asked for.
+// that of `tags`.
 HISTORIAN_EXPORT std::vector<TagSample> ReadLastSamples(Dbms& dbms, const std::vector<std::string>& tags,
                                                         std::optional<Time> before = {});
 
 struct TagInfo {
   std::string name;
-  Time first,
-      last;  // of its samples; `first` and `last` may be the begin of the hour or minute of that sample
+  Time first, last;                     // of its samples, or where their hours or minutes begin
   std::optional<std::int64_t> samples;  // when they were counted
 };
 
-// The tags that have samples, or hours in datalog_1h whose samples retention has dropped; by name. With
-// TimescaleDB the times come from the aggregates as far as these are up to date, to the hour. Without it the
-// whole table is read, unless it has an index that begins with the tag name. Counting reads every sample that
-// is not in a compressed chunk.
+// The tags that have samples, or hours in datalog_1h whose samples retention has dropped; sorted by name.
+// With TimescaleDB the times come from the aggregates where these are up to date, and are then exact to the
+// hour. Without it the whole table is read, unless it has an index that begins with the tag name. Counting
+// reads every sample that is not in a compressed chunk.
 HISTORIAN_EXPORT std::vector<TagInfo> ReadTags(Dbms& dbms, bool countSamples = false);
 
 }  // namespace historian

@@ -10,7 +10,7 @@ namespace historian {
 // Where values of tag history come from.
 enum class Store { Samples, Minutes, Hours };  // datalog, datalog_1m, datalog_1h
 
-// Milliseconds of what a row of the store covers; 1 for a sample.
+// The milliseconds that a row of the store covers; 1 for a sample.
 std::int64_t Unit(Store store);
 
 // What an aggregate holds.
@@ -25,7 +25,7 @@ struct Coverage {
   AggregateCoverage minutes, hours;
 
   const Ranges& Stored(Store store) const;
-  // The whole units that need no look at the samples.
+  // The whole units that can be read without looking at the samples.
   Ranges UpToDate(Store store) const;
 };
 
@@ -38,15 +38,15 @@ struct Segment {
   friend bool operator==(const Segment&, const Segment&) = default;
 };
 
-// Splits a range into segments, in ascending order. Each instant goes to the first of the stores given that
-// is up to date there; to the samples where none is; to an outdated aggregate where the samples are gone,
-// too. What nothing is stored of is left out. Segments of an aggregate are whole units.
+// Splits a range into segments, in ascending order. Each instant is read from the first of `stores` that is
+// up to date there; where none is, from the samples; where these are gone too, from an outdated aggregate.
+// Instants for which nothing is stored are left out. Segments of an aggregate are whole units.
 std::vector<Segment> Split(const Coverage& coverage, const Range& range, const std::vector<Store>& stores);
 
 // The buckets of a trend: as many as asked for, or fewer, of equal width.
 struct Buckets {
-  Store store = Store::Samples;  // the coarsest whose unit fits the width, of those that the database has
-  std::int64_t origin = 0;       // where the first begins; not after the range
+  Store store = Store::Samples;  // the coarsest store with data whose unit fits the width
+  std::int64_t origin = 0;       // where the first bucket begins, at or before the range
   std::int64_t width = 1;        // a multiple of the store's unit
 };
 

@@ -14,10 +14,10 @@ void ReadTimeZone();
 // Seconds that local time is ahead of UTC at an instant. Windows applies today's rules to all years.
 std::int64_t LocalOffset(std::int64_t instant);
 
-// The same offsets, remembered by day: for the many times of a result. Make one after ReadTimeZone.
+// The same offsets for the many times of a result, cached by day. Construct it after ReadTimeZone.
 //
-// Where a day begins and ends with the same offset, it has this offset throughout: in all zones there ever
-// were, no offset was left and taken up again within three days.
+// A day that begins and ends with the same offset is taken to have it throughout: no zone has ever left an
+// offset and returned to it within three days.
 class LocalOffsets {
  public:
   std::int64_t At(std::int64_t instant);
@@ -31,8 +31,8 @@ class LocalOffsets {
   std::array<Day, 8> days_;
 };
 
-// The IANA name of the process's time zone ("Europe/Berlin"), from TZ or the system's setting. Empty when it
-// has none that is certain, as always on Windows.
+// The IANA name of the process's time zone ("Europe/Berlin"), from TZ or the system's setting. Empty when the
+// name is not certain, and always on Windows.
 std::string LocalZoneName();
 
 }  // namespace sys

@@ -1,6 +1,6 @@
 #pragma once
 
-// Called by the library. Clients replace what they do by DbmsAPI/Diagnostics.h.
+// Used inside the library. Clients set the debug sink and the handler through DbmsAPI/Diagnostics.h.
 
 #include <cstddef>
 #include <optional>

@@ -4,7 +4,8 @@
 
 #include <string>
 
-// Compiled once: a formatter in each source file takes most of its compile time.
+// Not a template, so that the formatter is compiled once: in each source file it would take most of the
+// compile time.
 std::wstring FormatText(fmt::wstring_view pattern, fmt::wformat_args arguments);
 
 // Format(L"{} of {}", a, b). Doubles go through ShortestText, as {fmt} chooses another form for some of them.

@@ -68,7 +68,7 @@ struct Argument {
 // Ends the operation when an argument is null.
 void Require(std::initializer_list<Argument> arguments);
 
-// The text of an argument that may be null, which is then empty.
+// The text of an argument; empty for null.
 std::wstring OptionalText(const wchar_t* argument);
 
 // Returns a statement that fits a buffer of `capacity` characters; ends the operation for a longer one.

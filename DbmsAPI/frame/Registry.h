@@ -6,7 +6,7 @@
 
 #include "DbmsAPI/Dbms.h"
 
-// All objects that the factory has made, in that order. Entries of destroyed objects stay until the next
+// All objects that the factory has made, oldest first. Entries of destroyed objects stay until the next
 // broadcast.
 extern std::vector<std::weak_ptr<Dbms>> InstanceRegistry;
 

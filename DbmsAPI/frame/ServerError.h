@@ -10,6 +10,6 @@
 std::string SqlStateOf(const SAException& error);
 std::string SqlStateOf(const pgAPI& api, const PGresult* result);
 
-// The text of a failed result, or of the connection it came over if it has none or is null. It is UTF-8
+// The error text of a failed result, or of its connection when the result is null or has no text. It is UTF-8
 // without line feeds at its end.
 std::string TextOf(const pgAPI& api, const PGresult* result, const PGconn* connection);

@@ -7,7 +7,7 @@
 #include <string>
 
 // Version of the TimescaleDB extension, major x 100 + minor (2.13.1 is 213); 0 while unknown. One number for
-// the whole process. Only CreateSystemLogTable detects it; until then the steps below are left out.
+// the whole process. Only CreateSystemLogTable detects it; until then the steps below are skipped.
 extern std::atomic<int> TimescaleVersion;
 
 // The first version that makes hypertables with by_range.
@@ -18,11 +18,11 @@ constexpr int kColumnstoreVersion = 218;
 // Reads the extension's version; leaves TimescaleVersion alone when the extension is not installed.
 void DetectTimescaleVersion(SAConnection* connection);
 
-// The compression state of a hypertable, 1 when compression is set up; nothing for another table.
+// The compression state of a hypertable: 1 when compression is set up. No value for any other table.
 std::optional<short> CompressionState(SACommand& command, const wchar_t* table);
 
-// Makes a table a hypertable by its column time, in chunks of one day. Above 0 days, adds a policy to drop
-// older rows.
+// Makes a table a hypertable on its column `time`, in chunks of one day. If `days` is above 0, adds a policy
+// that drops older rows.
 void CreateHypertable(SACommand& command, const wchar_t* table, int retentionDays = 0);
 
 // Turns compression on, ordered by time and segmented by a comma-separated list of columns.

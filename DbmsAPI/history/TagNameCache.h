@@ -23,7 +23,7 @@ class TagNameCache {
   using Entry = std::pair<const std::wstring, Tag>;
   struct Tag {
     std::string escaped;
-    Entry* next = nullptr;  // the tag that came next last time
+    Entry* next = nullptr;  // the tag that followed this one last time
   };
 
   Entry* LookUp(const std::wstring& tagName) {

@@ -22,8 +22,9 @@ enum SAClient_t { SA_Client_NotSpecified = 0, SA_PostgreSQL_Client = 10 };
 enum SAErrorClass_t {
   SA_No_Error = 0,
   SA_UserGenerated_Error = 1,
-  SA_Library_Error = 2,  // this layer used wrongly: an unbound parameter, a text read as a number
-  SA_DBMS_API_Error = 3  // the server or the connection: native code 1 could not connect, 7 statement failed
+  SA_Library_Error = 2,  // wrong use of this layer: an unbound parameter, a text read as a number
+  SA_DBMS_API_Error =
+      3  // the server or the connection: native code 1: could not connect, 7: statement failed
 };
 
 enum SAIsolationLevel_t {
@@ -83,8 +84,8 @@ class SQLAPI_EXPORT SADateTime {
   int GetDayOfYear() const;  // 1 to 366
   sa_uint32_t Fraction() const { return nanoseconds_; }
 
-  // The same by the rules of C: years since 1900, months and days of the year from 0,
-  // tm_isdst -1 (unknown). The empty date gives a zeroed structure with tm_isdst -1.
+  // The same as a C library structure: years since 1900, months and days of the year from 0, tm_isdst -1
+  // (unknown). The empty date gives a zeroed structure with tm_isdst -1.
   operator struct tm() const;
 
  private:
@@ -102,8 +103,8 @@ class SQLAPI_EXPORT SAException : public std::exception {
   SAErrorClass_t ErrClass() const;
   int ErrNativeCode() const;
   SAString ErrText() const;
-  // An extra of this layer: the five characters of the server's SQLSTATE ("42P01"). Empty when the failure
-  // is not the server's own: a class 2 error, a failed connect, a connection lost without a message.
+  // An extension of this layer: the five characters of the server's SQLSTATE ("42P01"). Empty when the server
+  // did not report the failure: a class 2 error, a failed connect, a connection lost without a message.
   std::string SqlState() const;
   const char* what() const noexcept override;  // the text in UTF-8
 
@@ -113,8 +114,8 @@ class SQLAPI_EXPORT SAException : public std::exception {
 };
 
 // Reads one value of the current row. NULL reads as false, 0, the empty text or the empty date.
-// A text that is no number, or a number outside the type asked for, is a class 2 error. Booleans read as
-// 1 and 0; a number is true unless it is 0.
+// A text that is not a number, or a number out of range of the requested type, is a class 2 error. Booleans
+// read as 1 and 0; a number is true unless it is 0.
 class SQLAPI_EXPORT SAValueRead {
  public:
   virtual ~SAValueRead();
@@ -126,7 +127,7 @@ class SQLAPI_EXPORT SAValueRead {
   sa_int64_t asInt64() const;  // decimals of a numeric are cut toward zero
   double asDouble() const;
   SAString asString() const;  // the server's own text of any type
-  // Years count astronomically (1 BC is 0). A text that is no date, infinity too, is a class 2 error.
+  // Years count astronomically (1 BC is 0). A text that is not a date, such as infinity, is a class 2 error.
   SADateTime asDateTime() const;
 
  protected:
@@ -191,6 +192,6 @@ class SQLAPI_EXPORT SAParam : public SAValue {
   const SAString& Name() const;  // "1" for `:1`
 
  private:
-  mutable SAString name_;  // of a number made when asked for: statements have tens of thousands
+  mutable SAString name_;  // made on request for a number: a statement may have tens of thousands
   int number_ = 0;
 };

@@ -39,10 +39,10 @@ class SQLAPI_EXPORT pgAPI : public saAPI {
   int (*PQsocket)(const PGconn* connection) = nullptr;
 };
 
-// An extra of this layer: the text of a failed result or, if it has none or is null, of the connection it
-// came over. It is UTF-8 without line feeds at its end, as SAException has it. The lines after the message
-// itself are left out where they may quote rows: after data exceptions and violated constraints
-// (SQLSTATE 22..., 23... and 44...).
+// An extension of this layer: the error text of a failed result, or of its connection when the result is null
+// or has no text. It is UTF-8 without line feeds at its end, as in SAException. For data exceptions and
+// violated constraints (SQLSTATE 22..., 23... and 44...) only the message itself is returned, because the
+// lines after it may quote rows.
 SQLAPI_EXPORT std::string ErrorText(const pgAPI& api, const PGresult* result, const PGconn* connection);
 
 class SQLAPI_EXPORT pgConnectionHandles : public saConnectionHandles {

@@ -8,10 +8,10 @@
 
 namespace pq {
 
-// Values in the server's binary format. They read as their texts would, bit by bit; bytes that are no value
-// of their type are a class 2 error.
+// Reads values in the server's binary format. The results are bit by bit those of the values' texts. Bytes
+// that are not a value of their type are a class 2 error.
 
-// Whether the functions below know the values of a type. Those of timestamptz need the offsets of the
+// Whether the functions below can read values of a type. For timestamptz they need the offsets of the
 // session's time zone.
 bool IsReadableInBinary(unsigned type, bool zoneIsKnown);
 

@@ -4,9 +4,9 @@
 
 namespace pq {
 
-// libpq's functions of these names, for the connections of this layer, which libpq knows as nonblocking. They
-// wait like those of a blocking one, but by AwaitServer; the results of a connection that was given up are
-// marked.
+// Replace libpq's functions of the same names. The connections of this layer are nonblocking for libpq; these
+// functions wait as they would for a blocking one, but with AwaitServer. They mark the results of a
+// connection that was given up.
 PGresult* GetResult(PGconn* connection);
 PGresult* Exec(PGconn* connection, const char* query);
 PGresult* ExecParams(PGconn* connection, const char* query, int parameters, const unsigned* types,
@@ -18,13 +18,13 @@ int PutCopyEnd(PGconn* connection, const char* errorMessage);
 void Flush(PGconn* connection);
 
 // Reads the answer to what was sent. Returns the first result that is a failure, else the last one. PQexec
-// would always return the last one; when the server closes the connection, only the first holds its reason.
+// always returns the last one, but when the server closes the connection, only the first one has its reason.
 // `sent` is what libpq's send returned.
 Result ReadToTheEnd(PGconn* connection, int sent);
 
 bool IsCopy(const PGresult* result);
 
-// Reads what is left of an answer; libpq counts a connection as active until then. Returns false when the
+// Reads the rest of an answer; until then libpq takes the connection for active. Returns false when the
 // server does not end a COPY.
 bool DiscardAnswer(PGconn* connection);
 

@@ -10,7 +10,7 @@
 
 namespace pq {
 
-// The time zone of a session, as far as this layer can convert instants to its calendar fields.
+// The time zones of a session in which this layer can compute the calendar fields of an instant.
 enum class SessionZone { Unknown, Utc, Process };
 
 // Identifies a query that was sent over a connection; 0 is none.
@@ -20,21 +20,21 @@ using QueryId = std::uint64_t;
 // closed. Functions that need an open connection throw class 2 when there is none.
 class Connection {
  public:
-  void Open(const ConnectionKeywords& keywords);  // while it is closed
+  void Open(const ConnectionKeywords& keywords);  // only while closed
   void Close();
   void Destroy() noexcept;
   bool IsOpen() const { return handle_ != nullptr; }
   bool IsAlive();
 
   const PGconn* handle() const { return handle_.get(); }
-  // The handle for use outside this layer, with nothing left unread; null while closed.
+  // The handle for use outside this layer, after unread rows were discarded; null while closed.
   PGconn* NativeHandle();
 
-  // Statements of this layer itself. Value returns the first value of the first row.
+  // Run statements of this layer itself. Value returns the first value of the first row.
   void Run(const char* statement) { Execute(statement); }
   std::string Value(const char* query);
-  void Commit();    // nothing outside a transaction
-  void Rollback();  // likewise
+  void Commit();    // does nothing outside a transaction
+  void Rollback();  // the same
 
   // Sends a statement; Next reads its answer.
   //
@@ -45,7 +45,7 @@ class Connection {
   // hold several statements.
   QueryId Send(Statement& statement, const Parameters& parameters, bool inBinary = false);
 
-  // Whether Next still reads the answer to this query.
+  // Whether the answer that Next reads is that of this query.
   bool IsReading(QueryId query) const { return query == reading_; }
 
   // A row, or the end of a statement; null after the last one.
@@ -70,7 +70,7 @@ class Connection {
   QueryId lastQuery_ = 0;
   QueryId reading_ = 0;
   unsigned lastName_ = 0;
-  std::shared_ptr<PreparedNames> released_;  // to be deallocated; null while the connection is closed
+  std::shared_ptr<PreparedNames> released_;  // statements to deallocate; null while the connection is closed
 };
 
 }  // namespace pq

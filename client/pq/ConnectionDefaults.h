@@ -9,9 +9,9 @@ namespace pq {
 enum class SessionOptions { Sent, LeftOut };
 
 // Returns the keywords to connect with. A database text is replaced by the keywords in it, except `hostaddr`
-// if a server is named. Time limits are added unless the keywords or libpq's environment set them; if a
-// service is named, nothing is added, since its file may set them. Throws a connect failure when the database
-// text cannot be read.
+// if a server is named. Adds time limits unless the keywords or libpq's environment set them. Adds none if a
+// service is named, since its file may set them. Throws a connect failure when the database text cannot be
+// read.
 ConnectionKeywords Complete(const ConnectionKeywords& keywords, SessionOptions options);
 
 }  // namespace pq

@@ -19,8 +19,8 @@ using ConnectionHandle = std::unique_ptr<PGconn, FinishConnection>;
 // style, numbers with all their digits, and a backslash in a string is an ordinary character.
 ConnectionHandle Connect(const ConnectionKeywords& keywords);
 
-// The same for a question about the server: nothing is set, and errors of the server are texts that end with
-// their SQLSTATE. Throws a connect failure.
+// Connects to ask about the server: makes no settings, and error texts of the server end with their SQLSTATE.
+// Throws a connect failure.
 ConnectionHandle OpenToAsk(const ConnectionKeywords& keywords);
 
 // Runs statements within the time limit for connecting, and returns the result of the last one. Throws a
@@ -30,7 +30,7 @@ Result RunInTime(PGconn* connection, const std::string& statements);
 // Whether the time for connecting is limited.
 bool HasTimeLimit(PGconn* connection);
 
-// Whether dates come in ISO style; and makes them so.
+// Whether dates come in ISO style; SetIsoDates switches to it.
 bool ReportsIsoDates(const PGconn* connection);
 void SetIsoDates(PGconn* connection);
 

@@ -13,7 +13,7 @@ using ConnectionKeywords = std::vector<std::pair<std::string, std::string>>;
 
 // Reads the text that SAConnection::Connect takes. A database part with an '@' needs one before it
 // (`@user=a@b`). The port is after the last comma of the server: `db1,5432`, or `db1,db2,5432` for several
-// hosts. What is empty, and a port of 0, is left to libpq and its environment. Server, user and password
+// hosts. For empty parts, and a port of 0, libpq uses its environment and defaults. Server, user and password
 // override keywords in the database part.
 ConnectionKeywords ReadConnectionString(std::wstring_view text, std::wstring_view user,
                                         std::wstring_view password);

@@ -10,10 +10,11 @@ namespace pq {
 struct Marker {
   std::size_t at;      // of the colon
   std::size_t length;  // with the colon
-  bool needsBlank;     // follows a character of a name, which `$` would continue
+  bool needsBlank;     // the character before it may be part of a name, which `$` would continue
 };
 
-// The markers of a statement in UTF-8, in the order of their appearance; see Markers.h for what is none.
+// The markers of a statement in UTF-8, in the order of their appearance. Markers.h lists what is not a
+// marker.
 std::vector<Marker> FindMarkers(std::string_view statement);
 
 }  // namespace pq

@@ -6,8 +6,8 @@
 
 namespace pq {
 
-// A statement as libpq takes it. Its parameters are the numbered ones ascending, then the named ones by
-// appearance.
+// A statement as libpq takes it. Its parameters are first the numbered ones in ascending order, then the
+// named ones in order of appearance.
 struct MarkedStatement {
   std::string text;  // UTF-8, markers replaced: parameter k (from 0) is $k+1
   std::vector<int> numbers;

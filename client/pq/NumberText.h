@@ -5,8 +5,8 @@
 
 namespace pq {
 
-// Numbers and booleans from the server's text. Blanks around them are skipped. A text that is not a number,
-// or a number out of the range asked for, is a class 2 error.
+// Reads numbers and booleans from the server's text. Blanks around them are skipped. A text that is not a
+// number, or a number out of range, is a class 2 error.
 
 // The whole part of a number, cut toward zero; the number may have decimals or an exponent.
 std::int64_t ParseInteger(std::string_view text, std::int64_t least, std::int64_t greatest);

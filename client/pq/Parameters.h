@@ -26,10 +26,10 @@ class Parameters {
   const int* Lengths() const { return lengths_.data(); }
   const int* Formats() const { return formats_.data(); }
 
-  // Whether a statement parsed for these types takes the values as they are. NULL fits any type.
+  // Whether a statement that was parsed for these types accepts the values. NULL fits any type.
   bool Fit(const std::vector<unsigned>& parsed) const;
 
-  // Updates types to those to parse for. A NULL leaves the type of the value before.
+  // Sets the types that the statement is parsed for. For a NULL the previous type stays.
   void UpdateTypes(std::vector<unsigned>& types) const;
 
  private:
@@ -46,7 +46,7 @@ class Parameters {
   std::vector<int> lengths_;
   std::vector<int> formats_;
   std::vector<Scalar> scalars_;
-  std::string texts_;  // one after the other, each with a NUL
+  std::string texts_;  // one after the other, each with its NUL
   std::vector<std::size_t> textIndexes_;
 };
 

@@ -15,8 +15,8 @@ class RowReader {
  public:
   explicit RowReader(Connection& connection) : connection_(connection) {}
 
-  // Discards the former result and reads the answer to a query, to its end if it has at most one row. Of a
-  // text with several statements, only the first result set is delivered.
+  // Discards the previous result and reads the beginning of the answer to a query; all of it if it has at
+  // most one row. For a text with several statements, only the first result set is delivered.
   void Start(QueryId query);
 
   // Whether the first row, which is still to be fetched, has a column in binary that cannot be read.
@@ -44,11 +44,11 @@ class RowReader {
   Connection& connection_;
   QueryId query_ = 0;
   sys::LocalOffsets offsets_;  // of the cells
-  bool unreadable_ = false;    // a column
+  bool unreadable_ = false;    // the row has a binary column that cannot be read
   bool held_ = false;          // the current row is still to be delivered
   Result row_;
   Result ahead_;
-  Result failure_;  // that follows the rows; the answer is read to its end
+  Result failure_;  // thrown after the rows; the answer has been read to its end
   std::vector<Cell> cells_;
   std::vector<std::string> columnNames_;
 };

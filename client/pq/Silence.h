@@ -5,10 +5,10 @@
 
 namespace pq {
 
-// Waits until an event of a connection's socket. When the server has been silent for a while, asks it over a
+// Waits for an event of a connection's socket. When the server has been silent for a while, asks it over a
 // second connection whether it still works on a statement of this one. If twice it does not, or does not
-// answer, gives the connection up: shuts its socket down, which is an event too, and keeps the reason.
-// Without an answer that decides it, as through a pooler, waits on.
+// answer, gives the connection up: shuts its socket down, which is an event too, and keeps the reason. If the
+// answer is inconclusive, as through a pooler, goes on waiting.
 //
 // SQLAPI.h describes the setting for the time of silence; the second connection has the parameters and the
 // time limit of the first.

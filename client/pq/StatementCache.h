@@ -21,8 +21,8 @@ struct Statement : MarkedStatement {
   Statement(const Statement&) = delete;
   Statement& operator=(const Statement&) = delete;
 
-  // Makes the server parse the statement at its next execution. The name of a prepared one is queued for
-  // deallocation.
+  // Makes the server parse the statement again at its next execution. If it was prepared, its name is queued
+  // for deallocation.
   void Release() noexcept;
   // The same, and forgets the types of the parameters.
   void Forget() noexcept;
@@ -30,11 +30,11 @@ struct Statement : MarkedStatement {
   // Set by the connection that executes the statement: its list of names to deallocate. Expired unless the
   // server has parsed the statement.
   std::weak_ptr<PreparedNames> released;
-  std::vector<unsigned> types;  // of the parameters it was last parsed for
+  std::vector<unsigned> types;  // of the parameters, when it was last parsed
   PreparedNames name;           // at the server; empty before the second execution
 };
 
-// The statements with parameters that were used last, by their text. For a short statement, finding the
+// The most recently used statements with parameters, by their text. For a short statement, finding the
 // markers takes longer than all other work of the client, and parsing it takes half the server's time.
 class StatementCache {
  public:

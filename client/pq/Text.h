@@ -8,7 +8,7 @@ namespace pq {
 
 inline std::wstring_view View(const SAString& text) { return {text, text.GetLength()}; }
 
-// libpq would take the text for one that ends at the first NUL.
+// libpq would end such a text at its first NUL.
 inline bool HoldsNul(const SAString& text) { return View(text).find(L'\0') != std::wstring_view::npos; }
 
 }  // namespace pq

@@ -2,7 +2,7 @@
 
 namespace pq {
 
-// Types of the server, as their object ids.
+// Object ids of the server's types.
 constexpr unsigned kUntyped = 0;
 constexpr unsigned kBool = 16;
 constexpr unsigned kName = 19;
