@@ -19,7 +19,7 @@ struct AlarmFilter {
   std::vector<std::string> tags;  // empty: any
   std::optional<int> status, type, level, area;
   bool open = false;  // only alarms that have not cleared
-  std::uint64_t limit = 100;
+  std::size_t limit = 100;
 };
 
 struct AlarmRow {

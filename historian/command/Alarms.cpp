@@ -74,33 +74,22 @@ class Listing {
 
 Subcommand AddAlarms(CLI::App& program) {
   auto options = std::make_shared<Options>();
-  CLI::App* app = program.add_subcommand("alarms", "List alarm state changes, newest first");
-  app->add_option("--from", options->from, "From this time on: 2026-11-21, \"2026-11-21 20:40\", 24h, 7d")
-      ->option_text("TIME");
-  app->add_option("--to", options->to, "Up to this time [now]")->option_text("TIME");
-  app->add_option("--tag", options->filter.prefix, "Tags whose names begin so")->option_text("PREFIX");
-  app->add_option("--status", options->filter.status, "Of this status")
-      ->option_text("0..3")
-      ->check(CLI::Range(0, 3));
-  app->add_option("--type", options->filter.type, "Of this type")
-      ->option_text("0..12")
-      ->check(CLI::Range(0, 12));
-  app->add_option("--level", options->filter.level, "Of this level")
-      ->option_text("0..15")
-      ->check(CLI::Range(0, 15));
-  app->add_option("--alarm-zone", options->filter.area, "Of this alarm zone")
-      ->option_text("CODE")
-      ->check(CLI::Range(0, 32767));
-  app->add_flag("--open", options->filter.open, "Only those that have not cleared");
-  app->add_option("--limit", options->filter.limit, "Most rows [100]")
-      ->option_text("ROWS")
-      ->check(CLI::Range(1, 1000000000));
-  AddCommonOptions(*app, options->common, true);
-  SetExamples(*app,
-              "  historian alarms --from 24h\n"
-              "  historian alarms --tag PUMP --level 3 --open --zone Europe/Berlin\n"
-              "  historian alarms --from 2026-11-01 --to 2026-12-01 --limit 10000 --json");
-  return {app, [options](Terminal& terminal) { return Listing(*options, terminal).Run(); }};
+  CommandLine command(program, "alarms", "List alarm state changes, newest first");
+  command.Add("--from TIME", options->from, "From this time on: 2026-11-21, \"2026-11-21 20:40\", 24h, 7d");
+  command.Add("--to TIME", options->to, "Up to this time [now]");
+  command.Add("--tag PREFIX", options->filter.prefix, "Tags whose names begin so");
+  command.Add("--status 0..3", options->filter.status, "Of this status").Between(0, 3);
+  command.Add("--type 0..12", options->filter.type, "Of this type").Between(0, 12);
+  command.Add("--level 0..15", options->filter.level, "Of this level").Between(0, 15);
+  command.Add("--alarm-zone CODE", options->filter.area, "Of this alarm zone").Between(0, 32767);
+  command.Add("--open", options->filter.open, "Only those that have not cleared");
+  command.Add("--limit ROWS", options->filter.limit, "Most rows [100]").Between(1, 1000000000);
+  AddCommonOptions(command, options->common, true);
+  command.SetExamples(
+      "  historian alarms --from 24h\n"
+      "  historian alarms --tag PUMP --level 3 --open --zone Europe/Berlin\n"
+      "  historian alarms --from 2026-11-01 --to 2026-12-01 --limit 10000 --json");
+  return {command.app(), [options](Terminal& terminal) { return Listing(*options, terminal).Run(); }};
 }
 
 }  // namespace historian::command

@@ -103,15 +103,14 @@ int Run(const Options& options, Terminal& terminal) {
 
 Subcommand AddChunks(CLI::App& program) {
   auto options = std::make_shared<Options>();
-  CLI::App* app =
-      program.add_subcommand("chunks", "List the chunks that are due for compression, and compress them");
-  app->add_flag("--compress", options->compress, "Compress them one after the other");
-  AddCommonOptions(*app, options->common, false);
-  SetExamples(*app,
-              "  historian chunks\n"
-              "  historian chunks --compress\n"
-              "  historian chunks --json");
-  return {app, [options](Terminal& terminal) { return Run(*options, terminal); }};
+  CommandLine command(program, "chunks", "List the chunks that are due for compression, and compress them");
+  command.Add("--compress", options->compress, "Compress them one after the other");
+  AddCommonOptions(command, options->common, false);
+  command.SetExamples(
+      "  historian chunks\n"
+      "  historian chunks --compress\n"
+      "  historian chunks --json");
+  return {command.app(), [options](Terminal& terminal) { return Run(*options, terminal); }};
 }
 
 }  // namespace historian::command

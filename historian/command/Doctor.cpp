@@ -59,27 +59,26 @@ int Run(const Options& options, Terminal& terminal) {
 
 Subcommand AddDoctor(CLI::App& program) {
   auto options = std::make_shared<Options>();
-  CLI::App* app = program.add_subcommand(
-      "doctor", "Check the health of the store; exit status 0 ok, 1 warnings, 2 failures");
-  app->add_option("--retention", options->retention,
-                  "Days of retention that there should be; 0: none [not checked]")
-      ->option_text("DAYS")
-      ->check(CLI::Range(0, 36500));
-  app->add_option("--late-after", options->late_after, "Warn when the newest sample is older than this [60]")
-      ->option_text("MINUTES")
-      ->check(CLI::Range(1, 1'000'000));
-  app->add_option(
-         "--stopped-after", options->stopped_after,
-         "Warn of tags that had samples during the last week and none for so long; 0: do not look [1440]")
-      ->option_text("MINUTES")
-      ->check(CLI::Range(0, 1'000'000));
-  app->add_flag("--quiet", options->quiet, "Show only what is not ok");
-  AddCommonOptions(*app, options->common, false);
-  SetExamples(*app,
-              "  historian doctor\n"
-              "  historian doctor --retention 365 --late-after 10 --quiet\n"
-              "  historian doctor --json || mail -s 'plant database' operator");
-  return {app, [options](Terminal& terminal) { return Run(*options, terminal); }};
+  CommandLine command(program, "doctor",
+                      "Check the health of the store; exit status 0 ok, 1 warnings, 2 failures");
+  command
+      .Add("--retention DAYS", options->retention,
+           "Days of retention that there should be; 0: none [not checked]")
+      .Between(0, 36500);
+  command
+      .Add("--late-after MINUTES", options->late_after, "Warn when the newest sample is older than this [60]")
+      .Between(1, 1'000'000);
+  command
+      .Add("--stopped-after MINUTES", options->stopped_after,
+           "Warn of tags that had samples during the last week and none for so long; 0: do not look [1440]")
+      .Between(0, 1'000'000);
+  command.Add("--quiet", options->quiet, "Show only what is not ok");
+  AddCommonOptions(command, options->common, false);
+  command.SetExamples(
+      "  historian doctor\n"
+      "  historian doctor --retention 365 --late-after 10 --quiet\n"
+      "  historian doctor --json || mail -s 'plant database' operator");
+  return {command.app(), [options](Terminal& terminal) { return Run(*options, terminal); }};
 }
 
 }  // namespace historian::command

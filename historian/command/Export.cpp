@@ -123,25 +123,22 @@ class Export {
 
 Subcommand AddExport(CLI::App& program) {
   auto options = std::make_shared<Options>();
-  CLI::App* app = program.add_subcommand("export", "Write samples as CSV or JSON lines");
-  app->add_option("TAG", options->tags, "Tags to export [all]")->option_text(" ");
-  app->add_option("--from", options->from, "From this time on: 2026-11-21, \"2026-11-21 20:40\", 24h, 7d")
-      ->option_text("TIME");
-  app->add_option("--to", options->to, "Up to this time, included")->option_text("TIME");
-  app->add_option(
-         "--format", options->format,
-         "long: a row a sample; wide: a row a time, a column a tag; jsonl: a JSON object a sample [long]")
-      ->option_text("FORMAT")
-      ->check(CLI::IsMember({"long", "wide", "jsonl"}));
-  app->add_option("-o,--output", options->output,
-                  "File to write [standard output]; it appears when it is complete")
-      ->option_text("FILE");
-  AddCommonOptions(*app, options->common, true);
-  SetExamples(*app,
-              "  historian export PUMP.SPEED --from 2026-11-21 --to 2026-11-22 -o day.csv\n"
-              "  historian export --format wide --from 7d --zone Europe/Berlin > week.csv\n"
-              "  historian export --json --from 1h | head");
-  return {app, [options](Terminal&) { return Export(*options).Run(); }};
+  CommandLine command(program, "export", "Write samples as CSV or JSON lines");
+  command.Add("TAG", options->tags, "Tags to export [all]");
+  command.Add("--from TIME", options->from, "From this time on: 2026-11-21, \"2026-11-21 20:40\", 24h, 7d");
+  command.Add("--to TIME", options->to, "Up to this time, included");
+  command
+      .Add("--format FORMAT", options->format,
+           "long: a row a sample; wide: a row a time, a column a tag; jsonl: a JSON object a sample [long]")
+      .OneOf({"long", "wide", "jsonl"});
+  command.Add("-o,--output FILE", options->output,
+              "File to write [standard output]; it appears when it is complete");
+  AddCommonOptions(command, options->common, true);
+  command.SetExamples(
+      "  historian export PUMP.SPEED --from 2026-11-21 --to 2026-11-22 -o day.csv\n"
+      "  historian export --format wide --from 7d --zone Europe/Berlin > week.csv\n"
+      "  historian export --json --from 1h | head");
+  return {command.app(), [options](Terminal&) { return Export(*options).Run(); }};
 }
 
 }  // namespace historian::command

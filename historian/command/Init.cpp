@@ -121,25 +121,25 @@ int Run(const Options& options, Terminal& terminal) {
 
 Subcommand AddInit(CLI::App& program) {
   auto options = std::make_shared<Options>();
-  CLI::App* app = program.add_subcommand("init", "Create the tables, or bring them up to date");
-  app->add_option(
-         "--retention", options->retention,
-         "Days that the server keeps samples, alarms and system log; 0 keeps them for good. Without it a new "
-         "store keeps them for good, an old one as long as before. Takes TimescaleDB.")
-      ->option_text("DAYS")
-      ->check(CLI::Range(0, 36500));
-  app->add_flag("--allow-drop", options->allow_drop,
-                "Set a retention although it drops samples that are stored");
-  app->add_flag(
+  CommandLine command(program, "init", "Create the tables, or bring them up to date");
+  command
+      .Add(
+          "--retention DAYS", options->retention,
+          "Days that the server keeps samples, alarms and system log; 0 keeps them for good. Without it a new "
+          "store keeps them for good, an old one as long as before. Takes TimescaleDB.")
+      .Between(0, 36500);
+  command.Add("--allow-drop", options->allow_drop,
+              "Set a retention although it drops samples that are stored");
+  command.Add(
       "--tag-index", options->tag_index,
       "Add an index by tag and time, for plain PostgreSQL: an hour of one tag was read in 8 ms in place of 32, and "
       "inserts took 1.67 times as long");
-  AddCommonOptions(*app, options->common, false);
-  SetExamples(*app,
-              "  historian init --database plant\n"
-              "  historian init --retention 365\n"
-              "  historian init --host db1 --user scada --database plant --json");
-  return {app, [options](Terminal& terminal) { return Run(*options, terminal); }};
+  AddCommonOptions(command, options->common, false);
+  command.SetExamples(
+      "  historian init --database plant\n"
+      "  historian init --retention 365\n"
+      "  historian init --host db1 --user scada --database plant --json");
+  return {command.app(), [options](Terminal& terminal) { return Run(*options, terminal); }};
 }
 
 }  // namespace historian::command

@@ -1,5 +1,6 @@
 #include "Manual.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <sstream>
 #include <vector>

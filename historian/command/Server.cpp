@@ -12,37 +12,7 @@ constexpr wchar_t kExtension[] = L"select 1 from pg_extension where extname = 't
 constexpr wchar_t kTable[] = L"select to_regclass(:1)";
 constexpr wchar_t kDatabase[] = L"select current_database()";
 
-// Connection keywords and addresses (postgresql://...) in the database text are welcome, but a password there
-// would show in the list of processes.
-std::string RefusePassword(const std::string& database) {
-  const bool keyword = database.find('=') != database.npos && database.find("password") != database.npos;
-  const std::size_t scheme = database.find("://");
-  const std::size_t end = scheme == database.npos ? scheme : database.find_first_of("@/", scheme + 3);
-  const bool address = end != database.npos && database[end] == '@' && database.find(':', scheme + 3) < end;
-  return keyword || address ? "names a password, which others can see; use PGPASSWORD or the password file"
-                            : "";
-}
-
 }  // namespace
-
-void AddServerOptions(CLI::App& subcommand, ServerOptions& options) {
-  const char* group =
-      "Server (else PGHOST, PGPORT, PGDATABASE, PGUSER, PGSERVICE; password: PGPASSWORD, ~/.pgpass)";
-  subcommand.add_option("--host", options.host, "Host, or the directory of its Unix socket")
-      ->option_text("HOST")
-      ->group(group);
-  subcommand.add_option("--port", options.port, "Port")
-      ->option_text("PORT")
-      ->check(CLI::Range(1, 65535))
-      ->group(group);
-  subcommand
-      .add_option("--database", options.database,
-                  "Database, or connection keywords: \"dbname=plant sslmode=require\"")
-      ->option_text("NAME")
-      ->check(RefusePassword)
-      ->group(group);
-  subcommand.add_option("--user", options.user, "User")->option_text("USER")->group(group);
-}
 
 std::shared_ptr<Dbms> OpenDbms(const ServerOptions& options, DbmsType type) {
   SetDbmsDebugSink([](const wchar_t*) {});  // a failure is reported once, from GetLastError

@@ -2,7 +2,6 @@
 
 #include <SQLAPI.h>
 
-#include <CLI/CLI.hpp>
 #include <functional>
 #include <memory>
 #include <string>
@@ -19,8 +18,6 @@ struct ServerOptions {
   std::string database;
   std::string user;
 };
-
-void AddServerOptions(CLI::App& subcommand, ServerOptions& options);
 
 // An object that is not connected yet.
 std::shared_ptr<Dbms> OpenDbms(const ServerOptions& options, DbmsType type);

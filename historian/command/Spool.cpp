@@ -158,16 +158,15 @@ int Run(const Options& options, Terminal& terminal) {
 
 Subcommand AddSpool(CLI::App& program) {
   auto options = std::make_shared<Options>();
-  CLI::App* app =
-      program.add_subcommand("spool", "Show what waits in a recorder's spool, and bring it to the server");
-  app->add_option("FILE", options->file, "The spool")->required()->option_text(" ");
-  app->add_flag("--replay", options->replay, "Store what waits; the recorder must not be running");
-  AddCommonOptions(*app, options->common, true);
-  SetExamples(*app,
-              "  historian spool plant.spool\n"
-              "  historian spool plant.spool --replay --database plant\n"
-              "  historian spool plant.spool --json");
-  return {app, [options](Terminal& terminal) { return Run(*options, terminal); }};
+  CommandLine command(program, "spool", "Show what waits in a recorder's spool, and bring it to the server");
+  command.Add("FILE", options->file, "The spool").Required();
+  command.Add("--replay", options->replay, "Store what waits; the recorder must not be running");
+  AddCommonOptions(command, options->common, true);
+  command.SetExamples(
+      "  historian spool plant.spool\n"
+      "  historian spool plant.spool --replay --database plant\n"
+      "  historian spool plant.spool --json");
+  return {command.app(), [options](Terminal& terminal) { return Run(*options, terminal); }};
 }
 
 }  // namespace historian::command

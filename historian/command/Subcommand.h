@@ -1,10 +1,10 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <functional>
 #include <memory>
 #include <string>
 
+#include "CommandLine.h"
 #include "Server.h"
 #include "Terminal.h"
 
@@ -35,8 +35,6 @@ Subcommand AddChunks(CLI::App& program);
 Subcommand AddSpool(CLI::App& program);
 Subcommand AddServe(CLI::App& program);  // where it is built
 
-void AddCommonOptions(CLI::App& subcommand, CommonOptions& options, bool with_zone);
-// Sets the examples that --help ends with, one command a line.
-void SetExamples(CLI::App& subcommand, const std::string& examples);
+void AddCommonOptions(CommandLine& command, CommonOptions& options, bool with_zone);
 
 }  // namespace historian::command

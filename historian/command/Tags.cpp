@@ -95,19 +95,18 @@ int Run(const Options& options, Terminal& terminal) {
 
 Subcommand AddTags(CLI::App& program) {
   auto options = std::make_shared<Options>();
-  CLI::App* app = program.add_subcommand("tags", "List the tags with their first and last sample");
-  app->add_option("PREFIX", options->prefix, "Tags whose names begin so [all]")->option_text(" ");
-  app->add_flag("--count", options->count, "Count the samples of each tag and give their rate; takes time");
-  app->add_flag("--stopped", options->stopped, "Only tags that have stopped");
-  app->add_option("--stopped-after", options->stopped_after,
-                  "A tag has stopped when it has no sample for so long while others have [2h]")
-      ->option_text("TIME");
-  AddCommonOptions(*app, options->common, true);
-  SetExamples(*app,
-              "  historian tags\n"
-              "  historian tags BOILER. --count --zone Europe/Berlin\n"
-              "  historian tags --stopped --stopped-after 1d --json");
-  return {app, [options](Terminal& terminal) { return Run(*options, terminal); }};
+  CommandLine command(program, "tags", "List the tags with their first and last sample");
+  command.Add("PREFIX", options->prefix, "Tags whose names begin so [all]");
+  command.Add("--count", options->count, "Count the samples of each tag and give their rate; takes time");
+  command.Add("--stopped", options->stopped, "Only tags that have stopped");
+  command.Add("--stopped-after TIME", options->stopped_after,
+              "A tag has stopped when it has no sample for so long while others have [2h]");
+  AddCommonOptions(command, options->common, true);
+  command.SetExamples(
+      "  historian tags\n"
+      "  historian tags BOILER. --count --zone Europe/Berlin\n"
+      "  historian tags --stopped --stopped-after 1d --json");
+  return {command.app(), [options](Terminal& terminal) { return Run(*options, terminal); }};
 }
 
 }  // namespace historian::command

@@ -200,29 +200,23 @@ class Show {
 
 Subcommand AddTrend(CLI::App& program) {
   auto options = std::make_shared<Options>();
-  CLI::App* app =
-      program.add_subcommand("trend", "Show what tags did: a chart in the terminal, a table, a page");
-  app->add_option("TAG", options->tags, "Tags to show")->required()->option_text(" ");
-  app->add_option(
-         "--from", options->from,
-         "From this time on: 2026-11-21, \"2026-11-21 20:40\"; 24h, 7d, 1y: that long before the end [24h]")
-      ->option_text("TIME");
-  app->add_option("--to", options->to, "Up to this time [the last sample]")->option_text("TIME");
-  app->add_option("--every", options->every, "Length of the stretches shown: 1m, 1h, 1d [as fits]")
-      ->option_text("TIME");
-  app->add_flag("--table", options->table, "Write a table: minimum, mean and maximum of each stretch");
-  app->add_option("--html", options->html, "Write a page of its own that needs nothing else")
-      ->option_text("FILE");
-  app->add_option("--height", options->height, "Rows of a chart")
-      ->option_text("ROWS")
-      ->check(CLI::Range(2, 200));
-  AddCommonOptions(*app, options->common, true);
-  SetExamples(*app,
-              "  historian trend PUMP.SPEED\n"
-              "  historian trend BOILER.TEMP BOILER.PRESSURE --from 7d --zone Europe/Berlin\n"
-              "  historian trend BOILER.TEMP --from 2026-11-01 --to 2026-12-01 --every 1d --table\n"
-              "  historian trend BOILER.TEMP --from 1y --html boiler.html");
-  return {app, [options](Terminal& terminal) { return Show(*options, terminal).Run(); }};
+  CommandLine command(program, "trend", "Show what tags did: a chart in the terminal, a table, a page");
+  command.Add("TAG", options->tags, "Tags to show").Required();
+  command.Add(
+      "--from TIME", options->from,
+      "From this time on: 2026-11-21, \"2026-11-21 20:40\"; 24h, 7d, 1y: that long before the end [24h]");
+  command.Add("--to TIME", options->to, "Up to this time [the last sample]");
+  command.Add("--every TIME", options->every, "Length of the stretches shown: 1m, 1h, 1d [as fits]");
+  command.Add("--table", options->table, "Write a table: minimum, mean and maximum of each stretch");
+  command.Add("--html FILE", options->html, "Write a page of its own that needs nothing else");
+  command.Add("--height ROWS", options->height, "Rows of a chart").Between(2, 200);
+  AddCommonOptions(command, options->common, true);
+  command.SetExamples(
+      "  historian trend PUMP.SPEED\n"
+      "  historian trend BOILER.TEMP BOILER.PRESSURE --from 7d --zone Europe/Berlin\n"
+      "  historian trend BOILER.TEMP --from 2026-11-01 --to 2026-12-01 --every 1d --table\n"
+      "  historian trend BOILER.TEMP --from 1y --html boiler.html");
+  return {command.app(), [options](Terminal& terminal) { return Show(*options, terminal).Run(); }};
 }
 
 }  // namespace historian::command

@@ -113,7 +113,7 @@ void Api::Alarms(const Request& request, Response& response) {
   filter.from = range.from;
   filter.to = range.to - std::chrono::milliseconds(1);
   const int limit = parameters.Number("limit", 1, kMostListed, 200);
-  filter.limit = static_cast<std::uint64_t>(limit) + 1;
+  filter.limit = static_cast<std::size_t>(limit) + 1;
   json alarms;
   pool_.Run([&](Server& server) {
     alarms = json::array();

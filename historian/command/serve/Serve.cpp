@@ -71,25 +71,19 @@ int Run(const Options& options, Terminal& terminal) {
 
 Subcommand AddServe(CLI::App& program) {
   auto options = std::make_shared<Options>();
-  CLI::App* app = program.add_subcommand("serve", "Show trends, alarms and health in a browser");
-  app->add_option("--listen", options->listen,
-                  "Where to listen; an address other than loopback asks for a token [127.0.0.1:8470]")
-      ->option_text("ADDRESS:PORT");
-  app->add_option("--name", options->names, "A host name that the page is called by, beside localhost")
-      ->option_text("NAME")
-      ->take_all();
-  app->add_flag("--token", options->token,
-                "Ask for a token on loopback, too: other users of this machine reach the page as well");
-  app->add_option("--connections", options->connections, "Connections to the database [4]")
-      ->option_text("NUMBER")
-      ->check(CLI::Range(1, 8));
-  AddCommonOptions(*app, options->common, false);
-  SetExamples(
-      *app,
+  CommandLine command(program, "serve", "Show trends, alarms and health in a browser");
+  command.Add("--listen ADDRESS:PORT", options->listen,
+              "Where to listen; an address other than loopback asks for a token [127.0.0.1:8470]");
+  command.Add("--name NAME", options->names, "A host name that the page is called by, beside localhost");
+  command.Add("--token", options->token,
+              "Ask for a token on loopback, too: other users of this machine reach the page as well");
+  command.Add("--connections NUMBER", options->connections, "Connections to the database [4]").Between(1, 8);
+  AddCommonOptions(command, options->common, false);
+  command.SetExamples(
       "  historian serve\n"
       "  historian serve --host db1 --user viewer --database plant --listen 127.0.0.1:9000\n"
       "  HISTORIAN_TOKEN=$(cat token) historian serve --listen 10.0.0.5:8470 --name plant.example.org");
-  return {app, [options](Terminal& terminal) { return Run(*options, terminal); }};
+  return {command.app(), [options](Terminal& terminal) { return Run(*options, terminal); }};
 }
 
 }  // namespace historian::command
