@@ -70,7 +70,8 @@ LocalInstant Localize(std::int64_t instant, sys::LocalOffsets* offsets) {
   using namespace std::chrono;
   using Cycles = duration<std::int64_t, std::ratio_multiply<std::ratio<146'097>, days::period>>;
   const auto utc = floor<seconds>(microseconds(instant));
-  const auto microsecond = static_cast<sa_uint32_t>((microseconds(instant) - utc).count());
+  // `utc` in microseconds may be out of range.
+  const auto microsecond = static_cast<sa_uint32_t>((instant % 1'000'000 + 1'000'000) % 1'000'000);
   const std::int64_t epoch = utc.count() + kServerEpoch;
   const std::int64_t offset = offsets ? offsets->At(epoch) : 0;
   const seconds local(epoch + offset);
