@@ -39,13 +39,13 @@ class SQLAPI_EXPORT SAConnection {
   // All waiting is limited: connect_timeout=10 (seconds), keepalives_idle=10, keepalives_interval=5,
   // keepalives_count=3, tcp_user_timeout=30000 (milliseconds; not on Windows), unless the database part,
   // libpq's environment or a service says otherwise; 0 removes a limit. A statement may take any time while
-  // the server works on it. After every 20 seconds without an answer (option `-c dbmsapi.silence_check=20`;
-  // 0: never) the server is asked over a second connection whether it does. If it twice does not, or does not
-  // reply, the statement fails: "The server did not answer for ...". Dates come in ISO style, even after a
-  // client has set another; numbers with all their digits (extra_float_digits=1, unless the options say
-  // otherwise); a backslash in a string is an ordinary character (standard_conforming_strings=on). Notices
-  // and notifications are discarded. Throws class 3, native code 1, when no connection can be made; class 2
-  // when already connected and for a text that holds a NUL.
+  // the server works on it, unless `-c dbmsapi.silence_limit=SECONDS` ends it. Every 20 seconds without an
+  // answer (`-c dbmsapi.silence_check=20`; 0: never) the server is asked over a second connection whether it
+  // does. If it twice does not, or does not reply, the statement fails: "The server did not answer for ...".
+  // Dates come in ISO style, even after a client has set another; numbers with all their digits
+  // (extra_float_digits=1, unless the options say otherwise); a backslash in a string is an ordinary
+  // character (standard_conforming_strings=on). Notices and notifications are discarded. Throws class 3,
+  // native code 1, when no connection can be made; class 2 when already connected and for a text with a NUL.
   void Connect(const SAString& dbString, const SAString& user, const SAString& password,
                SAClient_t client = SA_Client_NotSpecified, saConnectionHandler_t handler = nullptr);
 

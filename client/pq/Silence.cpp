@@ -18,22 +18,26 @@ namespace {
 using std::chrono::seconds;
 using Clock = std::chrono::steady_clock;
 
-constexpr std::string_view kSetting = "dbmsapi.silence_check=";
-constexpr seconds kSilence{20};
+constexpr std::string_view kCheck = "dbmsapi.silence_check=", kLimit = "dbmsapi.silence_limit=";
+constexpr seconds kDefaultCheck{20}, kDefaultLimit{0};
 // Between two questions when the first one casts doubt, for an answer that is on its way.
 constexpr seconds kPause{3};
 constexpr int kDoubts = 2;
 
-// How long the server may be silent; 0: for ever.
-seconds SilenceOf(const PGconn* connection) {
+// A setting in the options of the connection; 0 is for ever.
+seconds Setting(const PGconn* connection, std::string_view name, seconds otherwise) {
   const char* const given = PQoptions(connection);
   const std::string_view options = given ? given : "";
-  const std::size_t at = options.rfind(kSetting);
+  const std::size_t at = options.rfind(name);
   int value = 0;
-  if (at == std::string_view::npos) return kSilence;
-  const std::string_view text = options.substr(at + kSetting.size());
+  if (at == std::string_view::npos) return otherwise;
+  const std::string_view text = options.substr(at + name.size());
   const auto read = std::from_chars(text.data(), text.data() + text.size(), value);
-  return read.ec == std::errc() && value >= 0 ? seconds(value) : kSilence;
+  return read.ec == std::errc() && value >= 0 ? seconds(value) : otherwise;
+}
+
+sys::SocketDeadline After(Clock::time_point start, seconds time) {
+  return time.count() > 0 ? start + time : sys::SocketDeadline::max();
 }
 
 // The reason is kept with the connection, and with each result that is marked, until libpq frees them.
@@ -62,14 +66,17 @@ char* Text(void* reason) { return reason ? static_cast<std::string*>(reason)->da
 }  // namespace
 
 void AwaitServer(PGconn* connection, sys::SocketEvent event) {
-  const seconds silence = SilenceOf(connection);
+  const seconds silence = Setting(connection, kCheck, kDefaultCheck);
   const auto start = Clock::now();
-  sys::SocketDeadline next = silence.count() > 0 ? start + silence : sys::SocketDeadline::max();
+  const sys::SocketDeadline end = After(start, Setting(connection, kLimit, kDefaultLimit));
+  sys::SocketDeadline next = After(start, silence);
   int doubts = 0;
   std::string doubt;
-  while (!sys::WaitForSocket(PQsocket(connection), event, next)) {
-    if (doubts == kDoubts) {
-      return GiveUp(connection, std::chrono::duration_cast<seconds>(Clock::now() - start), doubt);
+  while (!sys::WaitForSocket(PQsocket(connection), event, std::min(next, end))) {
+    const auto now = Clock::now();
+    if (now >= end) doubt = "dbmsapi.silence_limit allows no more";
+    if (now >= end || doubts == kDoubts) {
+      return GiveUp(connection, std::chrono::duration_cast<seconds>(now - start), doubt);
     }
     doubt = AskWhatIsWrong(connection);
     doubts = doubt.empty() ? 0 : doubts + 1;

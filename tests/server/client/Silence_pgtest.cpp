@@ -177,6 +177,25 @@ TEST_F(Silence, OfAServerAtWorkIsBorne) {
   EXPECT_GE(gate->Connections(), 2) << "nobody has asked whether the server works";
 }
 
+TEST_F(Silence, OfAServerAtWorkEndsAtTheLimit) {
+  ConnectThroughGate(L";-c dbmsapi.silence_check=1 -c dbmsapi.silence_limit=4");
+  const std::wstring text = Wide(Thrown([&] { Ask(L"select pg_sleep(1000)"); }).ErrText());
+  EXPECT_TRUE(text.starts_with(L"The server did not answer for ") &&
+              text.ends_with(L" seconds, and dbmsapi.silence_limit allows no more"))
+      << testing::PrintToString(text);
+  EXPECT_GE(gate->Connections(), 2) << "nobody has asked whether the server works";
+  TerminateBackends();
+  ExpectItConnectsAgain();
+}
+
+TEST_F(Silence, IsLimitedWithoutAQuestionToo) {
+  ConnectThroughGate(L";-c dbmsapi.silence_check=0 -c dbmsapi.silence_limit=1");
+  const std::wstring text = Wide(Thrown([&] { Ask(L"select pg_sleep(1000)"); }).ErrText());
+  EXPECT_TRUE(text.ends_with(L" dbmsapi.silence_limit allows no more")) << testing::PrintToString(text);
+  EXPECT_EQ(gate->Connections(), 1);
+  TerminateBackends();
+}
+
 TEST_F(Silence, OfAServerWithTooManyConnectionsIsBorne) {
   const std::wstring name = L"role_of_" + Database();
   const std::string role(name.begin(), name.end());
