@@ -9,6 +9,7 @@
 #include "Errors.h"
 #include "Types.h"
 #include "port/LocalTime.h"
+#include "port/Socket.h"
 
 namespace pq {
 namespace {
@@ -37,7 +38,7 @@ void Connection::Close() {
 
 void Connection::Destroy() noexcept {
   if (!handle_) return;
-  ShutDown(handle_.get());
+  sys::ShutDownSocket(PQsocket(handle_.get()));  // so that closing neither sends anything nor waits
   Close();
 }
 
@@ -58,10 +59,7 @@ void Connection::MakeReady() {
   if (!handle_) throw UsageError(L"The connection is not connected");
   DiscardUnread();
   if (!handle_) throw StatementFailure(PGRES_FATAL_ERROR, kEndlessCopy);
-  // A client may have set another style.
-  if (!ReportsIsoDates(handle_.get()) && PQtransactionStatus(handle_.get()) != PQTRANS_INERROR) {
-    SetIsoDates(handle_.get());
-  }
+  RestoreIsoDates(handle_.get());
 }
 
 // Destroys a connection whose server does not end a COPY.

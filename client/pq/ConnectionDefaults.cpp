@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <memory>
 #include <string_view>
+#include <utility>
 
 #include "Errors.h"
 
@@ -24,24 +25,14 @@ constexpr char kSessionOptions[] = "-c extra_float_digits=1 ";
 
 constexpr char kUnreadable[] = "The database text holds keywords that cannot be read";
 
-struct FreeOptions {
-  void operator()(PQconninfoOption* options) const { PQconninfoFree(options); }
-};
-using Options = std::unique_ptr<PQconninfoOption, FreeOptions>;
-
-// The value of a keyword in libpq's environment; empty when it has none.
-std::string_view Find(const Options& options, std::string_view keyword) {
-  for (const PQconninfoOption* option = options.get(); option && option->keyword; ++option) {
-    if (option->keyword == keyword) return option->val ? option->val : "";
+// The options that have a value. Frees the options.
+ConnectionKeywords Take(PQconninfoOption* options) {
+  const std::unique_ptr<PQconninfoOption, decltype(&PQconninfoFree)> owner(options, PQconninfoFree);
+  ConnectionKeywords keywords;
+  for (const PQconninfoOption* option = options; option && option->keyword; ++option) {
+    if (option->val) keywords.emplace_back(option->keyword, option->val);
   }
-  return {};
-}
-
-// The last value of a keyword; empty when it has none.
-std::string_view Find(const ConnectionKeywords& keywords, std::string_view keyword) {
-  const auto found =
-      std::find_if(keywords.rbegin(), keywords.rend(), [&](const auto& one) { return one.first == keyword; });
-  return found == keywords.rend() ? std::string_view() : found->second;
+  return keywords;
 }
 
 bool HoldsKeywords(std::string_view database) {
@@ -60,12 +51,11 @@ ConnectionKeywords Expand(const ConnectionKeywords& keywords) {
       continue;
     }
     char* quotingMessage = nullptr;
-    const Options options(PQconninfoParse(value.c_str(), &quotingMessage));
+    PQconninfoOption* const options = PQconninfoParse(value.c_str(), &quotingMessage);
     PQfreemem(quotingMessage);
     if (!options) throw ConnectFailure(kUnreadable, {});
-    for (const PQconninfoOption* option = options.get(); option->keyword; ++option) {
-      const bool overridden = namesHost && option->keyword == std::string_view("hostaddr");
-      if (option->val && !overridden) expanded.emplace_back(option->keyword, option->val);
+    for (auto& option : Take(options)) {
+      if (!namesHost || option.first != "hostaddr") expanded.push_back(std::move(option));
     }
   }
   return expanded;
@@ -73,9 +63,17 @@ ConnectionKeywords Expand(const ConnectionKeywords& keywords) {
 
 }  // namespace
 
+std::string_view Find(const ConnectionKeywords& keywords, std::string_view keyword) {
+  const auto found =
+      std::find_if(keywords.rbegin(), keywords.rend(), [&](const auto& one) { return one.first == keyword; });
+  return found == keywords.rend() ? std::string_view() : found->second;
+}
+
+ConnectionKeywords KeywordsOf(PGconn* connection) { return Take(PQconninfo(connection)); }
+
 ConnectionKeywords Complete(const ConnectionKeywords& keywords, SessionOptions options) {
   ConnectionKeywords complete = Expand(keywords);
-  const Options environment(PQconndefaults());
+  const ConnectionKeywords environment = Take(PQconndefaults());
   const auto value = [&](std::string_view keyword) {
     const std::string_view given = Find(complete, keyword);
     return given.empty() ? Find(environment, keyword) : given;

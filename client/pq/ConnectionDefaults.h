@@ -2,7 +2,15 @@
 
 #include "ConnectionString.h"
 
+typedef struct pg_conn PGconn;
+
 namespace pq {
+
+// The last value of a keyword; empty when it has none.
+std::string_view Find(const ConnectionKeywords& keywords, std::string_view keyword);
+
+// The keywords with which a connection was made, those of the environment too.
+ConnectionKeywords KeywordsOf(PGconn* connection);
 
 // Whether the settings that a session needs to read numbers unchanged are part of the keyword `options`. Some
 // poolers refuse that keyword.

@@ -19,13 +19,14 @@
 namespace pq {
 namespace {
 
-constexpr char kSetIsoDates[] = "SET DateStyle TO ISO";
-constexpr char kSetStandardStrings[] = "SET standard_conforming_strings TO on";
-constexpr char kSetFloatDigits[] = "SET extra_float_digits TO 1";
+constexpr char kSetIsoDates[] = "SET DateStyle TO ISO;";
+constexpr char kSetStandardStrings[] = "SET standard_conforming_strings TO on;";
+constexpr char kSetFloatDigits[] = "SET extra_float_digits TO 1;";
 constexpr char kTimeoutExpired[] = "timeout expired";
 constexpr std::string_view kOptionRefused = "unsupported startup parameter";  // PgBouncer's words
 constexpr int kLeaveDatabaseName = 0;
 constexpr int kMinTimeLimit = 2;  // seconds; libpq's, too
+constexpr char kTimeLimitToAsk[] = "10";
 
 using Deadline = sys::SocketDeadline;
 
@@ -58,20 +59,9 @@ PGconn* Start(const ConnectionKeywords& keywords) {
   return PQconnectStartParams(names.data(), values.data(), kLeaveDatabaseName);
 }
 
-// The value that the connection uses for a keyword; empty if none.
-std::string Value(PGconn* connection, std::string_view keyword) {
-  PQconninfoOption* const options = PQconninfo(connection);
-  std::string value;
-  for (const PQconninfoOption* option = options; option && option->keyword; ++option) {
-    if (option->keyword == keyword && option->val) value = option->val;
-  }
-  PQconninfoFree(options);
-  return value;
-}
-
 // When an attempt to connect that starts now has to end. Nothing for a limit that is not a number.
-std::optional<Deadline> DeadlineOf(PGconn* connection) {
-  const std::string text = Value(connection, "connect_timeout");
+std::optional<Deadline> DeadlineOf(const ConnectionKeywords& keywords) {
+  const std::string_view text = Find(keywords, "connect_timeout");
   int seconds = 0;
   const char* const end = text.data() + text.size();
   const auto read = std::from_chars(text.data(), end, seconds);
@@ -80,17 +70,18 @@ std::optional<Deadline> DeadlineOf(PGconn* connection) {
   return std::chrono::steady_clock::now() + std::chrono::seconds(std::max(seconds, kMinTimeLimit));
 }
 
-bool HasSeveralHosts(PGconn* connection) {
-  return Value(connection, "host").find(',') != std::string::npos ||
-         Value(connection, "hostaddr").find(',') != std::string::npos;
+bool HasSeveralHosts(const ConnectionKeywords& keywords) {
+  return Find(keywords, "host").find(',') != std::string_view::npos ||
+         Find(keywords, "hostaddr").find(',') != std::string_view::npos;
 }
 
 // Waits until the connection is made or has failed.
 void Await(PGconn* connection) {
   if (PQstatus(connection) == CONNECTION_BAD) return;
-  const auto deadline = DeadlineOf(connection);
+  const ConnectionKeywords keywords = KeywordsOf(connection);
+  const auto deadline = DeadlineOf(keywords);
   // Only libpq itself can try the next host after a time limit, and report a limit that is not a number.
-  if (!deadline || (*deadline != Deadline::max() && HasSeveralHosts(connection))) return PQreset(connection);
+  if (!deadline || (*deadline != Deadline::max() && HasSeveralHosts(keywords))) return PQreset(connection);
   PostgresPollingStatusType wanted = PGRES_POLLING_WRITING;
   while (wanted == PGRES_POLLING_READING || wanted == PGRES_POLLING_WRITING) {
     const auto event =
@@ -116,17 +107,15 @@ bool Reports(const PGconn* connection, const char* setting, std::string_view sta
   return value && std::string_view(value).starts_with(start);
 }
 
+bool HasIsoDates(const PGconn* connection) { return Reports(connection, "DateStyle", "ISO"); }
+
 // Sets what the library's parsing depends on, where the server or the role has another setting.
 void SetSettings(PGconn* connection) {
   std::string statements;
-  const auto add = [&](const char* statement) {
-    if (!statements.empty()) statements += "; ";
-    statements += statement;
-  };
-  if (!ReportsIsoDates(connection)) add(kSetIsoDates);
-  if (Reports(connection, "standard_conforming_strings", "off")) add(kSetStandardStrings);
+  if (!HasIsoDates(connection)) statements += kSetIsoDates;
+  if (Reports(connection, "standard_conforming_strings", "off")) statements += kSetStandardStrings;
   if (std::string_view(PQoptions(connection)).find("extra_float_digits") == std::string_view::npos) {
-    add(kSetFloatDigits);
+    statements += kSetFloatDigits;
   }
   if (!statements.empty()) RunInTime(connection, statements);
 }
@@ -146,14 +135,23 @@ ConnectionHandle Connect(const ConnectionKeywords& keywords) {
   return connection;
 }
 
-ConnectionHandle OpenToAsk(const ConnectionKeywords& keywords) {
+ConnectionHandle OpenToAsk(PGconn* asked) {
+  ConnectionKeywords keywords = KeywordsOf(asked);
+  // Of several servers, the one that the connection is to, whatever it has become.
+  for (const auto& [keyword, value] :
+       {std::pair("host", PQhost(asked)), std::pair("hostaddr", PQhostaddr(asked)),
+        std::pair("port", PQport(asked)), std::pair("password", PQpass(asked))}) {
+    keywords.emplace_back(keyword, value ? value : "");
+  }
+  keywords.emplace_back("target_session_attrs", "any");
+  if (DeadlineOf(keywords) == Deadline::max()) keywords.emplace_back("connect_timeout", kTimeLimitToAsk);
   ConnectionHandle connection = Open(keywords, PQERRORS_SQLSTATE);
   if (PQstatus(connection.get()) != CONNECTION_OK) ThrowConnectFailure(connection.get());
   return connection;
 }
 
 Result RunInTime(PGconn* connection, const std::string& statements) {
-  const Deadline deadline = DeadlineOf(connection).value_or(Deadline::max());
+  const Deadline deadline = DeadlineOf(KeywordsOf(connection)).value_or(Deadline::max());
   if (!PQsendQuery(connection, statements.c_str())) ThrowConnectFailure(connection);
   for (Result last;;) {
     while (PQisBusy(connection)) {
@@ -168,15 +166,9 @@ Result RunInTime(PGconn* connection, const std::string& statements) {
   }
 }
 
-bool HasTimeLimit(PGconn* connection) {
-  const auto deadline = DeadlineOf(connection);
-  return deadline && *deadline != Deadline::max();
+void RestoreIsoDates(PGconn* connection) {
+  if (HasIsoDates(connection) || PQtransactionStatus(connection) == PQTRANS_INERROR) return;
+  const Result ignored(Exec(connection, kSetIsoDates));
 }
-
-bool ReportsIsoDates(const PGconn* connection) { return Reports(connection, "DateStyle", "ISO"); }
-
-void SetIsoDates(PGconn* connection) { const Result ignored(Exec(connection, kSetIsoDates)); }
-
-void ShutDown(const PGconn* connection) { sys::ShutDownSocket(PQsocket(connection)); }
 
 }  // namespace pq

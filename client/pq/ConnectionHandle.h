@@ -19,22 +19,16 @@ using ConnectionHandle = std::unique_ptr<PGconn, FinishConnection>;
 // style, numbers with all their digits, and a backslash in a string is an ordinary character.
 ConnectionHandle Connect(const ConnectionKeywords& keywords);
 
-// Connects to ask about the server: makes no settings, and error texts of the server end with their SQLSTATE.
-// Throws a connect failure.
-ConnectionHandle OpenToAsk(const ConnectionKeywords& keywords);
+// Connects once more to the server of a connection, to ask it something: with the same keywords and the same
+// time limit (10 seconds if it has none), but without settings. Error texts of the server end with their
+// SQLSTATE. Throws a connect failure.
+ConnectionHandle OpenToAsk(PGconn* connection);
 
 // Runs statements within the time limit for connecting, and returns the result of the last one. Throws a
 // connect failure.
 Result RunInTime(PGconn* connection, const std::string& statements);
 
-// Whether the time for connecting is limited.
-bool HasTimeLimit(PGconn* connection);
-
-// Whether dates come in ISO style; SetIsoDates switches to it.
-bool ReportsIsoDates(const PGconn* connection);
-void SetIsoDates(PGconn* connection);
-
-// Shuts the socket down, so that closing the connection neither sends anything nor waits.
-void ShutDown(const PGconn* connection);
+// Has dates sent in ISO style again if a client has set another one. Does nothing in a failed transaction.
+void RestoreIsoDates(PGconn* connection);
 
 }  // namespace pq

@@ -10,7 +10,10 @@
 #include <string>
 #include <string_view>
 
-#include "SecondConnection.h"
+#include "ConnectionHandle.h"
+#include "SQLAPI.h"
+#include "Text.h"
+#include "port/Utf8.h"
 
 namespace pq {
 namespace {
@@ -23,6 +26,11 @@ constexpr seconds kDefaultCheck{20}, kDefaultLimit{0};
 // Between two questions when the first one casts doubt, for an answer that is on its way.
 constexpr seconds kPause{3};
 constexpr int kDoubts = 2;
+
+constexpr char kQuestion[] =
+    "select pg_catalog.pg_backend_pid(), pid, state, wait_event from (select 1) as one "
+    "left join pg_catalog.pg_stat_activity on pid = ";
+enum Column { kOwnPid, kPid, kState, kWaitEvent };
 
 // A setting in the options of the connection; 0 is for ever.
 seconds Setting(const PGconn* connection, std::string_view name, seconds otherwise) {
@@ -38,6 +46,47 @@ seconds Setting(const PGconn* connection, std::string_view name, seconds otherwi
 
 sys::SocketDeadline After(Clock::time_point start, seconds time) {
   return time.count() > 0 ? start + time : sys::SocketDeadline::max();
+}
+
+// Whether a text ends like an error of a server at the verbosity PQERRORS_SQLSTATE: "FATAL:  53300".
+bool EndsWithSqlState(std::string_view text) {
+  constexpr std::size_t kLength = 5;
+  return text.size() > kLength && text.substr(0, text.size() - kLength).ends_with(":  ") &&
+         text.find_first_not_of("0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ", text.size() - kLength) ==
+             std::string_view::npos;
+}
+
+bool IsStandby(const PGconn* connection) {
+  const char* const value = PQparameterStatus(connection, "in_hot_standby");
+  return value && value == std::string_view("on");
+}
+
+std::string Judge(const PGconn* connection, const PGconn* second, const PGresult* answer) {
+  const auto value = [&](Column column) { return std::string_view(PQgetvalue(answer, 0, column)); };
+  const std::string process = "its process " + std::to_string(PQbackendPID(connection));
+  if (PQntuples(answer) != 1 || value(kOwnPid) != std::to_string(PQbackendPID(second))) return {};
+  if (value(kPid).empty()) {
+    return IsStandby(connection) || IsStandby(second) ? "" : process + " for this connection is gone";
+  }
+  const bool waits = value(kState).starts_with("idle") || value(kWaitEvent) == "ClientRead" ||
+                     value(kWaitEvent) == "ClientWrite";
+  return waits ? process + " for this connection waits for the client: the network loses what is sent" : "";
+}
+
+// Asks the server over a second connection what the process of this one does. Returns what is wrong, as the
+// end of a sentence: no answer, or a process that is gone or waits for its client. Empty when the process
+// works on a statement, and when the answer is inconclusive: the server refuses the second connection or the
+// question, a pooler uses process numbers of its own, or the process is missing at a standby, which may not
+// be the standby of this connection.
+std::string AskWhatIsWrong(PGconn* connection) {
+  const std::string question = kQuestion + std::to_string(PQbackendPID(connection));
+  try {
+    const ConnectionHandle second = OpenToAsk(connection);
+    return Judge(connection, second.get(), RunInTime(second.get(), question).get());
+  } catch (const SAException& failure) {
+    const std::string text = sys::ToUtf8(View(failure.ErrText()));
+    return EndsWithSqlState(text) ? "" : "a second connection to it failed: " + text;
+  }
 }
 
 // The reason is kept with the connection, and with each result that is marked, until libpq frees them.
@@ -58,7 +107,7 @@ void GiveUp(PGconn* connection, seconds silence, const std::string& doubt) {
   if (PQregisterEventProc(connection, DeleteReason, "dbmsapi", nullptr)) {
     PQsetInstanceData(connection, DeleteReason, reason.release());
   }
-  ShutDown(connection);
+  sys::ShutDownSocket(PQsocket(connection));
 }
 
 char* Text(void* reason) { return reason ? static_cast<std::string*>(reason)->data() : nullptr; }

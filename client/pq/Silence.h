@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ConnectionHandle.h"
+#include "Result.h"
 #include "port/Socket.h"
 
 namespace pq {
