@@ -9,8 +9,6 @@
 
 namespace {
 
-constexpr std::size_t kMaxRecentSize = 2000;  // characters of a text
-
 SAException NoParameter(const std::wstring& name) {
   return pq::UsageError(L"The statement has no parameter :" + name);
 }
@@ -37,6 +35,7 @@ auto FindNamed(std::vector<Named>& all, const SAString& name) {
 class SACommand::Impl {
  public:
   explicit Impl(std::shared_ptr<SharedConnection> its) : shared(std::move(its)) {}
+  ~Impl() { statement->LeaveParameters(std::move(parameters)); }
 
   void Run(const pq::Parameters& values) {
     const bool binary = AsksForBinary();
@@ -45,53 +44,36 @@ class SACommand::Impl {
     } catch (const SAException& error) {
       const bool asText = binary && HasNoBinaryFormat(error);
       const bool repeat = (asText || (IsPrepared() && IsOutdated(error))) && shared->connection.IsIdle();
-      current.statement->Forget();
+      statement->Forget();
       if (!repeat) throw;
       Start(values, binary && !asText);
     }
   }
 
-  // Whether the text is that of the command that ended last, whose parameters this one takes over then.
-  bool TakeRecent(std::wstring_view text) {
-    if (text.empty() || text != pq::View(shared->recent.text)) return false;
-    Reset();
-    current = std::move(shared->recent);
-    shared->recent.text = SAString();
-    for (SAParam& parameter : current.parameters) parameter.setUnbound();
-    return true;
-  }
-
-  void SetText(SAString&& text) {
-    std::shared_ptr<pq::Statement> statement = shared->statements.Get(pq::View(text));
-    Reset();
-    current.text = std::move(text);
-    current.statement = std::move(statement);
-    MakeParameters();
-  }
-
-  // Leaves the text with its parameters to the next command, unless they take much memory.
-  void LeaveRecent() noexcept {
-    const auto isShort = [](const SAParam& one) { return one.boundString().GetLength() <= kMaxRecentSize; };
-    const std::vector<SAParam>& parameters = current.parameters;
-    if (parameters.empty() || current.text.GetLength() > kMaxRecentSize) return;
-    if (std::all_of(parameters.begin(), parameters.end(), isShort)) shared->recent = std::move(current);
+  void SetStatement(std::shared_ptr<pq::Statement> its) {
+    std::vector<SAParam> unbound = its->TakeParameters();
+    statement->LeaveParameters(std::exchange(parameters, std::move(unbound)));
+    statement = std::move(its);
+    fields.clear();
+    rows.Clear();
+    next = 0;
   }
 
   SAParam& ByNumber(int number) {
-    const pq::Statement& statement = *current.statement;
-    const std::size_t index = statement.IndexOf(number);
-    if (index == statement.numbers.size()) throw NoParameter(std::to_wstring(number));
-    return current.parameters[index];
+    const std::size_t index = statement->IndexOf(number);
+    if (index == statement->numbers.size()) throw NoParameter(std::to_wstring(number));
+    return parameters[index];
   }
 
   SAParam& NextParameter() {
-    if (next == current.parameters.size())
+    if (next == parameters.size())
       throw pq::UsageError(L"There are more values than the statement has parameters");
-    return current.parameters[next++];
+    return parameters[next++];
   }
 
   std::shared_ptr<SharedConnection> shared;
-  TextAndParameters current = {SAString(), shared->noStatement, {}};
+  std::shared_ptr<pq::Statement> statement = shared->noStatement;
+  std::vector<SAParam> parameters;
   std::size_t next = 0;   // to be bound by operator<<
   bool inBinary = false;  // asked for, and with times
   bool withTimes = false;
@@ -99,21 +81,7 @@ class SACommand::Impl {
   std::vector<SAField> fields;
 
  private:
-  bool IsPrepared() const { return !current.statement->name.empty(); }
-
-  void Reset() {
-    fields.clear();
-    rows.Clear();
-    next = 0;
-  }
-
-  void MakeParameters() {
-    const pq::Statement& statement = *current.statement;
-    current.parameters.clear();
-    current.parameters.reserve(statement.numbers.size() + statement.named.size());
-    for (const int number : statement.numbers) current.parameters.emplace_back(number);
-    for (const std::wstring& name : statement.named) current.parameters.emplace_back(SAString(name));
-  }
+  bool IsPrepared() const { return !statement->name.empty(); }
 
   bool AsksForBinary() const {
     return inBinary && (!withTimes || shared->connection.Zone() != pq::SessionZone::Unknown);
@@ -121,7 +89,7 @@ class SACommand::Impl {
 
   void Start(const pq::Parameters& values, bool binary) {
     rows.Clear();
-    rows.Start(shared->connection.Send(*current.statement, values, binary));
+    rows.Start(shared->connection.Send(*statement, values, binary));
     if (binary && rows.IsUnreadable()) Start(values, false);
   }
 };
@@ -132,26 +100,27 @@ SACommand::SACommand(SAConnection* connection, const SAString& text)
   if (!text.IsEmpty()) setCommandText(text);
 }
 
-SACommand::~SACommand() { impl_->LeaveRecent(); }
+SACommand::~SACommand() = default;
 
 void SACommand::setCommandText(SAString&& text) {
   if (pq::HoldsNul(text)) throw pq::UsageError(L"The statement holds a NUL character");
-  if (!impl_->TakeRecent(pq::View(text))) impl_->SetText(std::move(text));
+  impl_->SetStatement(impl_->shared->statements.Get(std::move(text)));
 }
 
 void SACommand::setCommandText(const SAChar* text) {
-  if (!impl_->TakeRecent(text ? text : L"")) setCommandText(SAString(text));
+  auto known = impl_->shared->statements.Find(text ? text : L"");
+  known ? impl_->SetStatement(std::move(known)) : setCommandText(SAString(text));
 }
 
-SAString SACommand::CommandText() const { return impl_->current.text; }
+SAString SACommand::CommandText() const { return impl_->statement->wideText; }
 
-int SACommand::ParamCount() const { return static_cast<int>(impl_->current.parameters.size()); }
+int SACommand::ParamCount() const { return static_cast<int>(impl_->parameters.size()); }
 
 SAParam& SACommand::Param(int number) { return impl_->ByNumber(number); }
 
 SAParam& SACommand::Param(const SAString& name) {
-  const auto found = FindNamed(impl_->current.parameters, name);
-  if (found == impl_->current.parameters.end()) throw NoParameter(std::wstring(name));
+  const auto found = FindNamed(impl_->parameters, name);
+  if (found == impl_->parameters.end()) throw NoParameter(std::wstring(name));
   return *found;
 }
 
@@ -208,7 +177,7 @@ void SACommand::setBinaryResults(bool withTimes) {
 void SACommand::Execute() {
   impl_->next = 0;
   pq::Parameters& values = impl_->shared->parameters;
-  values.Bind(impl_->current.parameters);
+  values.Bind(impl_->parameters);
   impl_->fields.clear();
   impl_->Run(values);
   const std::vector<pq::Cell>& cells = impl_->rows.Cells();

@@ -1,14 +1,38 @@
 #include "StatementCache.h"
 
+#include <algorithm>
+#include <utility>
+
+#include "Text.h"
+
 namespace pq {
 namespace {
 
 constexpr std::size_t kMaxStatements = 64;
 
-// Longer texts are inserts of many rows. They seldom come again, and are neither hashed nor kept.
+// Longer texts are inserts of many rows, which seldom come again. Longer values take too much memory.
 constexpr std::size_t kMaxTextSize = 2000;
 
+bool IsShort(const SAParam& parameter) { return parameter.boundString().GetLength() <= kMaxTextSize; }
+
 }  // namespace
+
+Statement::Statement(SAString wide)
+    : MarkedStatement(ReplaceMarkers(View(wide))), wideText(std::move(wide)) {}
+
+std::vector<SAParam> Statement::TakeParameters() {
+  std::vector<SAParam> parameters = std::exchange(left_, {});
+  for (SAParam& parameter : parameters) parameter.setUnbound();
+  if (!parameters.empty()) return parameters;
+  parameters.reserve(numbers.size() + named.size());
+  for (const int number : numbers) parameters.emplace_back(number);
+  for (const std::wstring& one : named) parameters.emplace_back(SAString(one));
+  return parameters;
+}
+
+void Statement::LeaveParameters(std::vector<SAParam>&& parameters) noexcept {
+  if (std::all_of(parameters.begin(), parameters.end(), IsShort)) left_ = std::move(parameters);
+}
 
 void Statement::Release() noexcept {
   if (const auto list = released.lock()) list->splice(list->end(), name);
@@ -21,19 +45,20 @@ void Statement::Forget() noexcept {
   types.clear();
 }
 
-std::shared_ptr<Statement> StatementCache::Get(std::wstring_view text) {
-  if (text.size() > kMaxTextSize) return std::make_shared<Statement>(ReplaceMarkers(text));
-  if (const auto found = byText_.find(text); found != byText_.end()) {
-    entries_.splice(entries_.begin(), entries_, found->second);
-    return found->second->statement;
-  }
-  auto statement = std::make_shared<Statement>(ReplaceMarkers(text));
-  if (!statement->HasParameters()) return statement;
-  entries_.push_front({std::wstring(text), statement});
-  byText_[entries_.front().text] = entries_.begin();
-  if (entries_.size() > kMaxStatements) {
-    byText_.erase(entries_.back().text);
-    entries_.pop_back();
+std::shared_ptr<Statement> StatementCache::Find(std::wstring_view text) {
+  const auto found = std::find_if(statements_.begin(), statements_.end(),
+                                  [&](const auto& one) { return View(one->wideText) == text; });
+  if (found == statements_.end()) return nullptr;
+  std::rotate(statements_.begin(), found, found + 1);
+  return statements_.front();
+}
+
+std::shared_ptr<Statement> StatementCache::Get(SAString text) {
+  if (auto found = Find(View(text))) return found;
+  const auto statement = std::make_shared<Statement>(std::move(text));
+  if (statement->HasParameters() && statement->wideText.GetLength() <= kMaxTextSize) {
+    statements_.insert(statements_.begin(), statement);
+    if (statements_.size() > kMaxStatements) statements_.pop_back();
   }
   return statement;
 }

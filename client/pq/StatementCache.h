@@ -4,19 +4,19 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "Markers.h"
+#include "SQLAPI.h"
 
 namespace pq {
 
 // Names of prepared statements. A list, because moving a name from one to another needs no memory.
 using PreparedNames = std::list<std::string>;
 
-// A statement's text, and its state at the server.
+// A statement's text, its parameters, and its state at the server.
 struct Statement : MarkedStatement {
-  explicit Statement(MarkedStatement marked) : MarkedStatement(std::move(marked)) {}
+  explicit Statement(SAString wide);
   ~Statement() { Release(); }
   Statement(const Statement&) = delete;
   Statement& operator=(const Statement&) = delete;
@@ -27,11 +27,21 @@ struct Statement : MarkedStatement {
   // The same, and forgets the types of the parameters.
   void Forget() noexcept;
 
+  // Unbound parameters for a command: first the numbered ones in ascending order, then the named ones. A
+  // command leaves them to the next one, because programs often repeat a statement with a new command.
+  std::vector<SAParam> TakeParameters();
+  void LeaveParameters(std::vector<SAParam>&& parameters) noexcept;
+
+  const SAString wideText;
+
   // Set by the connection that executes the statement: its list of names to deallocate. Expired unless the
   // server has parsed the statement.
   std::weak_ptr<PreparedNames> released;
   std::vector<unsigned> types;  // of the parameters, when it was last parsed
   PreparedNames name;           // at the server; empty before the second execution
+
+ private:
+  std::vector<SAParam> left_;
 };
 
 // The most recently used statements with parameters, by their text. For a short statement, finding the
@@ -40,16 +50,12 @@ class StatementCache {
  public:
   // Returns the statement of a text. An evicted statement stays valid; its name is released with its last
   // owner.
-  std::shared_ptr<Statement> Get(std::wstring_view text);
+  std::shared_ptr<Statement> Get(SAString text);
+  // The same; null if the statement is not kept.
+  std::shared_ptr<Statement> Find(std::wstring_view text);
 
  private:
-  struct Entry {
-    std::wstring text;
-    std::shared_ptr<Statement> statement;
-  };
-
-  std::list<Entry> entries_;  // the most recently used first
-  std::unordered_map<std::wstring_view, std::list<Entry>::iterator> byText_;
+  std::vector<std::shared_ptr<Statement>> statements_;  // the most recently used first
 };
 
 }  // namespace pq
