@@ -31,26 +31,27 @@ class Scanner {
  public:
   explicit Scanner(std::string_view text) : text_(text) {}
 
-  std::optional<Marker> Next() {
+  std::vector<Marker> Markers() {
+    std::vector<Marker> markers;
     while (at_ < text_.size()) {
       const char c = text_[at_];
       if (ContinuesName(c)) {
         SkipWord();
       } else if (c == ':') {
-        if (const auto marker = Colon()) return marker;
+        if (const auto marker = Colon()) markers.push_back(*marker);
       } else if (c == '\'' || c == '"') {
         SkipQuoted(c, false);
       } else if (c == '$') {
         SkipDollarQuoted();
       } else if (c == '-' && LooksAt("--")) {
-        at_ = std::min(text_.find_first_of("\r\n", at_), text_.size());
+        SkipLine();
       } else if (c == '/' && LooksAt("/*")) {
         SkipComment();
       } else {
         ++at_;
       }
     }
-    return std::nullopt;
+    return markers;
   }
 
  private:
@@ -76,16 +77,13 @@ class Scanner {
 
   // A doubled quote closes the text and opens it again, which comes to the same.
   void SkipQuoted(char quote, bool escapes) {
-    for (++at_; at_ < text_.size(); ++at_) {
-      if (escapes && text_[at_] == '\\') {
-        ++at_;
-      } else if (text_[at_] == quote) {
-        if (!escapes || at_ + 1 >= text_.size() || text_[at_ + 1] != quote) break;
-        ++at_;
-      }
+    for (++at_; at_ < text_.size() && text_[at_] != quote; ++at_) {
+      if (escapes && text_[at_] == '\\') ++at_;
     }
     at_ = std::min(at_ + 1, text_.size());
   }
+
+  void SkipLine() { at_ = std::min(text_.find_first_of("\r\n", at_), text_.size()); }
 
   // A word may hold dollar signs; the word E introduces a string with escapes. A number holds none: those
   // after it begin a string.
@@ -106,19 +104,19 @@ class Scanner {
   // After a string: goes to the quote that continues it on a later line, with nothing but blanks and comments
   // between; stays where there is none.
   void SkipToContinuation() {
-    std::size_t next = at_;
+    const std::size_t end = at_;
     bool newLine = false;
-    while (next < text_.size() && text_[next] != '\'') {
-      if (text_.substr(next).starts_with("--")) {
-        next = std::min(text_.find_first_of("\r\n", next), text_.size());
-      } else if (std::string_view(" \t\f\v\r\n").find(text_[next]) != std::string_view::npos) {
-        newLine = newLine || text_[next] == '\r' || text_[next] == '\n';
-        ++next;
+    while (at_ < text_.size()) {
+      newLine = newLine || text_[at_] == '\r' || text_[at_] == '\n';
+      if (LooksAt("--")) {
+        SkipLine();
+      } else if (std::string_view(" \t\f\v\r\n").find(text_[at_]) != std::string_view::npos) {
+        ++at_;
       } else {
-        return;
+        break;
       }
     }
-    if (newLine && next < text_.size()) at_ = next;
+    if (!newLine || !LooksAt("'")) at_ = end;
   }
 
   // $$...$$ or $tag$...$tag$; else the dollar sign is an ordinary character.
@@ -138,15 +136,9 @@ class Scanner {
   void SkipComment() {
     int depth = 0;
     do {
-      if (LooksAt("/*")) {
-        ++depth;
-        at_ += 2;
-      } else if (LooksAt("*/")) {
-        --depth;
-        at_ += 2;
-      } else {
-        ++at_;
-      }
+      const int deeper = LooksAt("/*") ? 1 : LooksAt("*/") ? -1 : 0;
+      depth += deeper;
+      at_ += deeper != 0 ? 2 : 1;
     } while (depth > 0 && at_ < text_.size());
   }
 
@@ -156,11 +148,6 @@ class Scanner {
 
 }  // namespace
 
-std::vector<Marker> FindMarkers(std::string_view statement) {
-  std::vector<Marker> markers;
-  Scanner scanner(statement);
-  while (const auto marker = scanner.Next()) markers.push_back(*marker);
-  return markers;
-}
+std::vector<Marker> FindMarkers(std::string_view statement) { return Scanner(statement).Markers(); }
 
 }  // namespace pq
