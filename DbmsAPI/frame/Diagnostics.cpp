@@ -10,36 +10,29 @@
 
 namespace {
 
-// A function of the process that clients may replace.
-class Replaceable {
- public:
-  using Function = std::function<void(const wchar_t*)>;
+using Function = std::function<void(const wchar_t*)>;
 
-  void Set(Function function) {
-    std::lock_guard lock(mutex_);
-    function_ = std::move(function);
-  }
+std::mutex mutex;  // guards the functions of the process that clients may replace
+Function debugSink;
+Function invalidParameterHandler;
 
-  // Returns a copy, to be called without the lock: the function may itself use the library.
-  Function Get() {
-    std::lock_guard lock(mutex_);
-    return function_;
-  }
+void Replace(Function& function, Function other) {
+  std::lock_guard lock(mutex);
+  function.swap(other);
+}
 
- private:
-  std::mutex mutex_;
-  Function function_;
-};
-
-Replaceable debugSink;
-Replaceable invalidParameterHandler;
+// To be called without the lock: the function may itself use the library.
+Function Copy(const Function& function) {
+  std::lock_guard lock(mutex);
+  return function;
+}
 
 }  // namespace
 
-void SetDbmsDebugSink(std::function<void(const wchar_t*)> sink) { debugSink.Set(std::move(sink)); }
+void SetDbmsDebugSink(std::function<void(const wchar_t*)> sink) { Replace(debugSink, std::move(sink)); }
 
 void SetDbmsInvalidParameterHandler(std::function<void(const wchar_t*)> handler) {
-  invalidParameterHandler.Set(std::move(handler));
+  Replace(invalidParameterHandler, std::move(handler));
 }
 
 std::string LastSqlState(const Dbms& dbms) {
@@ -48,7 +41,7 @@ std::string LastSqlState(const Dbms& dbms) {
 }
 
 void WriteDebugLine(const std::wstring& line) {
-  const auto sink = debugSink.Get();
+  const auto sink = Copy(debugSink);
   sink ? sink(line.c_str()) : sys::WriteDebugOutput(line.c_str());
 }
 
@@ -56,7 +49,7 @@ std::optional<std::wstring> FitBuffer(std::size_t capacity, std::wstring text) {
   if (text.size() < capacity) return text;
   const std::wstring reason =
       Format(L"invalid parameter: {} characters do not fit a buffer of {}\n", text.size(), capacity);
-  const auto handler = invalidParameterHandler.Get();
+  const auto handler = Copy(invalidParameterHandler);
   handler ? handler(reason.c_str()) : WriteDebugLine(reason);
   return std::nullopt;
 }
