@@ -1,17 +1,19 @@
 #include <algorithm>
 
-#include "DbmsAPI/frame/DatabaseName.h"
 #include "DbmsAPI/frame/Epoch.h"
 #include "DbmsAPI/frame/Format.h"
 #include "DbmsAPI/frame/Operation.h"
 #include "DbmsAPI/frame/Sql.h"
 #include "DbmsAPI/frame/Timescale.h"
 #include "port/LocalTime.h"
+#include "port/Utf8.h"
 
 namespace {
 
 // {}: table.
 constexpr wchar_t kCountUserLogs[] = L"select count(*) from pg_stat_user_tables where relname = lower('{}')";
+
+constexpr wchar_t kDatabaseName[] = L"select current_database()";
 
 // {}: database, table.
 constexpr wchar_t kUserLogColumns[] =
@@ -34,6 +36,10 @@ constexpr wchar_t kUserLogRows[] =
     L" where time >= to_timestamp({}) and time <= to_timestamp({}){}"
     L" order by time";
 
+// Characters that separate the parts of a connection text.
+constexpr wchar_t kSeparators[] = L"=;@ \t\r\n";
+
+constexpr std::size_t kMaxDatabaseNameSize = 63;  // bytes, in a server built with its defaults
 constexpr std::size_t kMaxTableNameSize = 64;
 constexpr std::size_t kMaxRowsQuerySize = 1024;  // enough for any name that a server has
 
@@ -84,13 +90,28 @@ bool Exists(SACommand& command, const std::wstring& table) {
   return FetchFirst(command, Format(kCountUserLogs, table)) && command.Field(1).asShort() >= 1;
 }
 
-// Whether a stored table has exactly these columns after its time.
+// Whether the text that names the database in a connection is the database's name and nothing more. False for
+// a text with connection keywords, for an address (postgresql://...), for an empty text (libpq then chooses),
+// and for a text longer than the server's names.
+bool IsDatabaseName(std::wstring_view text) {
+  return !text.empty() && text.find_first_of(kSeparators) == text.npos && text.find(L"://") == text.npos &&
+         sys::ToUtf8(text).size() <= kMaxDatabaseNameSize;
+}
+
+std::wstring AskDatabaseName(SACommand& command) {
+  if (!FetchFirst(command, kDatabaseName)) return {};
+  return std::wstring(command.Field(1).asString());
+}
+
+// Whether a stored table has exactly these columns after its time. The server is asked for the name of the
+// database only when the connection text is not the name.
 bool HasColumns(SACommand& command, const std::wstring& database, const std::wstring& table,
                 const std::vector<UserLogColumn>& columns) {
-  if (!FetchFirst(command, Format(kUserLogColumns, database, table))) {
+  const std::wstring name = IsDatabaseName(database) ? database : AskDatabaseName(command);
+  if (!FetchFirst(command, Format(kUserLogColumns, name, table))) {
     // The table exists, so it has columns. The server must know the database by another name than the
     // connection text does, as with a pooler; that is no reason to drop the rows.
-    FetchFirst(command, Format(kUserLogColumns, CurrentDatabase(command), table));
+    FetchFirst(command, Format(kUserLogColumns, AskDatabaseName(command), table));
   }
   for (const UserLogColumn& column : columns) {
     if (!command.FetchNext() || !Matches(command, column)) return false;
@@ -131,7 +152,7 @@ bool TirelScada::CreateUserLogTable(const wchar_t* name, const std::vector<UserL
     for (const UserLogColumn& column : columns) Require({{L"columns", column.name}});
     const std::wstring table = TableName(name);
     const bool exists = Exists(command, table);
-    const bool kept = exists && HasColumns(command, DatabaseName(command, database), table, columns);
+    const bool kept = exists && HasColumns(command, database, table, columns);
     if (exists && !kept) Execute(command, Format(kDropUserLog, table));
     if (!kept) Execute(command, CreateStatement(table, columns));
     if (TimescaleVersion <= 0) return;
