@@ -33,7 +33,7 @@ root=$(dirname "$here")
 . "$here/lib/server.sh"
 
 # Many tests wait, for a server, a link or a clock.
-readonly parallel=$((2 * $(nproc)))
+readonly parallel=$((4 * $(nproc)))
 readonly usage='usage: test.sh [--all] [--timescale VERSION|all] [--postgres VERSION,...|all] [--cluster] [--fuzz] [-R REGEX] [STAGE]...'
 stages=()
 selection=()

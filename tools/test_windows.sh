@@ -56,5 +56,5 @@ say "built in $(elapsed_since "$started")"
 use_server
 wine_start
 say "tests run under Wine against PostgreSQL on $DBMSAPI_TEST_HOST:$DBMSAPI_TEST_PORT"
-run_to_the_end ctest --test-dir "$build" --parallel 2 --output-on-failure --no-tests=error \
+run_to_the_end ctest --test-dir "$build" --parallel "$((2 * $(nproc)))" --output-on-failure --no-tests=error \
   --output-log "$build.test.log" "$@"

@@ -17,8 +17,9 @@ shift 2
 pooler=
 pooler_port=
 
+# The pooler itself: a signal to the command that runs it as the server's user does not reach it.
 stop_all() {
-  [ -z "$pooler" ] || kill "$pooler" 2>/dev/null || true
+  [ -z "$pooler" ] || kill "$(cat "$server_folder/pgbouncer/pid" 2>/dev/null)" 2>/dev/null || true
   server_stop
 }
 
@@ -36,6 +37,7 @@ unix_socket_dir =
 auth_type = scram-sha-256
 auth_file = $folder/users
 pool_mode = $mode
+pidfile = $folder/pid
 INI
   chown "$(server_owner)" "$folder"/*
 }

@@ -37,9 +37,11 @@ for wanted in 0 7; do
   expect_gone "after status $wanted"
 done
 
+# From here on it is kept in memory if there is room.
+#
 # Commands in the background are started with SIGINT ignored, which bash cannot undo; env can.
 for signal in INT=130 TERM=143 HUP=129; do
-  env --default-signal=INT "$script" --set work_mem=5MB "$work/report" "$work" wait &
+  env --default-signal=INT "$script" --set fsync=off --set work_mem=5MB "$work/report" "$work" wait &
   running=$!
   until [ -s "$work/reported" ]; do sleep 0.05; done
   kill -s "${signal%=*}" "$running"
@@ -50,13 +52,13 @@ for signal in INT=130 TERM=143 HUP=129; do
 done
 
 # When it is killed by SIGKILL, the next one cleans up.
-"$script" --set work_mem=5MB "$work/report" "$work" wait &
+"$script" --set fsync=off --set work_mem=5MB "$work/report" "$work" wait &
 running=$!
 until [ -s "$work/reported" ]; do sleep 0.05; done
 kill -KILL "$running" "$(cat "$work/process")"
 wait "$running" 2>/dev/null || true
 mv "$work/reported" "$work/left"
-"$script" --set work_mem=5MB "$work/report" "$work" 0
+"$script" --set fsync=off --set work_mem=5MB "$work/report" "$work" 0
 expect_gone 'of its own'
 mv "$work/left" "$work/reported"
 expect_gone 'after SIGKILL'

@@ -7,7 +7,8 @@
 #   server_stop                           stops it and removes its files; called automatically when the script ends
 #
 # Sets SERVER_HOST, SERVER_PORT, SERVER_USER and SERVER_PASSWORD; the user is a superuser. If the user that
-# the server runs as cannot reach the folder, one below the system's temporary folder is used.
+# the server runs as cannot reach the folder, one below the system's temporary folder is used. With fsync=off the server
+# keeps its files in memory, in DBMSAPI_SERVER_MEMORY (/dev/shm; none if empty), if there is room.
 
 server_library=$(dirname "${BASH_SOURCE[0]}")
 # shellcheck source=tools/lib/say.sh
@@ -22,6 +23,7 @@ SERVER_PORT=
 SERVER_USER=dbmsapi
 SERVER_PASSWORD=
 server_folder=
+readonly server_memory=${DBMSAPI_SERVER_MEMORY-/dev/shm}
 
 # The folder of the server's programs: DBMSAPI_PG_BINDIR, else the newest that is installed.
 server_programs() {
@@ -70,35 +72,46 @@ server_stop() {
   [ -z "$folder" ] || server_remove "$folder"
 }
 
-# A script that was killed leaves its server running; the next one in the same folder removes it.
+# A script that was killed leaves its server running; the next one in the same folder removes it. Process numbers say
+# nothing in another namespace.
 server_clear_strays() {
-  local folder script
+  local folder script namespace
   for folder in "$1"/dbmsapi-server.*; do
     if [ ! -f "$folder/script" ] || [ "$(stat -c %U "$folder")" != "$(server_owner)" ]; then continue; fi
-    script=$(cat "$folder/script" 2>/dev/null || true)
-    if [ -n "$script" ] && ! kill -0 "$script" 2>/dev/null; then
+    read -r script namespace 2>/dev/null <"$folder/script" || continue
+    if [ "$namespace" = "$(readlink /proc/self/ns/pid)" ] && [ ! -e "/proc/$script" ]; then
       say "removing the server of an earlier run that was killed"
       server_remove "$folder"
     fi
   done
 }
 
-# Makes server_folder below the folder given, or in the system's temporary folder if the server's user cannot reach
-# that, as below root's home.
+# Whether there is room in memory, from where libraries can be loaded. A database is 300 files, and the more files have just
+# been removed the longer ext4 takes to make new ones: with a database for each test, most of the time of the tests.
+server_has_memory() {
+  local room available options
+  [ -n "$server_memory" ] || return 1
+  room=$(df --output=avail --block-size=1M "$server_memory" 2>/dev/null | tail -n 1) || return 1
+  available=$(awk '/^MemAvailable:/ { print int($2 / 1024) }' /proc/meminfo)
+  options=$(findmnt --noheadings --output OPTIONS --target "$server_memory" | tail -n 1)
+  [ "$room" -ge 2048 ] && [ "$available" -ge 3072 ] && [[ ,$options, != *,noexec,* ]]
+}
+
+# Makes server_folder in the first of the folders that the server's user can reach: nobody may enter root's home.
 server_make_folder() {
   local place
-  for place in "$1" "${TMPDIR:-/tmp}"; do
+  for place in "$@"; do
     mkdir -p "$place"
     place=$(cd "$place" && pwd)
     server_clear_strays "$place"
     server_folder=$(mktemp -d "$place/dbmsapi-server.XXXXXX")
     chown "$(server_owner)" "$server_folder"
-    echo "$$" >"$server_folder/script"
+    echo "$$ $(readlink /proc/self/ns/pid)" >"$server_folder/script"
     if server_as_owner test -w "$server_folder" 2>/dev/null; then return; fi
     rm -rf "$server_folder"
     server_folder=
   done
-  die "user postgres can write neither below $1 nor below ${TMPDIR:-/tmp}"
+  die "user postgres can write below none of $*"
 }
 
 server_initialise() {
@@ -130,6 +143,7 @@ server_configure() {
     echo "listen_addresses = '$SERVER_HOST'"
     echo "unix_socket_directories = ''"
     server_timescale_settings "$programs"
+    [ "$(dirname "$server_folder")" != "$server_memory" ] || echo "max_wal_size = '256MB'"
     for setting in "$@"; do printf "%s = '%s'\n" "${setting%%=*}" "${setting#*=}"; done
   } >>"$server_folder/data/postgresql.conf"
 }
@@ -160,12 +174,13 @@ server_launch() {
 }
 
 server_start() {
-  local place=$1 programs
+  local places=("$1" "${TMPDIR:-/tmp}") programs
   shift
+  if [[ " $* " == *' fsync=off '* ]] && server_has_memory; then places=("$server_memory" "${places[@]}"); fi
   programs=$(server_programs)
   [ -x "$programs/initdb" ] || die "found no PostgreSQL server; DBMSAPI_PG_BINDIR can name its programs' folder"
   trap server_stop EXIT
-  server_make_folder "$place"
+  server_make_folder "${places[@]}"
   server_initialise "$programs"
   server_configure "$programs" "$@"
   server_launch "$programs"

@@ -15,4 +15,5 @@ readonly disk=/mnt  # of this namespace; others do not see it
 shift
 mount -t tmpfs -o size=1900M,mode=755 tmpfs "$disk"
 export DBMSAPI_RESIZE_DISK="mount $disk -o remount,size="
-exec "$here/../../server/private_server.sh" "$disk" "$@"
+# The server's files belong on that disk.
+DBMSAPI_SERVER_MEMORY='' exec "$here/../../server/private_server.sh" "$disk" "$@"

@@ -31,7 +31,9 @@ std::wstring Fields(const SADateTime& t) {
   return text;
 }
 
-std::vector<std::wstring> Readings(const SAField& field) {
+using Readings = std::vector<std::wstring>;
+
+Readings AllReadings(const SAField& field) {
   return {
       field.isNull() ? L"null" : L"value",
       Outcome([&] { return Wide(field.asString()); }),
@@ -44,9 +46,15 @@ std::vector<std::wstring> Readings(const SAField& field) {
   };
 }
 
+// Without those as numbers, which a time refuses by an exception: that takes most of the time of many rows.
+Readings ReadingsOfTime(const SAField& field) {
+  return {Outcome([&] { return Wide(field.asString()); }),
+          Outcome([&] { return Fields(field.asDateTime()); })};
+}
+
 // Without texts, of which the server at times writes a longer one for a double.
-void DropTexts(std::vector<std::vector<std::wstring>>& rows) {
-  for (auto& readings : rows) {
+void DropTexts(std::vector<Readings>& rows) {
+  for (Readings& readings : rows) {
     readings[1].clear();
     for (std::wstring& reading : readings) {
       if (reading.starts_with(L"error")) reading = L"error";
@@ -67,18 +75,20 @@ class Binary : public ClientTest {
   }
 
   // What is read of the first column of all rows.
-  std::vector<std::vector<std::wstring>> Read(const std::wstring& query, bool inBinary) {
+  std::vector<Readings> Read(const std::wstring& query, bool inBinary,
+                             Readings (*read)(const SAField&) = AllReadings) {
     SACommand command(&connection, query.c_str());
     if (inBinary) command.setBinaryResults(false);
     command.Execute();
-    std::vector<std::vector<std::wstring>> rows;
-    while (command.FetchNext()) rows.push_back(Readings(command.Field(1)));
+    std::vector<Readings> rows;
+    while (command.FetchNext()) rows.push_back(read(command.Field(1)));
     return rows;
   }
 
-  void ExpectTheSame(const std::wstring& query, std::size_t rows) {
-    const auto inText = Read(query, false);
-    const auto inBinary = Read(query, true);
+  void ExpectTheSame(const std::wstring& query, std::size_t rows,
+                     Readings (*read)(const SAField&) = AllReadings) {
+    const auto inText = Read(query, false, read);
+    const auto inBinary = Read(query, true, read);
     ASSERT_EQ(inText.size(), rows);
     ASSERT_EQ(inBinary.size(), rows);
     for (std::size_t i = 0; i < rows; ++i) ASSERT_EQ(inBinary[i], inText[i]) << i;
@@ -226,7 +236,7 @@ TEST_P(BinaryTimes, ReadTheSame) {
 TEST_P(BinaryTimes, ReadTheSameAroundClockChanges) {
   ExpectTheSame(
       L"select t from generate_series(timestamptz '2021-01-01 00:30:00+00', '2023-12-31 23:30:00+00', '1 hour') t",
-      26280);
+      26280, ReadingsOfTime);
 }
 
 INSTANTIATE_TEST_SUITE_P(In, BinaryTimes,
