@@ -44,13 +44,18 @@ run_on_primary() {
     "host=$primary_host port=$SERVER_PORT user=$SERVER_USER dbname=postgres"
 }
 
-# Waits until a column of pg_stat_replication has a value.
-wait_for_standby() {
+# Waits until a query of the first cluster says true.
+wait_on_primary() {
   local end=$((SECONDS + 120))
-  until [ "$(run_on_primary <<<"select $1 from pg_stat_replication where application_name = 'standby1'")" = "$2" ]; do
-    [ $SECONDS -lt $end ] || die "$1 of the replica did not become $2"
+  until [ "$(run_on_primary <<<"$1")" = t ]; do
+    [ $SECONDS -lt $end ] || die "never true: $1"
     sleep 0.05
   done
+}
+
+# Waits until a column of pg_stat_replication, or an expression of them, has a value.
+wait_for_standby() {
+  wait_on_primary "select ($1) = '$2' from pg_stat_replication where application_name = 'standby1'"
 }
 
 # Makes the second cluster, and commits on the first wait for it.
@@ -69,16 +74,27 @@ start_standby() {
   wait_for_standby sync_state sync
 }
 
-# Makes the first cluster read-only; its commits no longer wait for the second. ALTER SYSTEM writes the same file, which
-# overrides postgresql.conf.
+# Makes the first cluster read-only for what begins then; its commits no longer wait for the second. ALTER SYSTEM writes
+# the same file, which overrides postgresql.conf.
 make_read_only() {
   printf '%s\n' "synchronous_standby_names = ''" 'default_transaction_read_only = on' |
     server_as_owner tee -a "$server_folder/data/postgresql.auto.conf" >/dev/null
 }
 
+# What began before may still write, and has to end and to reach the second cluster before that takes over.
+fence_primary() {
+  local since end_of_log
+  make_read_only && pg_ctl --pgdata "$server_folder/data" reload || return 1
+  wait_on_primary "select current_setting('default_transaction_read_only') = 'on'"
+  since=$(run_on_primary <<<'select clock_timestamp()')
+  wait_on_primary "select count(*) = 0 from pg_stat_activity where xact_start < '$since'"
+  end_of_log=$(run_on_primary <<<'select pg_current_wal_lsn()')
+  wait_for_standby "flush_lsn >= '$end_of_log'" true
+}
+
 carry_out() {
   case $1 in
-    fence-primary) make_read_only && pg_ctl --pgdata "$server_folder/data" reload ;;
+    fence-primary) fence_primary ;;
     return-primary)
       make_read_only &&
         pg_ctl --pgdata "$server_folder/data" --log "$server_folder/server.log" --options "-p $SERVER_PORT" start
