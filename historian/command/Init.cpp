@@ -132,8 +132,8 @@ Subcommand AddInit(CLI::App& program) {
               "Set a retention although it drops samples that are stored");
   command.Add(
       "--tag-index", options->tag_index,
-      "Add an index by tag and time, for plain PostgreSQL: an hour of one tag was read in 8 ms in place of 32, and "
-      "inserts took 1.67 times as long");
+      "Add an index by tag and time, for samples that are not compressed: an hour of one tag was read in 8 ms in "
+      "place of 32 on plain PostgreSQL, and inserts took 1.67 times as long, 1.5 times with TimescaleDB");
   AddCommonOptions(command, options->common, false);
   command.SetExamples(
       "  historian init --database plant\n"

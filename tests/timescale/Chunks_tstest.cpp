@@ -111,6 +111,27 @@ TEST_F(Chunks, NewSamplesReachCompressedOnesUnlessAReleaseLosesThem) {
   }
 }
 
+// A late sample makes 2.14 decompress the thousand that it lies among, and of these 100,000 a statement at
+// most.
+TEST_F(Chunks, LateSamplesAreStoredUnlessAReleaseDecompressesTooMany) {
+  Run("insert into datalog select date_trunc('day', now()) - interval '5 days' + i * interval '500 ms', 'PUMP', i "
+      "from generate_series(0, 119999) i");
+  CompressAll();
+  std::vector<LogSample> late;
+  for (int i = 0; i < 120; ++i)
+    late.push_back({TodayMs() - 5 * kDayMs + i * 500'000 + 250, L"PUMP", 1.0 * i});
+  if (release() >= Release{2, 14, 0} && release() < Release{2, 16, 0}) {
+    for (int i = 0; i < 2; ++i)
+      ExpectFailure(dbms->InsertLogData(late), *dbms, L"tuple decompression limit exceeded");
+    EXPECT_EQ(Value("select count(*) from datalog"), "120000");
+    Run("alter database " + Value("select current_database()") +
+        " set timescaledb.max_tuples_decompressed_per_dml_transaction = 0");
+    dbms = NewDbms();
+  }
+  EXPECT_TRUE(dbms->InsertLogData(late)) << dbms->GetLastError();
+  EXPECT_EQ(Value("select count(*) from datalog"), "120120");
+}
+
 TEST_F(Chunks, APurgeDropsThem) {
   ASSERT_TRUE(dbms->CreateTagValueTable(L"Page")) << dbms->GetLastError();
   ASSERT_TRUE(dbms->CreatePageTimeListTable()) << dbms->GetLastError();

@@ -41,6 +41,7 @@ TEST_F(Grants, AllSeeChunksAndOnlyTheOwnerCompressesThem) {
   ExpectFailure(reader->CompressChunk(chunk.c_str()), *reader, L"must be owner");
   ExpectFailure(writer->CompressChunk(chunk.c_str()), *writer, L"must be owner");
   EXPECT_TRUE(owner->CompressChunk(chunk.c_str())) << owner->GetLastError();
+  Run("drop table datalog cascade");  // DROP OWNED fails on it, compressed, up to 2.26.4
 }
 
 }  // namespace
