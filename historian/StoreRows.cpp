@@ -10,6 +10,11 @@ namespace historian {
 namespace {
 
 constexpr char kCopyToHistory[] = "COPY datalog (time, tag_name, value) FROM STDIN (FORMAT binary)";
+// A savepoint, and whether COPY may be used: up to 2.14 TimescaleDB ends the whole server when a row of it
+// lies among rows that are compressed.
+constexpr char kBeginCopy[] =
+    "SAVEPOINT historian_copy; SELECT NOT EXISTS (SELECT FROM pg_extension WHERE extname = 'timescaledb'"
+    " AND split_part(extversion, '.', 1) = '2' AND split_part(extversion, '.', 2)::int < 15)";
 constexpr char kCreateStaging[] =
     "CREATE TEMP TABLE IF NOT EXISTS historian_batch (time timestamptz NOT NULL, tag_name text NOT NULL,"
     " value float8) ON COMMIT DROP; TRUNCATE historian_batch";
@@ -47,9 +52,10 @@ std::string Literal(std::int64_t microsecondsSince2000) {
   return text;
 }
 
-// Gives the rows stored, all of them; nothing when one was there already, and nothing is changed then.
+// Gives the rows stored, all of them; nothing when one was there already or COPY cannot be used, and nothing
+// is changed then.
 std::optional<std::int64_t> CopyToHistory(Link& link, const CopyRows& copy) {
-  link.Run("SAVEPOINT historian_copy");
+  if (!link.Run(kBeginCopy).Bool(0, 0)) return std::nullopt;
   try {
     return CopyIn(link, kCopyToHistory, copy.bytes);
   } catch (const Error& error) {
