@@ -13,6 +13,9 @@ namespace {
 
 std::string_view Text(const pq::Cell& cell) { return {cell.data, static_cast<std::size_t>(cell.length)}; }
 
+// Whether the bytes are the value's text; NULL has none of either.
+bool IsText(const pq::Cell& cell) { return !cell.data || !cell.binary || pq::IsText(cell.type); }
+
 // The whole part of a number; a boolean reads as 1 or 0, NULL as 0.
 template <class Integer>
 Integer ReadInteger(const pq::Cell& cell) {
@@ -48,9 +51,16 @@ double SAValueRead::asDouble() const {
 }
 
 SAString SAValueRead::asString() const {
-  if (!cell_->data) return SAString();
-  if (cell_->binary && !pq::IsText(cell_->type)) return SAString(sys::FromUtf8(pq::BinaryText(*cell_)));
-  return SAString(sys::FromUtf8(Text(*cell_)));
+  if (IsText(*cell_)) return SAString(sys::FromUtf8(Text(*cell_)));
+  return SAString(sys::FromUtf8(pq::BinaryText(*cell_)));
+}
+
+bool SAValueRead::isText(std::string_view utf8) const {
+  return IsText(*cell_) ? Text(*cell_) == utf8 : pq::BinaryText(*cell_) == utf8;
+}
+
+bool SAValueRead::readCalendarSeconds(sa_int64_t& seconds) const {
+  return cell_->data && cell_->binary && pq::BinaryCalendarSeconds(*cell_, seconds);
 }
 
 SADateTime SAValueRead::asDateTime() const {

@@ -12,6 +12,12 @@ constexpr std::int64_t kDay = 24 * 60 * 60;
 constexpr std::int64_t kCycleMonths = 400 * 12;
 constexpr std::int64_t kCycle = 146'097 * kDay;
 
+}  // namespace
+
+double EpochSeconds(std::int64_t milliseconds) { return static_cast<double>(milliseconds) / 1000.0; }
+
+std::wstring EpochSecondsText(std::int64_t milliseconds) { return ShortestText(EpochSeconds(milliseconds)); }
+
 std::int64_t SecondsInUtc(const std::tm& fields) {
   using namespace std::chrono;
   const std::int64_t month = (std::int64_t{fields.tm_year} + 1900) * 12 + fields.tm_mon;
@@ -22,15 +28,8 @@ std::int64_t SecondsInUtc(const std::tm& fields) {
          std::int64_t{fields.tm_min} * 60 + fields.tm_sec;
 }
 
-}  // namespace
-
-double EpochSeconds(std::int64_t milliseconds) { return static_cast<double>(milliseconds) / 1000.0; }
-
-std::wstring EpochSecondsText(std::int64_t milliseconds) { return ShortestText(EpochSeconds(milliseconds)); }
-
 // Not mktime: in an hour that occurs twice, its choice depends on the calls before.
-std::int64_t LocalEpochSeconds(const std::tm& fields, sys::LocalOffsets& offsets) {
-  const std::int64_t fieldsInUtc = SecondsInUtc(fields);
+std::int64_t LocalEpochSeconds(std::int64_t fieldsInUtc, sys::LocalOffsets& offsets) {
   const std::int64_t before = offsets.At(fieldsInUtc - kDay);
   const std::int64_t first = fieldsInUtc - before;
   if (offsets.At(first) == before) return first;
@@ -42,5 +41,5 @@ std::int64_t LocalEpochSeconds(const std::tm& fields, sys::LocalOffsets& offsets
 
 std::int64_t LocalEpochSeconds(const std::tm& fields) {
   sys::LocalOffsets offsets;
-  return LocalEpochSeconds(fields, offsets);
+  return LocalEpochSeconds(SecondsInUtc(fields), offsets);
 }

@@ -1,8 +1,8 @@
 #include <limits>
 
-#include "DbmsAPI/frame/BinaryResults.h"
 #include "DbmsAPI/frame/Format.h"
 #include "DbmsAPI/frame/Operation.h"
+#include "DbmsAPI/frame/Rows.h"
 #include "DbmsAPI/frame/Sql.h"
 
 namespace {

@@ -1,8 +1,8 @@
 #include <cfloat>
 
-#include "DbmsAPI/frame/BinaryResults.h"
 #include "DbmsAPI/frame/Format.h"
 #include "DbmsAPI/frame/Operation.h"
+#include "DbmsAPI/frame/Rows.h"
 #include "DbmsAPI/frame/Sql.h"
 
 namespace {
@@ -28,16 +28,12 @@ bool TirelScada::GetLogData(std::int64_t startTime, std::int64_t endTime,
     AppendKeys(query, data);
     AskForBinary(command, false);
     Execute(command, query + Bounded(kMaxRangeSize, Format(kInRange, startTime, endTime)));
-    // Rows are ordered by tag, so the points of a tag are looked up once for all its rows.
-    std::pair<const std::wstring, std::vector<LogPoint>>* tag = nullptr;
+    TagFinder tags(data);
     while (command.FetchNext()) {
-      const SAString name = command.Field(1).asString();
-      if (!tag || tag->first != static_cast<const SAChar*>(name)) {
-        tag = &*data.try_emplace(static_cast<const SAChar*>(name)).first;
-      }
+      std::vector<LogPoint>& points = tags.Find(command.Field(1)).second;
       const double time = command.Field(2).asDouble();
       const SAField& value = command.Field(3);
-      tag->second.push_back({time, value.isNull() ? DBL_MAX : value.asDouble()});
+      points.push_back({time, value.isNull() ? DBL_MAX : value.asDouble()});
     }
   });
 }

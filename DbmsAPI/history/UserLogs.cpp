@@ -3,6 +3,7 @@
 #include "DbmsAPI/frame/Epoch.h"
 #include "DbmsAPI/frame/Format.h"
 #include "DbmsAPI/frame/Operation.h"
+#include "DbmsAPI/frame/Rows.h"
 #include "DbmsAPI/frame/Sql.h"
 #include "DbmsAPI/frame/Timescale.h"
 #include "port/LocalTime.h"
@@ -137,7 +138,7 @@ void ReadRows(SACommand& command, std::vector<UserLogRow>& rows) {
   while (command.FetchNext()) {
     UserLogRow row;
     // Kept: calendar fields of the session's time zone are read as local time of the process.
-    row.time = LocalEpochSeconds(command.Field(1).asDateTime(), offsets);
+    row.time = LocalEpochSeconds(CalendarSeconds(command.Field(1)), offsets);
     for (int i = 2; i <= command.FieldCount(); ++i) row.values.emplace_back() = command.Field(i).asString();
     rows.push_back(std::move(row));
   }

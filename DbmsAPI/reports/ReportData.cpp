@@ -4,10 +4,10 @@
 #include <tuple>
 #include <type_traits>
 
-#include "DbmsAPI/frame/BinaryResults.h"
 #include "DbmsAPI/frame/Epoch.h"
 #include "DbmsAPI/frame/Format.h"
 #include "DbmsAPI/frame/Operation.h"
+#include "DbmsAPI/frame/Rows.h"
 #include "DbmsAPI/frame/Sql.h"
 #include "port/LocalTime.h"
 
@@ -129,17 +129,19 @@ std::wstring RowsQuery(const wchar_t* period, std::int64_t startTime, std::int64
 // Calendar fields of the session's time zone are read as local time of the process.
 // Kept: seconds have 32 bits; instants from 19 January 2038 on wrap around.
 void Read(const SAField& field, sys::LocalOffsets& offsets, std::int64_t& time) {
-  time = static_cast<std::int32_t>(LocalEpochSeconds(field.asDateTime(), offsets));
+  time = static_cast<std::int32_t>(LocalEpochSeconds(CalendarSeconds(field), offsets));
 }
 void Read(const SAField& field, sys::LocalOffsets&, std::int32_t& count) { count = field.asLong(); }
 void Read(const SAField& field, sys::LocalOffsets&, double& value) { value = field.asDouble(); }
 
 template <class Kind>
-void AppendRow(SACommand& command, bool isMinute, sys::LocalOffsets& offsets, RowsByTag<Kind>& data) {
+void AppendRow(SACommand& command, bool isMinute, sys::LocalOffsets& offsets,
+               TagFinder<RowsByTag<Kind>>& tags) {
   typename Kind::Row head;
   Read(command.Field(1), offsets, head.time);
-  head.tag_name = static_cast<const SAChar*>(command.Field(2).asString());
-  auto& row = data[head.tag_name].emplace_back(head);
+  auto& [tag, rows] = tags.Find(command.Field(2));
+  head.tag_name = tag;
+  auto& row = rows.emplace_back(std::move(head));
   int column = 2;
   VisitStatistics<Kind>(row, isMinute,
                         [&](auto& statistic) { Read(command.Field(++column), offsets, statistic); });
@@ -153,8 +155,9 @@ void GetRows(SACommand& command, const wchar_t* period, std::int64_t startTime, 
   Execute(command, RowsQuery<Kind>(period, startTime, endTime, data));
   sys::ReadTimeZone();
   sys::LocalOffsets offsets;
+  TagFinder tags(data);
   const bool isMinute = IsMinute(period);
-  while (command.FetchNext()) AppendRow<Kind>(command, isMinute, offsets, data);
+  while (command.FetchNext()) AppendRow<Kind>(command, isMinute, offsets, tags);
 }
 
 }  // namespace

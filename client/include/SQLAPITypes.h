@@ -7,6 +7,7 @@
 #include <exception>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "SQLAPIExport.h"
@@ -129,6 +130,12 @@ class SQLAPI_EXPORT SAValueRead {
   SAString asString() const;  // the server's own text of any type
   // Years count astronomically (1 BC is 0). A text that is not a date, such as infinity, is a class 2 error.
   SADateTime asDateTime() const;
+
+  // Extras of this layer, to read many rows.
+  bool isText(std::string_view utf8) const;  // whether asString gives this text
+  // Seconds from 1970 to the calendar fields of a timestamptz in binary, as if they were in UTC. False for
+  // infinity and values of other kinds.
+  bool readCalendarSeconds(sa_int64_t& seconds) const;
 
  protected:
   explicit SAValueRead(const pq::Cell* cell) : cell_(cell) {}

@@ -59,31 +59,38 @@ std::string Float8Text(double value) {
 
 // ---- Instants ----
 
-// Calendar fields of an instant, and the seconds that they are ahead of UTC.
+// A timestamptz in the session's time zone.
 struct LocalInstant {
-  SADateTime fields;
-  std::int64_t offset;
+  std::int64_t seconds;  // since 1970 on the local clock
+  std::int64_t offset;   // of them, which the local clock is ahead of UTC
+  sa_uint32_t microseconds;
 };
+
+bool IsFinite(std::int64_t instant) { return instant != kInfinity && instant != kMinusInfinity; }
 
 // `instant` in microseconds since 2000.
 LocalInstant Localize(std::int64_t instant, sys::LocalOffsets* offsets) {
   using namespace std::chrono;
-  using Cycles = duration<std::int64_t, std::ratio_multiply<std::ratio<146'097>, days::period>>;
   const auto utc = floor<seconds>(microseconds(instant));
-  // `utc` in microseconds may be out of range.
-  const auto microsecond = static_cast<sa_uint32_t>((instant % 1'000'000 + 1'000'000) % 1'000'000);
   const std::int64_t epoch = utc.count() + kServerEpoch;
   const std::int64_t offset = offsets ? offsets->At(epoch) : 0;
-  const seconds local(epoch + offset);
+  // `utc` in microseconds may be out of range.
+  const auto fraction = static_cast<sa_uint32_t>((instant % 1'000'000 + 1'000'000) % 1'000'000);
+  return {epoch + offset, offset, fraction};
+}
+
+SADateTime CalendarFields(const LocalInstant& instant) {
+  using namespace std::chrono;
+  using Cycles = duration<std::int64_t, std::ratio_multiply<std::ratio<146'097>, days::period>>;
+  const seconds local(instant.seconds);
   const auto day = floor<days>(local);
   // The calendar repeats itself after 400 years; the server's years go further than those of <chrono>.
   const auto cycle = floor<Cycles>(day);
   const year_month_day date{sys_days(duration_cast<days>(day - cycle))};
   const auto year = static_cast<int>(date.year()) + 400 * static_cast<int>(cycle.count());
   const auto second = static_cast<int>((local - day).count());
-  return {SADateTime(year, static_cast<int>(unsigned{date.month()}), static_cast<int>(unsigned{date.day()}),
-                     second / 3600, second / 60 % 60, second % 60, microsecond * 1000),
-          offset};
+  return SADateTime(year, static_cast<int>(unsigned{date.month()}), static_cast<int>(unsigned{date.day()}),
+                    second / 3600, second / 60 % 60, second % 60, instant.microseconds * 1000);
 }
 
 // Appends a number with at least this many digits.
@@ -111,7 +118,8 @@ std::string TimestampText(const Cell& cell) {
   const std::int64_t instant = Integer(cell);
   if (instant == kInfinity) return "infinity";
   if (instant == kMinusInfinity) return "-infinity";
-  const auto [fields, offset] = Localize(instant, cell.offsets);
+  const LocalInstant local = Localize(instant, cell.offsets);
+  const SADateTime fields = CalendarFields(local);
   const int year = fields.GetYear();  // 0 is 1 BC
   std::string text;
   AppendNumber(text, year > 0 ? year : 1 - year, 4);
@@ -121,7 +129,7 @@ std::string TimestampText(const Cell& cell) {
   AppendNumber(text, fields.GetMinute(), 2, ":");
   AppendNumber(text, fields.GetSecond(), 2, ":");
   AppendFraction(text, fields.Fraction());
-  AppendOffset(text, offset);
+  AppendOffset(text, local.offset);
   return text + (year > 0 ? "" : " BC");
 }
 
@@ -155,9 +163,17 @@ bool BinaryBool(const Cell& cell) { return cell.type == kBool ? Bool(cell) : Par
 SADateTime BinaryDateTime(const Cell& cell) {
   if (cell.type == kTimestamptz) {
     const std::int64_t instant = Integer(cell);
-    if (instant != kInfinity && instant != kMinusInfinity) return Localize(instant, cell.offsets).fields;
+    if (IsFinite(instant)) return CalendarFields(Localize(instant, cell.offsets));
   }
   return ParseDateTime(BinaryText(cell));
+}
+
+bool BinaryCalendarSeconds(const Cell& cell, std::int64_t& seconds) {
+  if (cell.type != kTimestamptz) return false;
+  const std::int64_t instant = Integer(cell);
+  if (!IsFinite(instant)) return false;
+  seconds = Localize(instant, cell.offsets).seconds;
+  return true;
 }
 
 std::string BinaryText(const Cell& cell) {

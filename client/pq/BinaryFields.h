@@ -19,6 +19,8 @@ std::int64_t BinaryInteger(const Cell& cell, std::int64_t least, std::int64_t gr
 double BinaryDouble(const Cell& cell);
 bool BinaryBool(const Cell& cell);
 SADateTime BinaryDateTime(const Cell& cell);
+// Seconds from 1970 to the calendar fields of a finite timestamptz, as if they were in UTC; false for others.
+bool BinaryCalendarSeconds(const Cell& cell, std::int64_t& seconds);
 
 // The text that the server would have sent with extra_float_digits at its default and DateStyle ISO. Of the
 // shortest texts of a float8 this is the closest one; the server at times writes a longer one (for 1e23).

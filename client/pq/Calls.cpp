@@ -12,6 +12,8 @@ namespace {
 constexpr char kCopyRefused[] = "COPY goes through the native connection";
 constexpr int kAtOnce = 1;
 
+bool IsEncrypted(PGconn* connection) { return PQsslInUse(connection) || PQgssEncInUse(connection); }
+
 // Waits for input and hands it to libpq; false when there will be none.
 bool ReadMore(PGconn* connection) {
   if (PQsocket(connection) < 0) return false;
@@ -54,19 +56,19 @@ PGresult* ReadToTheLast(PGconn* connection, int sent) {
 }  // namespace
 
 PGresult* GetResult(PGconn* connection) {
-  // What was decrypted is no longer in the socket.
-  const bool decrypts = PQsslInUse(connection) || PQgssEncInUse(connection);
   Result lost;
   while (PQisBusy(connection)) {
-    if (decrypts && PQconsumeInput(connection) && !PQisBusy(connection)) break;
+    // What was decrypted is no longer in the socket.
+    if (IsEncrypted(connection) && PQconsumeInput(connection) && !PQisBusy(connection)) break;
     if (ReadMore(connection)) continue;
     // libpq itself would add that it has no socket any more.
     lost.reset(PQmakeEmptyPGresult(connection, PGRES_FATAL_ERROR));
     break;
   }
   Result result(PQgetResult(connection));
-  const bool hasReason = PQresultErrorField(result.get(), PG_DIAG_SQLSTATE) != nullptr;
-  if (lost && result && IsFailure(result.get()) && !hasReason) result = std::move(lost);
+  if (lost && result && IsFailure(result.get()) && !PQresultErrorField(result.get(), PG_DIAG_SQLSTATE)) {
+    result = std::move(lost);
+  }
   Mark(result.get(), connection);
   return result.release();
 }

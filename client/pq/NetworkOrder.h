@@ -1,16 +1,18 @@
 #pragma once
 
 #include <cstddef>
+#include <utility>
 
 namespace pq {
 
-// An unsigned number in network order, the most significant byte first.
+// An unsigned number in network order, the most significant byte first. Without a loop, so that compilers
+// make one load of it.
 template <class Unsigned>
 Unsigned FromNetwork(const char* bytes) {
-  unsigned long long value = 0;
-  for (std::size_t i = 0; i < sizeof(Unsigned); ++i)
-    value = value << 8 | static_cast<unsigned char>(bytes[i]);
-  return static_cast<Unsigned>(value);
+  const auto join = [&]<std::size_t... i>(std::index_sequence<i...>) {
+    return (... | (Unsigned{static_cast<unsigned char>(bytes[i])} << 8 * (sizeof(Unsigned) - 1 - i)));
+  };
+  return static_cast<Unsigned>(join(std::make_index_sequence<sizeof(Unsigned)>()));
 }
 
 }  // namespace pq

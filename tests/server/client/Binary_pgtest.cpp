@@ -2,11 +2,13 @@
 
 #include <bit>
 #include <charconv>
+#include <chrono>
 #include <cstdlib>
 #include <iterator>
 #include <ostream>
 
 #include "ClientTest.h"
+#include "port/Utf8.h"
 #include "server/Random.h"
 #include "server/Zone.h"
 
@@ -31,6 +33,27 @@ std::wstring Fields(const SADateTime& t) {
   return text;
 }
 
+// Seconds from 1970 to the calendar fields, as if they were in UTC. Computed from the fields when the field
+// does not give them.
+std::wstring CalendarSeconds(const SAField& field) {
+  sa_int64_t seconds = 0;
+  if (field.readCalendarSeconds(seconds)) return std::to_wstring(seconds);
+  using namespace std::chrono;
+  const SADateTime t = field.asDateTime();
+  if (t.GetMonth() == 0) return L"no date";
+  const int cycles = t.GetYear() / 400;  // of the calendar
+  const sys_days day = year(t.GetYear() % 400) / t.GetMonth() / t.GetDay();
+  const std::int64_t days = day.time_since_epoch().count() + std::int64_t{cycles} * 146'097;
+  return std::to_wstring(days * 86'400 + t.GetHour() * 3600 + t.GetMinute() * 60 + t.GetSecond());
+}
+
+// Whether the field has its own text, and a longer one.
+std::wstring IsText(const SAField& field) {
+  const std::string text = sys::ToUtf8(Wide(field.asString()));
+  return (field.isText(text) ? L"its own" : L"") +
+         std::wstring(field.isText(text + "?") ? L" and another" : L"");
+}
+
 using Readings = std::vector<std::wstring>;
 
 Readings AllReadings(const SAField& field) {
@@ -43,13 +66,16 @@ Readings AllReadings(const SAField& field) {
       Outcome([&] { return std::to_wstring(field.asShort()); }),
       Outcome([&] { return std::to_wstring(field.asBool()); }),
       Outcome([&] { return Fields(field.asDateTime()); }),
+      Outcome([&] { return CalendarSeconds(field); }),
+      Outcome([&] { return IsText(field); }),
   };
 }
 
 // Without those as numbers, which a time refuses by an exception: that takes most of the time of many rows.
 Readings ReadingsOfTime(const SAField& field) {
   return {Outcome([&] { return Wide(field.asString()); }),
-          Outcome([&] { return Fields(field.asDateTime()); })};
+          Outcome([&] { return Fields(field.asDateTime()); }),
+          Outcome([&] { return CalendarSeconds(field); }), Outcome([&] { return IsText(field); })};
 }
 
 // Without texts, of which the server at times writes a longer one for a double.
@@ -90,6 +116,7 @@ class Binary : public ClientTest {
     const auto inText = Read(query, false, read);
     const auto inBinary = Read(query, true, read);
     ASSERT_EQ(inText.size(), rows);
+    for (const auto& readings : inText) ASSERT_EQ(readings.back(), L"its own");
     ASSERT_EQ(inBinary.size(), rows);
     for (std::size_t i = 0; i < rows; ++i) ASSERT_EQ(inBinary[i], inText[i]) << i;
   }

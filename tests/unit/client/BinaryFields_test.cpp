@@ -131,6 +131,20 @@ TEST(BinaryFieldsTest, Instants) {
   EXPECT_EQ(UsageErrorText([] { DateTime("\x80\0\0\0\0\0\0\0"s); }), L"\"-infinity\" is no date");
 }
 
+TEST(BinaryFieldsTest, CalendarSecondsOfInstants) {
+  std::int64_t seconds = 0;
+  const auto read = [&](unsigned type, const std::string& bytes) {
+    return pq::BinaryCalendarSeconds(Value(type, bytes), seconds);
+  };
+  EXPECT_TRUE(read(kTimestamptz, "\0\x02\xAD\x22\xDC\xE8\x42\x40"s));  // 2023-11-14 22:13:20.123456 UTC
+  EXPECT_EQ(seconds, 1700000000);
+  EXPECT_TRUE(read(kTimestamptz, "\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF"));  // 1999-12-31 23:59:59.999999 UTC
+  EXPECT_EQ(seconds, 946684799);
+  EXPECT_FALSE(read(kTimestamptz, "\x7F\xFF\xFF\xFF\xFF\xFF\xFF\xFF"));  // infinity
+  EXPECT_FALSE(read(kTimestamptz, "\x80\0\0\0\0\0\0\0"s));
+  EXPECT_FALSE(read(kInt8, "\0\0\0\0\0\0\0\0"s));
+}
+
 TEST(BinaryFieldsTest, Texts) {
   EXPECT_EQ(Text(kText, "a\xE2\x82\xAC"), "a\xE2\x82\xAC");
   EXPECT_EQ(Double(kText, "1.5"), 1.5);

@@ -42,6 +42,24 @@ TEST_F(TagHistoryQuery, RowsAreGroupedByTag) {
   ASSERT_EQ(data[L"C"].size(), 1u);
 }
 
+TEST_F(TagHistoryQuery, RowsOfATagMayBeApart) {
+  server.Answer(kOfA, {{L"A", L"1700000000", L"1"},
+                       {L"\u00C4\u20AC", L"1700000000", L"2"},
+                       {L"\u00C4\u20AC", L"1700000001", L"3"},
+                       {L"A", L"1700000001", L"4"},
+                       {L"A\u20AC", L"1700000001", L"5"},
+                       {std::nullopt, L"1700000001", L"6"}});
+  Data data = {{L"A", {}}};
+  ASSERT_TRUE(Get(data));
+  EXPECT_EQ(data.size(), 4u);
+  ASSERT_EQ(data[L"A"].size(), 2u);
+  EXPECT_EQ(data[L"A"][1].value, 4.0);
+  ASSERT_EQ(data[L"\u00C4\u20AC"].size(), 2u);
+  EXPECT_EQ(data[L"\u00C4\u20AC"][1].value, 3.0);
+  EXPECT_EQ(data[L"A\u20AC"].size(), 1u);
+  EXPECT_EQ(data[L""].size(), 1u);
+}
+
 TEST_F(TagHistoryQuery, ANullValueIsTheMissingValue) {
   server.Answer(kOfA, {{L"A", L"1700000000", std::nullopt}});
   Data data = {{L"A", {}}};

@@ -1,3 +1,0 @@
-#include "DbmsAPI/frame/BinaryResults.h"
-
-void AskForBinary(SACommand& command, bool withTimes) { command.setBinaryResults(withTimes); }
