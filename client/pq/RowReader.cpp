@@ -25,20 +25,13 @@ void RowReader::Start(QueryId query) {
   Clear();
   query_ = query;
   Result first = connection_.Next();
-  while (first && IsRowless(first.get())) first = connection_.Next();
-  if (!first) return;
-  if (IsFailure(first.get())) {
-    Finish(std::move(first));
-    Fail();
-  }
-
+  while (IsRowless(first.get())) first = connection_.Next();
   Describe(first.get());
   if (IsRow(first.get())) {
-    row_ = std::move(first);
-    held_ = true;
-    TakeAhead(connection_.Next());
+    next_ = std::move(first);
+    ahead_ = ReadRow();
   } else {
-    Finish(connection_.Next());
+    Finish(std::move(first));
   }
   // If the error follows at most one row, the implicit commit may have failed. Throw now, so that a caller
   // who never fetches still sees it.
@@ -61,12 +54,12 @@ void RowReader::Describe(const PGresult* result) {
   }
 }
 
-void RowReader::TakeAhead(Result result) {
-  if (IsRow(result.get())) {
-    ahead_ = std::move(result);
-  } else {
-    Finish(std::move(result));
-  }
+// Returns null at the end, which it reads.
+Result RowReader::ReadRow() {
+  Result result = connection_.Next();
+  if (IsRow(result.get())) return result;
+  Finish(std::move(result));
+  return nullptr;
 }
 
 // Reads the answer to its end.
@@ -77,22 +70,18 @@ void RowReader::Finish(Result result) {
 }
 
 bool RowReader::FetchNext() {
-  if ((held_ || ahead_) && !connection_.IsReading(query_)) {
+  if (next_ && !connection_.IsReading(query_)) {
     DropRows();
     throw UsageError(L"The rows left were discarded when the connection went on to something else");
   }
-  if (!std::exchange(held_, false)) Advance();
-  ShowRow();
-  return row_ != nullptr;
-}
-
-void RowReader::Advance() {
-  row_ = std::move(ahead_);
+  row_ = std::move(next_);
   if (row_) {
-    TakeAhead(connection_.Next());
+    next_ = ahead_ ? std::move(ahead_) : ReadRow();
   } else if (failure_) {
     Fail();
   }
+  ShowRow();
+  return row_ != nullptr;
 }
 
 void RowReader::ShowRow() {
@@ -107,8 +96,8 @@ void RowReader::ShowRow() {
 }
 
 void RowReader::DropRows() {
-  held_ = false;
   row_.reset();
+  next_.reset();
   ahead_.reset();
   ShowRow();
 }

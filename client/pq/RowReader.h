@@ -20,7 +20,7 @@ class RowReader {
   void Start(QueryId query);
 
   // Whether the first row, which is still to be fetched, has a column in binary that cannot be read.
-  bool IsUnreadable() const { return held_ && unreadable_; }
+  bool IsUnreadable() const { return next_ && unreadable_; }
 
   // Puts the next row into the cells; at the end sets them to NULL.
   bool FetchNext();
@@ -34,9 +34,8 @@ class RowReader {
 
  private:
   void Describe(const PGresult* result);
-  void TakeAhead(Result result);
+  Result ReadRow();
   void Finish(Result result);
-  void Advance();
   void ShowRow();
   void DropRows();
   [[noreturn]] void Fail();
@@ -45,9 +44,9 @@ class RowReader {
   QueryId query_ = 0;
   sys::LocalOffsets offsets_;  // of the cells
   bool unreadable_ = false;    // the row has a binary column that cannot be read
-  bool held_ = false;          // the current row is still to be delivered
   Result row_;
-  Result ahead_;
+  Result next_;
+  Result ahead_;    // the second row, while next_ is the first
   Result failure_;  // thrown after the rows; the answer has been read to its end
   std::vector<Cell> cells_;
   std::vector<std::string> columnNames_;
