@@ -114,8 +114,10 @@ is_complete() {
   [ "$(sql "select count(*) = 2 and bool_or(sync_state = 'sync') from pg_stat_replication where state = 'streaming'" \
     postgres)" = t ]
 }
+# The ends of the logs, and which processes of the servers are left: their titles say what they do.
 cluster_state() {
-  tail -n 5 "$folder"/*.log "$folder"/node*/patroni.log
+  tail -n 20 "$folder"/*.log "$folder"/node*/patroni.log
+  ps -C postgres -o pid,ppid,stat,etimes,wchan:20,args
 }
 
 start_cluster() {

@@ -27,7 +27,8 @@ server_processes() {
 }
 
 broken=
-choose_primary() { broken=$(primary); }
+has_primary() { broken=$(primary); }
+choose_primary() { wait_until 60 has_primary || die "there is no primary: $(cluster_state)"; }
 
 # shellcheck disable=SC2046
 fault_crash() {

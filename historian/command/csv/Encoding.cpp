@@ -9,7 +9,7 @@
 namespace historian::command {
 namespace {
 
-constexpr std::size_t kBlock = 256 * 1024;
+constexpr std::size_t kBlock = 64 * 1024;
 constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 constexpr std::string_view kLittleMark = "\xFF\xFE";
 constexpr std::string_view kBigMark = "\xFE\xFF";
