@@ -7,7 +7,7 @@ namespace {
 
 constexpr char kHasExtension[] = "select exists (select from pg_extension where extname = 'timescaledb')";
 
-constexpr char kAggregates[] =
+constexpr char kMaterializations[] =
     "select format('%I.%I', materialization_hypertable_schema, materialization_hypertable_name)"
     " from timescaledb_information.continuous_aggregates"
     " where hypertable_name = 'datalog' and view_name in ('datalog_1m', 'datalog_1h') order by view_name";
@@ -39,12 +39,12 @@ void Refresh(Link& link, const char* view, std::int64_t fromHour, std::int64_t t
 }  // namespace
 
 bool HasAggregates(Link& link) {
-  return link.Run(kHasExtension).Bool(0, 0) && link.Run(kAggregates).size() == 2;
+  return link.Run(kHasExtension).Bool(0, 0) && link.Run(kMaterializations).size() == 2;
 }
 
 std::optional<std::int64_t> SafeRefreshStart(Link& link) {
   const std::string complete(link.Run(kSamplesComplete).Text(0, 0));
-  const Result aggregates = link.Run(kAggregates);
+  const Result aggregates = link.Run(kMaterializations);
   std::optional<std::int64_t> start;
   for (int i = 0; i < aggregates.size(); ++i) {
     const char* width = i == 0 ? "1 hour" : "1 minute";  // of datalog_1h and datalog_1m

@@ -3,10 +3,10 @@
 namespace historian {
 namespace {
 
-constexpr char kExists[] = "select to_regclass('historian_backfill') is not null";
+constexpr char kLedgerExists[] = "select to_regclass('historian_backfill') is not null";
 
 // Two programs may start at the same time.
-constexpr char kCreate[] =
+constexpr char kCreateLedger[] =
     "begin;"
     "select pg_advisory_xact_lock(hashtext('historian_backfill'));"
     "create table if not exists historian_backfill ("
@@ -49,7 +49,7 @@ Link::Value Text(std::optional<std::int64_t> number) {
 }  // namespace
 
 void BackfillLedger::Create(Link& link) {
-  if (!link.Run(kExists).Bool(0, 0)) link.Run(kCreate);
+  if (!link.Run(kLedgerExists).Bool(0, 0)) link.Run(kCreateLedger);
 }
 
 std::map<std::int64_t, std::int64_t> BackfillLedger::Batches(Link& link) const {

@@ -1,16 +1,13 @@
 #include "historian/Coverage.h"
 
 #include <iterator>
-#include <limits>
 #include <string>
 
 #include "historian/Error.h"
+#include "historian/Ranges.h"
 
 namespace historian {
 namespace {
-
-constexpr std::int64_t kFirst = std::numeric_limits<std::int64_t>::min();
-constexpr std::int64_t kLast = std::numeric_limits<std::int64_t>::max();
 
 // Whether TimescaleDB is installed, and whether its release keeps ranges that a refresh has begun with.
 constexpr char kCatalog[] =
@@ -21,7 +18,7 @@ constexpr char kCatalog[] =
 // first and last instant in microseconds since 1970. The table has an empty range, which shows that it is a
 // hypertable. An aggregate is outdated where samples were changed since its last refresh, and from the end of
 // what was ever refreshed on.
-constexpr char kAggregates[] =
+constexpr char kStored[] =
     "with aggregate as ("
     "select user_view_name as name, mat_hypertable_id as id, raw_hypertable_id as source "
     "from _timescaledb_catalog.continuous_agg "
@@ -58,8 +55,8 @@ constexpr char kExtent[] =
 
 // Both ends are included in microseconds; the extremes mean that there is no end.
 Range Milliseconds(std::int64_t low, std::int64_t high) {
-  return {low == kFirst ? kFirst : Floor(low, 1000) / 1000,
-          high == kLast ? kLast : Floor(high, 1000) / 1000 + 1};
+  return {low == kEarliest ? kEarliest : Floor(low, 1000) / 1000,
+          high == kLatest ? kLatest : Floor(high, 1000) / 1000 + 1};
 }
 
 struct Found {
@@ -69,7 +66,7 @@ struct Found {
 
 Coverage ReadCatalog(Link& link, bool begunRanges) {
   Found table, minutes, hours;
-  const Result rows = link.Run(std::string(kAggregates) + (begunRanges ? kBegunRanges : "") + kRanges);
+  const Result rows = link.Run(std::string(kStored) + (begunRanges ? kBegunRanges : "") + kRanges);
   for (int row = 0; row < rows.size(); ++row) {
     const std::string_view name = rows.Text(row, 0);
     Found& found = name == "datalog" ? table : name == "datalog_1m" ? minutes : hours;

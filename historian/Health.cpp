@@ -46,7 +46,7 @@ std::string AdviceFor(Examination& at, const Error& error) {
       at.link.Run("select format('grant pg_monitor, pg_read_all_data to %I', current_user)").Text(0, 0));
 }
 
-void Run(const Check& check, Examination& at) {
+void Examine(const Check& check, Examination& at) {
   try {
     check.run(at);
   } catch (const Error& error) {
@@ -71,9 +71,9 @@ HealthReport CheckHealth(Dbms& dbms, const HealthOptions& options) {
     Examination at{link, dbms, options, report};
     at.timescale =
         link.Run("select exists (select from pg_extension where extname = 'timescaledb')").Bool(0, 0);
-    for (const Check& check : kChecks) Run(check, at);
+    for (const Check& check : kChecks) Examine(check, at);
     if (at.timescale)
-      for (const Check& check : kTimescaleChecks) Run(check, at);
+      for (const Check& check : kTimescaleChecks) Examine(check, at);
   } catch (const Error& error) {
     report.findings.push_back({"connection", Verdict::Failed, error.Text(), kCannotConnect});
   }

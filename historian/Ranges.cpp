@@ -1,15 +1,8 @@
 #include "historian/Ranges.h"
 
 #include <algorithm>
-#include <limits>
 
 namespace historian {
-namespace {
-
-constexpr std::int64_t kFirst = std::numeric_limits<std::int64_t>::min();
-constexpr std::int64_t kLast = std::numeric_limits<std::int64_t>::max();
-
-}  // namespace
 
 std::int64_t Floor(std::int64_t time, std::int64_t unit) {
   const std::int64_t over = time % unit;
@@ -33,7 +26,7 @@ Ranges::Ranges(std::vector<Range> ranges) {
   }
 }
 
-Ranges Ranges::All() { return Ranges({{kFirst, kLast}}); }
+Ranges Ranges::All() { return Ranges({{kEarliest, kLatest}}); }
 
 Ranges Ranges::And(const Ranges& other) const {
   std::vector<Range> common;
@@ -47,12 +40,12 @@ Ranges Ranges::And(const Ranges& other) const {
 
 Ranges Ranges::Minus(const Ranges& other) const {
   std::vector<Range> rest;
-  std::int64_t last = kFirst;
+  std::int64_t last = kEarliest;
   for (const Range& range : other) {
     rest.push_back({last, range.begin});
     last = range.end;
   }
-  rest.push_back({last, kLast});
+  rest.push_back({last, kLatest});
   return And(Ranges(std::move(rest)));
 }
 
@@ -60,8 +53,8 @@ Ranges Ranges::Outward(std::int64_t unit) const {
   std::vector<Range> grown;
   for (const auto& [first, last] : ranges_) {
     // What begins or ends nowhere stays so.
-    grown.push_back({first < kFirst + unit ? kFirst : Floor(first, unit),
-                     last > kLast - unit ? kLast : Ceiling(last, unit)});
+    grown.push_back({first < kEarliest + unit ? kEarliest : Floor(first, unit),
+                     last > kLatest - unit ? kLatest : Ceiling(last, unit)});
   }
   return Ranges(std::move(grown));
 }
@@ -69,8 +62,8 @@ Ranges Ranges::Outward(std::int64_t unit) const {
 Ranges Ranges::Inward(std::int64_t unit) const {
   std::vector<Range> shrunk;
   for (const auto& [first, last] : ranges_) {
-    shrunk.push_back({first < kFirst + unit ? kFirst : Ceiling(first, unit),
-                      last > kLast - unit ? kLast : Floor(last, unit)});
+    shrunk.push_back({first < kEarliest + unit ? kEarliest : Ceiling(first, unit),
+                      last > kLatest - unit ? kLatest : Floor(last, unit)});
   }
   return Ranges(std::move(shrunk));
 }

@@ -2,9 +2,14 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <vector>
 
 namespace historian {
+
+// What Ranges::All() reaches from and to.
+constexpr std::int64_t kEarliest = std::numeric_limits<std::int64_t>::min();
+constexpr std::int64_t kLatest = std::numeric_limits<std::int64_t>::max();
 
 // A half-open range of times in epoch milliseconds: `begin` belongs to it, `end` does not.
 struct Range {

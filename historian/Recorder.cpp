@@ -15,11 +15,6 @@ using recorder::Spool;
 // Of a piece: a block is read into memory as a whole.
 constexpr std::size_t kMostPieceBytes = 1024 * 1024;
 
-std::int64_t NowMs() {
-  using namespace std::chrono;
-  return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
-}
-
 template <class Record>
 std::vector<Piece> Encode(const std::vector<Record>& records, std::size_t mostRecords) {
   std::vector<Piece> pieces;
@@ -99,7 +94,8 @@ RecorderReport Recorder::Report() const {
   report.waitingBytes = waiting.bytes;
   // A clock that was put back makes nothing wait for a negative time.
   if (waiting.oldestMs > 0) {
-    report.oldestWaiting = std::chrono::milliseconds(std::max<std::int64_t>(NowMs() - waiting.oldestMs, 0));
+    report.oldestWaiting =
+        std::chrono::milliseconds(std::max<std::int64_t>(recorder::NowMs() - waiting.oldestMs, 0));
   }
   std::tie(report.lastError, report.lastSqlState) = impl_->reporter.LastError();
   return report;

@@ -1,7 +1,6 @@
 #include "historian/Spool.h"
 
 #include <algorithm>
-#include <chrono>
 #include <new>
 
 namespace historian::recorder {
@@ -14,11 +13,6 @@ constexpr std::int64_t kBytesPerBlock = 64;  // what the file needs of its own, 
 constexpr std::uintmax_t kLeftOnDisk = 32 << 20;
 constexpr char kDiskIsFull[] = "less than 32 MiB are left on the disk of the spool";
 
-std::int64_t NowMs() {
-  using namespace std::chrono;
-  return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
-}
-
 // One statement for each kind; # is the table's name.
 std::array<SqliteStatement, kKinds> ForEachKind(SqliteDatabase& database, const std::string& text) {
   const auto prepare = [&](Kind kind) {
@@ -28,8 +22,6 @@ std::array<SqliteStatement, kKinds> ForEachKind(SqliteDatabase& database, const 
   };
   return {prepare(Kind::Sample), prepare(Kind::Alarm), prepare(Kind::Log)};
 }
-
-std::size_t Index(Kind kind) { return static_cast<std::size_t>(kind); }
 
 // Where the system does not say how much is left, it counts as enough.
 bool HasRoom(const std::filesystem::path& folder) {

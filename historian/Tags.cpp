@@ -15,14 +15,14 @@ constexpr char kTagsOfSamples[] =
     "group by tag_name";
 
 // Two orders of the same index: TimescaleDB skips from tag to tag.
-constexpr char kFirstBucketsHead[] =
+constexpr char kOldestBucketsHead[] =
     "select distinct on (tag_name) tag_name, extract(epoch from bucket) * 1000, null from ";
-constexpr char kFirstBucketsTail[] =
+constexpr char kOldestBucketsTail[] =
     " where bucket >= to_timestamp($1::bigint / 1000.0) and bucket < to_timestamp($2::bigint / 1000.0) "
     "order by tag_name desc, bucket";
-constexpr char kLastBucketsHead[] =
+constexpr char kNewestBucketsHead[] =
     "select distinct on (tag_name) tag_name, null, extract(epoch from bucket) * 1000 from ";
-constexpr char kLastBucketsTail[] =
+constexpr char kNewestBucketsTail[] =
     " where bucket >= to_timestamp($1::bigint / 1000.0) and bucket < to_timestamp($2::bigint / 1000.0) "
     "order by tag_name, bucket desc";
 
@@ -44,9 +44,9 @@ constexpr char kTagsOfIndex[] =
 
 constexpr char kCounts[] = "select tag_name, count(*) from datalog group by tag_name";
 
-using Tags = std::map<std::string, TagInfo>;
+using TagsByName = std::map<std::string, TagInfo>;
 
-void Take(const Result& rows, Tags& tags) {
+void Take(const Result& rows, TagsByName& tags) {
   for (int row = 0; row < rows.size(); ++row) {
     const auto time = [&](int column) {
       return Time(
@@ -60,16 +60,16 @@ void Take(const Result& rows, Tags& tags) {
   }
 }
 
-void ReadSegment(Link& link, const Segment& segment, Tags& tags) {
+void ReadSegment(Link& link, const Segment& segment, TagsByName& tags) {
   const std::vector<Link::Value> range = {std::to_string(segment.range.begin),
                                           std::to_string(segment.range.end)};
   if (segment.store == Store::Samples) return Take(link.Run(kTagsOfSamples, range), tags);
   const std::string view = segment.store == Store::Minutes ? "datalog_1m" : "datalog_1h";
-  Take(link.Run(kFirstBucketsHead + view + kFirstBucketsTail, range), tags);
-  Take(link.Run(kLastBucketsHead + view + kLastBucketsTail, range), tags);
+  Take(link.Run(kOldestBucketsHead + view + kOldestBucketsTail, range), tags);
+  Take(link.Run(kNewestBucketsHead + view + kNewestBucketsTail, range), tags);
 }
 
-void Count(Link& link, Tags& tags) {
+void Count(Link& link, TagsByName& tags) {
   for (auto& [name, tag] : tags) tag.samples = 0;
   const Result rows = link.Run(kCounts);
   for (int row = 0; row < rows.size(); ++row) {
@@ -83,7 +83,7 @@ void Count(Link& link, Tags& tags) {
 std::vector<TagInfo> ReadTags(Dbms& dbms, bool countSamples) {
   Link link(dbms, "read the tags");
   const Coverage coverage = ReadCoverage(link);
-  Tags tags;
+  TagsByName tags;
   if (coverage.samples == Ranges::All() && link.Run(kHasTagIndex).Bool(0, 0)) {
     Take(link.Run(kTagsOfIndex), tags);
   } else {

@@ -36,7 +36,7 @@ constexpr char kMinutesOfSamples[] =
     "where tag_name = any($1::text[]) and time >= to_timestamp($2::bigint / 1000.0) "
     "and time < to_timestamp($3::bigint / 1000.0) group by 1, 2) minute group by 1, 2) bucket";
 
-constexpr char kAggregate[] =
+constexpr char kFromAggregate[] =
     "select tag_name, date_bin($4::bigint * interval '1 millisecond', bucket, "
     "to_timestamp($5::bigint / 1000.0)) as begin, count(*) as rows, count(avg_val) as numbers, "
     "sum(avg_val) as total, min(min_val) as low, max(max_val) as high from ";
@@ -78,9 +78,9 @@ struct TagSum {
   bool samplesStored = true;  // of all that was read
 };
 
-class Reader {
+class TrendReader {
  public:
-  Reader(Dbms& dbms, const std::vector<std::string>& tags, Range range, int buckets)
+  TrendReader(Dbms& dbms, const std::vector<std::string>& tags, Range range, int buckets)
       : link_(dbms, "read a trend"),
         range_(range),
         most_(buckets),
@@ -113,14 +113,14 @@ double ValueOrNan(const Result& rows, int row, int column) {
 
 // Rows of the store that was chosen are added up for each bucket. Others make minutes or hours first, of
 // which two segments may hold a part each.
-void Reader::ReadSegment(const Segment& segment, const std::string& tags) {
+void TrendReader::ReadSegment(const Segment& segment, const std::string& tags) {
   const bool whole = segment.store == buckets_.store || buckets_.store == Store::Samples;
   const std::int64_t width = whole ? buckets_.width : Unit(buckets_.store);
   std::string statement = kHead;
   if (segment.store == Store::Samples) {
     statement += whole ? kSamples : kMinutesOfSamples;
   } else {
-    statement += kAggregate;
+    statement += kFromAggregate;
     statement += segment.store == Store::Minutes ? "datalog_1m" : "datalog_1h";
     statement += kAggregateTail;
   }
@@ -141,7 +141,7 @@ void Reader::ReadSegment(const Segment& segment, const std::string& tags) {
 }
 
 // Each minute or hour counts the same.
-void Reader::AddUnits() {
+void TrendReader::AddUnits() {
   for (auto& [name, tag] : tags_) {
     for (const auto& [begin, unit] : tag.units) {
       Sum& bucket = tag.buckets[buckets_.origin + Floor(begin - buckets_.origin, buckets_.width)];
@@ -152,7 +152,7 @@ void Reader::AddUnits() {
 
 // A tag whose rows fit has its samples read as well. How many a row of an aggregate is made of is not known:
 // one sample more than fits is asked for.
-void Reader::ReadRaw(const std::vector<std::string>& tags) {
+void TrendReader::ReadRaw(const std::vector<std::string>& tags) {
   const std::int64_t most = static_cast<std::int64_t>(tags.size()) * most_ + 1;
   const Result rows = link_.Run(kRawSamples, {ArrayLiteral(tags), std::to_string(range_.begin),
                                               std::to_string(range_.end), std::to_string(most)});
@@ -170,7 +170,7 @@ void Reader::ReadRaw(const std::vector<std::string>& tags) {
   }
 }
 
-void Reader::Read() {
+void TrendReader::Read() {
   std::vector<std::string> names;
   for (const auto& [name, tag] : tags_) names.push_back(name);
   const std::string array = ArrayLiteral(names);
@@ -190,7 +190,7 @@ void Reader::Read() {
   for (const std::string& name : names) ReadRaw({name});
 }
 
-TagTrend Reader::TrendOf(const std::string& name) const {
+TagTrend TrendReader::TrendOf(const std::string& name) const {
   TagTrend trend{name, false, {}};
   if (const auto raw = raw_.find(name); raw != raw_.end()) {
     trend.raw = true;
@@ -223,7 +223,7 @@ Trend ReadTrend(Dbms& dbms, const std::vector<std::string>& tags, Time from, Tim
   if (buckets < 1) throw std::invalid_argument("read a trend: at least one bucket is needed");
   Trend trend;
   if (tags.empty()) return trend;
-  Reader reader(dbms, tags, range, buckets);
+  TrendReader reader(dbms, tags, range, buckets);
   reader.Read();
   trend.resolution = ResolutionOf(reader.buckets().store);
   trend.width = std::chrono::milliseconds(reader.buckets().width);

@@ -39,7 +39,7 @@ constexpr wchar_t kAddColumnstorePolicy[] = L"CALL add_columnstore_policy('{}', 
 constexpr wchar_t kAddCompressionPolicy[] = L"SELECT add_compression_policy('{}', INTERVAL '1 day')";
 
 // {}: table, days.
-constexpr wchar_t kAddRetention[] = L"select add_retention_policy('{}', interval '{} days')";
+constexpr wchar_t kAddRetentionPolicy[] = L"select add_retention_policy('{}', interval '{} days')";
 
 // The number that a text begins with, 0 for none; limited, so that no version overflows.
 int LeadingNumber(const wchar_t* text) {
@@ -85,5 +85,5 @@ void AddCompressionPolicy(SACommand& command, const wchar_t* table) {
 }
 
 std::wstring AddRetentionStatement(const wchar_t* table, int days) {
-  return Format(kAddRetention, table, days);
+  return Format(kAddRetentionPolicy, table, days);
 }

@@ -22,7 +22,7 @@ constexpr std::size_t kMarkersOfRow = 300;  // characters, about
 // {}: kind, period. A list of tag names follows.
 constexpr wchar_t kGetRows[] = L"select * from report_data_{}_{} where tag_name in (";
 // {}: first and last epoch second.
-constexpr wchar_t kInRange[] =
+constexpr wchar_t kInPeriod[] =
     L" and time between to_timestamp({}) and to_timestamp({}) order by tag_name, time";
 // {}: epoch seconds.
 constexpr wchar_t kAtInstant[] = L" and time = to_timestamp({}) order by tag_name, time";
@@ -123,7 +123,7 @@ std::wstring RowsQuery(const wchar_t* period, std::int64_t startTime, std::int64
                        const RowsByTag<Kind>& data) {
   std::wstring query = Format(kGetRows, Kind::kName, period);
   AppendKeys(query, data);
-  return query + (endTime != 0 ? Format(kInRange, startTime, endTime) : Format(kAtInstant, startTime));
+  return query + (endTime != 0 ? Format(kInPeriod, startTime, endTime) : Format(kAtInstant, startTime));
 }
 
 // Calendar fields of the session's time zone are read as local time of the process.

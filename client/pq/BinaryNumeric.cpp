@@ -15,8 +15,8 @@ namespace {
 constexpr std::uint16_t kPositive = 0x0000;
 constexpr std::uint16_t kNegative = 0x4000;
 constexpr std::uint16_t kNaN = 0xC000;
-constexpr std::uint16_t kInfinity = 0xD000;
-constexpr std::uint16_t kMinusInfinity = 0xF000;
+constexpr std::uint16_t kInfinitySign = 0xD000;
+constexpr std::uint16_t kMinusInfinitySign = 0xF000;
 
 constexpr std::size_t kHeaderSize = 8;
 constexpr int kDigits = 4;  // decimal digits in one of the server's
@@ -87,8 +87,8 @@ std::string NumericText(std::string_view bytes) {
   const Numeric numeric(bytes);
   switch (numeric.sign()) {
     case kNaN: return "NaN";
-    case kInfinity: return "Infinity";
-    case kMinusInfinity: return "-Infinity";
+    case kInfinitySign: return "Infinity";
+    case kMinusInfinitySign: return "-Infinity";
     case kPositive:
     case kNegative: break;
     default: throw MalformedValue(kNumeric);

@@ -14,12 +14,12 @@ struct Parts {
   std::wstring_view host, port, database, options;
 };
 
-bool IsDigit(wchar_t c) { return c >= L'0' && c <= L'9'; }
+bool IsWideDigit(wchar_t c) { return c >= L'0' && c <= L'9'; }
 
 // A negative number counts as a port, so that libpq refuses it.
 bool IsPort(std::wstring_view text) {
   if (text.starts_with(L'-')) text.remove_prefix(1);
-  return !text.empty() && std::all_of(text.begin(), text.end(), IsDigit);
+  return !text.empty() && std::all_of(text.begin(), text.end(), IsWideDigit);
 }
 
 void SplitServer(std::wstring_view server, Parts& parts) {

@@ -4,6 +4,7 @@
 #include <charconv>
 
 #include "Errors.h"
+#include "Text.h"
 #include "port/Utf8.h"
 
 namespace pq {
@@ -13,12 +14,10 @@ constexpr std::string_view kBeforeChrist = " BC";
 constexpr std::size_t kNanosecondDigits = 9;
 constexpr int kGreatestYear = 9999999;
 
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
-
 // Reads the fields of a text one after the other. After the first that is missing, ok() is false.
-class Scanner {
+class FieldScanner {
  public:
-  explicit Scanner(std::string_view text) : rest_(text) {}
+  explicit FieldScanner(std::string_view text) : rest_(text) {}
 
   bool ok() const { return ok_; }
   bool AtEnd() const { return rest_.empty(); }
@@ -73,7 +72,7 @@ class Scanner {
 
 SADateTime ParseDateTime(std::string_view text) {
   const bool beforeChrist = text.ends_with(kBeforeChrist);
-  Scanner scan(text.substr(0, text.size() - (beforeChrist ? kBeforeChrist.size() : 0)));
+  FieldScanner scan(text.substr(0, text.size() - (beforeChrist ? kBeforeChrist.size() : 0)));
   const int year = scan.Number(1, kGreatestYear);
   scan.Expect('-');
   const int month = scan.Number(1, 12);

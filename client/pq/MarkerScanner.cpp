@@ -4,10 +4,10 @@
 #include <array>
 #include <optional>
 
+#include "Text.h"
+
 namespace pq {
 namespace {
-
-constexpr bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
 constexpr bool StartsName(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' ||

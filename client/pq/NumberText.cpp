@@ -8,6 +8,7 @@
 #include <system_error>
 
 #include "Errors.h"
+#include "Text.h"
 #include "port/Utf8.h"
 
 namespace pq {
@@ -22,8 +23,6 @@ SAException NoNumber(std::string_view text) {
 SAException OutOfRange(std::string_view text) {
   return UsageError(L"\"" + sys::FromUtf8(text) + L"\" is out of the range of the type it is read as");
 }
-
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
 // Without the blanks around it and a plus sign before it.
 std::string_view Bare(std::string_view text) {

@@ -6,6 +6,8 @@
 
 namespace pq {
 
+constexpr bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+
 inline std::wstring_view View(const SAString& text) { return {text, text.GetLength()}; }
 
 // libpq would end such a text at its first NUL.

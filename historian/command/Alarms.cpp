@@ -9,7 +9,7 @@
 namespace historian::command {
 namespace {
 
-struct Options {
+struct AlarmsOptions {
   CommonOptions common;
   std::string from, to;
   AlarmFilter filter;
@@ -17,7 +17,7 @@ struct Options {
 
 class Listing {
  public:
-  Listing(const Options& options, Terminal& terminal)
+  Listing(const AlarmsOptions& options, Terminal& terminal)
       : options_(options), terminal_(terminal), zone_(FindZone(options.common.zone)) {}
 
   int Run() {
@@ -53,7 +53,7 @@ class Listing {
                    (rows_ == options_.filter.limit ? "; more may match (--limit)" : ""));
   }
 
-  const Options& options_;
+  const AlarmsOptions& options_;
   Terminal& terminal_;
   std::unique_ptr<Zone> zone_;
   std::uint64_t rows_ = 0;
@@ -73,7 +73,7 @@ class Listing {
 }  // namespace
 
 Subcommand AddAlarms(CLI::App& program) {
-  auto options = std::make_shared<Options>();
+  auto options = std::make_shared<AlarmsOptions>();
   CommandLine command(program, "alarms", "List alarm state changes, newest first");
   command.Add("--from TIME", options->from, "From this time on: 2026-11-21, \"2026-11-21 20:40\", 24h, 7d");
   command.Add("--to TIME", options->to, "Up to this time [now]");

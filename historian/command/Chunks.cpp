@@ -12,7 +12,7 @@
 namespace historian::command {
 namespace {
 
-struct Options {
+struct ChunksOptions {
   CommonOptions common;
   bool compress = false;
 };
@@ -70,7 +70,7 @@ void Compress(Dbms& dbms, const std::vector<Chunk>& chunks, Terminal& terminal) 
   }
 }
 
-int Run(const Options& options, Terminal& terminal) {
+int Run(const ChunksOptions& options, Terminal& terminal) {
   Server server(options.common.server);
   if (!server.HasTimescale())
     throw Refusal("the database " + server.Name() + " has no TimescaleDB, so it has no chunks");
@@ -102,7 +102,7 @@ int Run(const Options& options, Terminal& terminal) {
 }  // namespace
 
 Subcommand AddChunks(CLI::App& program) {
-  auto options = std::make_shared<Options>();
+  auto options = std::make_shared<ChunksOptions>();
   CommandLine command(program, "chunks", "List the chunks that are due for compression, and compress them");
   command.Add("--compress", options->compress, "Compress them one after the other");
   AddCommonOptions(command, options->common, false);

@@ -7,7 +7,7 @@
 namespace historian::command {
 namespace {
 
-struct Options {
+struct DoctorOptions {
   CommonOptions common;
   std::optional<int> retention;
   int late_after = 60;
@@ -38,7 +38,7 @@ void Print(const HealthReport& report, bool quiet, Terminal& terminal) {
                 FormatCount(counts[2]) + " failed");
 }
 
-int Run(const Options& options, Terminal& terminal) {
+int Run(const DoctorOptions& options, Terminal& terminal) {
   HealthOptions wanted;
   if (options.retention) {
     for (const char* table : {"datalog", "alarm", "system_log"})
@@ -58,7 +58,7 @@ int Run(const Options& options, Terminal& terminal) {
 }  // namespace
 
 Subcommand AddDoctor(CLI::App& program) {
-  auto options = std::make_shared<Options>();
+  auto options = std::make_shared<DoctorOptions>();
   CommandLine command(program, "doctor",
                       "Check the health of the store; exit status 0 ok, 1 warnings, 2 failures");
   command

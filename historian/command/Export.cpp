@@ -13,7 +13,7 @@
 namespace historian::command {
 namespace {
 
-struct Options {
+struct ExportOptions {
   CommonOptions common;
   std::vector<std::string> tags;
   std::string from, to;
@@ -61,7 +61,7 @@ class Output {
 
 class Export {
  public:
-  explicit Export(const Options& options)
+  explicit Export(const ExportOptions& options)
       : options_(options), zone_(FindZone(options.common.zone)), server_(options.common.server) {
     from_ = options.from.empty() ? Time() : ReadTimeArgument("--from", options.from, *zone_);
     to_ = options.to.empty() ? Time(std::chrono::hours(24) * 365 * 300)
@@ -113,7 +113,7 @@ class Export {
     return std::make_unique<WideWriter>(out, *zone_, tags);
   }
 
-  const Options& options_;
+  const ExportOptions& options_;
   std::unique_ptr<Zone> zone_;
   Server server_;
   Time from_, to_;
@@ -122,7 +122,7 @@ class Export {
 }  // namespace
 
 Subcommand AddExport(CLI::App& program) {
-  auto options = std::make_shared<Options>();
+  auto options = std::make_shared<ExportOptions>();
   CommandLine command(program, "export", "Write samples as CSV or JSON lines");
   command.Add("TAG", options->tags, "Tags to export [all]");
   command.Add("--from TIME", options->from, "From this time on: 2026-11-21, \"2026-11-21 20:40\", 24h, 7d");

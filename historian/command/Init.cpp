@@ -11,7 +11,7 @@
 namespace historian::command {
 namespace {
 
-struct Options {
+struct InitOptions {
   CommonOptions common;
   std::optional<int> retention;
   bool allow_drop = false;
@@ -30,14 +30,14 @@ constexpr wchar_t kOutdated[] =
 constexpr wchar_t kTagIndex[] =
     L"create index if not exists datalog_tag_name_time on datalog (tag_name, time)";
 
-struct Table {
+struct StoreTable {
   const char* names;
   bool (*create)(Dbms& dbms, int days);
   bool kept_for_good;
 };
 
 // The system log comes first: it detects TimescaleDB for the others.
-constexpr std::array<Table, 13> kTables = {{
+constexpr std::array<StoreTable, 13> kStoreTables = {{
     {"system_log", [](Dbms& dbms, int days) { return dbms.CreateSystemLogTable(days); }, false},
     {"datalog", [](Dbms& dbms, int days) { return dbms.CreateLogTable(days); }, false},
     {"alarm", [](Dbms& dbms, int days) { return dbms.CreateAlarmTable(days); }, false},
@@ -66,7 +66,7 @@ void RefuseOutdatedTables(Server& server) {
 }
 
 // The retention to set: the one asked for, else the one in force. Never one that drops samples unasked.
-int DaysToKeep(Server& server, const Options& options) {
+int DaysToKeep(Server& server, const InitOptions& options) {
   const bool exists = !server.Value(kHasDatalog).empty();
   const auto in_force = exists ? RetentionDays(server) : std::nullopt;
   if (!options.retention) return in_force ? static_cast<int>(std::lround(*in_force)) : 0;
@@ -82,12 +82,12 @@ int DaysToKeep(Server& server, const Options& options) {
                 " drops those older; --allow-drop if that is meant");
 }
 
-int Run(const Options& options, Terminal& terminal) {
+int Run(const InitOptions& options, Terminal& terminal) {
   Server server(options.common.server);
   RefuseOutdatedTables(server);
   const int days = DaysToKeep(server, options);
   const bool timescale = server.HasTimescale();
-  for (const Table& table : kTables) {
+  for (const StoreTable& table : kStoreTables) {
     ThrowIfInterrupted();
     server.Require(table.create(server.dbms(), days), std::string("create ") + table.names);
   }
@@ -106,7 +106,7 @@ int Run(const Options& options, Terminal& terminal) {
                 server.Name() + (timescale ? ", TimescaleDB"
                                            : ", plain PostgreSQL: no aggregates, compression or retention"));
   std::string names, kept;
-  for (const Table& table : kTables) {
+  for (const StoreTable& table : kStoreTables) {
     std::string& list = table.kept_for_good ? kept : names;
     list += (list.empty() ? "" : ", ") + std::string(table.names);
   }
@@ -120,7 +120,7 @@ int Run(const Options& options, Terminal& terminal) {
 }  // namespace
 
 Subcommand AddInit(CLI::App& program) {
-  auto options = std::make_shared<Options>();
+  auto options = std::make_shared<InitOptions>();
   CommandLine command(program, "init", "Create the tables, or bring them up to date");
   command
       .Add(

@@ -11,7 +11,7 @@
 namespace historian::command {
 namespace {
 
-constexpr std::size_t kBatch = 100'000;
+constexpr std::size_t kLoadedAtOnce = 100'000;
 
 // :1 the source.
 constexpr wchar_t kForget[] = L"delete from historian_backfill where source = :1";
@@ -28,7 +28,7 @@ class RowReader {
     }
     std::vector<LogSample> passed;
     while (row_ < position && Next(passed)) passed.clear();
-    while (samples.size() < kBatch && Next(samples)) {
+    while (samples.size() < kLoadedAtOnce && Next(samples)) {
     }
     return samples.empty() ? std::nullopt : std::optional(row_);
   }

@@ -16,7 +16,7 @@ constexpr char kExitStatus[] =
     "0 done; 1 the server or the data failed; 2 refused: the command line or a file cannot be followed, nothing was "
     "changed; 130 interrupted.";
 
-std::string Escape(const std::string& text) {
+std::string EscapeRoff(const std::string& text) {
   std::string out;
   for (const char c : text) {
     if (c == '\\') {
@@ -38,13 +38,13 @@ std::string Upper(std::string text) {
 }
 
 std::string Head(const std::string& name, const std::string& what) {
-  return ".TH " + Upper(Escape(name)) +
-         " 1 \"\" \"historian " HISTORIAN_VERSION "\" \"Tag history\"\n.SH NAME\n" + Escape(name) + " \\- " +
-         Escape(what) + '\n';
+  return ".TH " + Upper(EscapeRoff(name)) +
+         " 1 \"\" \"historian " HISTORIAN_VERSION "\" \"Tag history\"\n.SH NAME\n" + EscapeRoff(name) +
+         " \\- " + EscapeRoff(what) + '\n';
 }
 
 std::string Section(const std::string& title, const std::string& text) {
-  return ".SH " + title + '\n' + Escape(text) + '\n';
+  return ".SH " + title + '\n' + EscapeRoff(text) + '\n';
 }
 
 // "-o, --output FILE".
@@ -65,9 +65,9 @@ std::string OptionsOf(const CLI::App& app) {
   for (const CLI::Option* option : ShownOptions(app)) {
     if (option->get_group() != group) {
       group = option->get_group();
-      if (group != "Positionals" && group != "Options") text += ".SS " + Escape(group) + '\n';
+      if (group != "Positionals" && group != "Options") text += ".SS " + EscapeRoff(group) + '\n';
     }
-    text += ".TP\n.B " + Escape(NamesOf(*option)) + '\n' + Escape(option->get_description()) + '\n';
+    text += ".TP\n.B " + EscapeRoff(NamesOf(*option)) + '\n' + EscapeRoff(option->get_description()) + '\n';
   }
   return text;
 }
@@ -77,7 +77,7 @@ std::string ExamplesOf(const CLI::App& app) {
   std::istringstream footer(app.get_footer());
   std::string text = ".SH EXAMPLES\n.nf\n", line;
   std::getline(footer, line);
-  while (std::getline(footer, line)) text += Escape(line) + '\n';
+  while (std::getline(footer, line)) text += EscapeRoff(line) + '\n';
   return text + ".fi\n";
 }
 
@@ -107,7 +107,7 @@ std::string ProgramManual(const CLI::App& program) {
   text += ".SH SUBCOMMANDS\n";
   std::string pages;
   for (const CLI::App* app : SubcommandsOf(program)) {
-    text += ".TP\n.B " + app->get_name() + '\n' + Escape(app->get_description()) + '\n';
+    text += ".TP\n.B " + app->get_name() + '\n' + EscapeRoff(app->get_description()) + '\n';
     pages += (pages.empty() ? "historian-" : ", historian-") + app->get_name() + "(1)";
   }
   return text + Section("ENVIRONMENT", kEnvironment) + Section("EXIT STATUS", kExitStatus) +

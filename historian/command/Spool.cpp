@@ -15,7 +15,7 @@
 namespace historian::command {
 namespace {
 
-struct Options {
+struct SpoolOptions {
   CommonOptions common;
   std::string file;
   bool replay = false;
@@ -84,7 +84,7 @@ Counts Read(SpoolReader& spool) {
 }
 
 // Has a recorder of its own bring everything to the server.
-void Replay(const Options& options, Terminal& terminal) {
+void Replay(const SpoolOptions& options, Terminal& terminal) {
   RecorderOptions recording;
   recording.spool = PathOf(options.file);
   Recorder recorder(OpenDbms(options.common.server, DbmsType::PostgreSQL), recording);
@@ -110,7 +110,7 @@ void Replay(const Options& options, Terminal& terminal) {
 
 std::string CountText(std::int64_t count) { return FormatCount(static_cast<std::uint64_t>(count)); }
 
-int Run(const Options& options, Terminal& terminal) {
+int Run(const SpoolOptions& options, Terminal& terminal) {
   const auto zone = FindZone(options.common.zone);
   SpoolReader spool(options.file);
   Read(spool);  // refuses what is no spool before a recorder could make one of it
@@ -157,7 +157,7 @@ int Run(const Options& options, Terminal& terminal) {
 }  // namespace
 
 Subcommand AddSpool(CLI::App& program) {
-  auto options = std::make_shared<Options>();
+  auto options = std::make_shared<SpoolOptions>();
   CommandLine command(program, "spool", "Show what waits in a recorder's spool, and bring it to the server");
   command.Add("FILE", options->file, "The spool").Required();
   command.Add("--replay", options->replay, "Store what waits; the recorder must not be running");

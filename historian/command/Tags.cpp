@@ -11,7 +11,7 @@
 namespace historian::command {
 namespace {
 
-struct Options {
+struct TagsOptions {
   CommonOptions common;
   std::string prefix;
   std::string stopped_after = "2h";
@@ -56,7 +56,7 @@ void AddRow(Table& table, const TagInfo& tag, bool counted, bool stopped, const 
   table.AddRow(std::move(cells));
 }
 
-int Run(const Options& options, Terminal& terminal) {
+int Run(const TagsOptions& options, Terminal& terminal) {
   const auto zone = FindZone(options.common.zone);
   Server server(options.common.server);
   server.RequireTable("datalog");
@@ -94,7 +94,7 @@ int Run(const Options& options, Terminal& terminal) {
 }  // namespace
 
 Subcommand AddTags(CLI::App& program) {
-  auto options = std::make_shared<Options>();
+  auto options = std::make_shared<TagsOptions>();
   CommandLine command(program, "tags", "List the tags with their first and last sample");
   command.Add("PREFIX", options->prefix, "Tags whose names begin so [all]");
   command.Add("--count", options->count, "Count the samples of each tag and give their rate; takes time");

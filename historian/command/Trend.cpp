@@ -16,7 +16,7 @@
 namespace historian::command {
 namespace {
 
-struct Options {
+struct TrendOptions {
   CommonOptions common;
   std::vector<std::string> tags;
   std::string from, to, every;
@@ -43,7 +43,7 @@ const char* SourceOf(Resolution resolution) {
 
 class Show {
  public:
-  Show(const Options& options, Terminal& terminal)
+  Show(const TrendOptions& options, Terminal& terminal)
       : options_(options),
         terminal_(terminal),
         zone_(FindZone(options.common.zone)),
@@ -187,7 +187,7 @@ class Show {
     if (!options_.common.json && !options_.table) terminal_.Line(OneLine(options_.html) + " is written");
   }
 
-  const Options& options_;
+  const TrendOptions& options_;
   Terminal& terminal_;
   std::unique_ptr<Zone> zone_;
   Server server_;
@@ -199,7 +199,7 @@ class Show {
 }  // namespace
 
 Subcommand AddTrend(CLI::App& program) {
-  auto options = std::make_shared<Options>();
+  auto options = std::make_shared<TrendOptions>();
   CommandLine command(program, "trend", "Show what tags did: a chart in the terminal, a table, a page");
   command.Add("TAG", options->tags, "Tags to show").Required();
   command.Add(

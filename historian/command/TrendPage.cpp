@@ -23,7 +23,7 @@ svg { width: 100%; height: auto; } svg text { fill: var(--text); font-size: 12px
 h2 { font-size: 1.05em; margin-bottom: .2em; overflow-wrap: anywhere; }
 </style>)";
 
-std::string Escape(const std::string& text) {
+std::string EscapeHtml(const std::string& text) {
   std::string out;
   for (const char c : text) {
     switch (c) {
@@ -50,7 +50,7 @@ class Drawing {
 
   std::string Svg() const {
     return "<svg viewBox=\"0 0 " + Place(kWidth) + ' ' + Place(kHeight) + "\" role=\"img\" aria-label=\"" +
-           Escape(tag_.tag) + "\">\n" + Axes() + "<path class=\"band\" d=\"" + Band() +
+           EscapeHtml(tag_.tag) + "\">\n" + Axes() + "<path class=\"band\" d=\"" + Band() +
            "\"/>\n<path class=\"mean\" d=\"" + Mean() + "\"/>\n</svg>\n";
   }
 
@@ -115,11 +115,11 @@ class Drawing {
 void WriteTrendPage(const std::string& path, const Trend& trend, Time from, Time to, const Zone& zone) {
   std::ofstream out(PathOf(path), std::ios::binary);
   out << "<!doctype html>\n<html lang=\"en\"><head><meta charset=\"utf-8\">\n<meta name=\"viewport\" content=\"width=device-width\">\n"
-      << "<title>" << Escape(trend.tags[0].tag) << "</title>\n"
-      << kStyle << "</head><body>\n<p>" << Escape(RangeText(from, to, zone))
+      << "<title>" << EscapeHtml(trend.tags[0].tag) << "</title>\n"
+      << kStyle << "</head><body>\n<p>" << EscapeHtml(RangeText(from, to, zone))
       << "; the line is the mean, the band reaches from minimum to maximum</p>\n";
   for (const TagTrend& tag : trend.tags) {
-    out << "<h2>" << Escape(tag.tag) << "</h2>\n" << Drawing(tag, from, to, zone).Svg();
+    out << "<h2>" << EscapeHtml(tag.tag) << "</h2>\n" << Drawing(tag, from, to, zone).Svg();
   }
   out << "</body></html>\n";
   if (!out.flush()) throw Refusal(OneLine(path) + ": cannot be written");

@@ -12,7 +12,7 @@
 namespace historian::command {
 namespace {
 
-constexpr std::size_t kBatch = 20'000;
+constexpr std::size_t kComparedAtOnce = 20'000;
 constexpr int kDigits = 10;
 
 // :1 times in epoch milliseconds, :2 tags, :3 values, one sample each; :4 and :5 the first and the last of
@@ -79,7 +79,7 @@ std::uint64_t CountDiffering(Server& server, Plan& plan, Terminal& terminal) {
   BadRow bad;
   for (auto result = SampleFile::Result::Row; result != SampleFile::Result::End;) {
     result = plan.file->ReadRow(samples, bad);
-    if (samples.empty() || (samples.size() < kBatch && result != SampleFile::Result::End)) continue;
+    if (samples.empty() || (samples.size() < kComparedAtOnce && result != SampleFile::Result::End)) continue;
     ThrowIfInterrupted();
     differing += CountDiffering(server, samples);
     compared += samples.size();

@@ -11,7 +11,8 @@
 namespace historian {
 namespace {
 
-constexpr char kVersion[] = "select current_setting('server_version_num'), current_setting('server_version')";
+constexpr char kServerVersion[] =
+    "select current_setting('server_version_num'), current_setting('server_version')";
 
 constexpr char kExtension[] =
     "select e.extversion, a.default_version from pg_available_extensions a "
@@ -83,7 +84,7 @@ std::string ZoneOfProcess() {
 }  // namespace
 
 void CheckServerVersion(Examination& at) {
-  const Result version = at.link.Run(kVersion);
+  const Result version = at.link.Run(kServerVersion);
   at.report.findings.push_back(
       JudgeServerVersion(static_cast<int>(version.Integer(0, 0)), std::string(version.Text(0, 1))));
 }

@@ -46,7 +46,7 @@ constexpr char kState[] =
     "from (select) one left join timescaledb_information.hypertables h "
     "on h.hypertable_schema = 'public' and h.hypertable_name = $1";
 
-constexpr char kAggregate[] =
+constexpr char kAggregatePolicy[] =
     "select exists (select from timescaledb_information.continuous_aggregates "
     "where view_schema = 'public' and view_name = $1), "
     "exists (select from timescaledb_information.jobs "
@@ -54,7 +54,7 @@ constexpr char kAggregate[] =
     "(select c.materialization_hypertable_name from timescaledb_information.continuous_aggregates c "
     "where c.view_name = $1 and c.view_schema = 'public')))";
 
-constexpr char kExists[] = "select to_regclass('public.' || $1) is not null";
+constexpr char kTableExists[] = "select to_regclass('public.' || $1) is not null";
 
 // Kinds of access that the account lacks to tables of the library, with the statement that gives them.
 constexpr char kLackingAccess[] =
@@ -122,7 +122,7 @@ void CheckHypertable(Examination& at, const TimeTable& table) {
 
 void CheckAggregate(Examination& at, const std::string& name, const std::string& policy) {
   const std::string check = "table " + name;
-  const Result aggregate = at.link.Run(kAggregate, {name});
+  const Result aggregate = at.link.Run(kAggregatePolicy, {name});
   if (!aggregate.Bool(0, 0)) {
     return at.Warn(check, "missing: trends of long ranges read samples",
                    "CreateLogTable(DAYS), after CreateSystemLogTable: historian init");
@@ -141,7 +141,7 @@ void CheckAggregate(Examination& at, const std::string& name, const std::string&
 
 void CheckTables(Examination& at) {
   for (const TimeTable& table : kTimeTables) {
-    if (!at.link.Run(kExists, {table.name}).Bool(0, 0)) {
+    if (!at.link.Run(kTableExists, {table.name}).Bool(0, 0)) {
       at.report.findings.push_back({std::string("table ") + table.name,
                                     table.name == kTagHistory ? Verdict::Failed : Verdict::Warning, "missing",
                                     std::string(table.create) + ": historian init"});

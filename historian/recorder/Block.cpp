@@ -32,21 +32,21 @@ void PutText(std::string& bytes, const std::wstring& text) {
 }
 
 // Takes fields off the front; once one is missing, nothing more comes.
-class Reader {
+class ByteReader {
  public:
-  explicit Reader(std::string_view bytes) : rest_(bytes) {}
+  explicit ByteReader(std::string_view bytes) : rest_(bytes) {}
 
   template <class Number>
-  Reader& Get(Number& number) {
+  ByteReader& Get(Number& number) {
     if (std::string_view raw; Take(sizeof number, raw)) std::memcpy(&number, raw.data(), sizeof number);
     return *this;
   }
-  Reader& Get(std::string_view& text) {
+  ByteReader& Get(std::string_view& text) {
     std::uint32_t length = 0;
     Get(length).Take(length, text);
     return *this;
   }
-  Reader& Get(std::wstring& text) {
+  ByteReader& Get(std::wstring& text) {
     std::string_view utf8;
     Get(utf8);
     text = sys::FromUtf8(utf8);
@@ -73,12 +73,12 @@ class Reader {
 };
 
 template <class Record>
-std::optional<Record> IfWhole(const Reader& reader, std::string_view& bytes, Record record) {
+std::optional<Record> IfWhole(const ByteReader& reader, std::string_view& bytes, Record record) {
   return reader.Finish(bytes) ? std::optional(std::move(record)) : std::nullopt;
 }
 
 bool Skip(Kind kind, std::string_view& bytes) {
-  Reader reader(bytes);
+  ByteReader reader(bytes);
   char numbers[40];
   std::string_view text;
   const auto skip = [&](std::size_t count) {
@@ -129,14 +129,14 @@ void AppendRecord(std::string& bytes, const SystemLogRecord& record) {
 
 std::optional<SampleView> TakeSample(std::string_view& bytes) {
   SampleView sample;
-  Reader reader(bytes);
+  ByteReader reader(bytes);
   reader.Get(sample.timeMs).Get(sample.value).Get(sample.tagName);
   return IfWhole(reader, bytes, sample);
 }
 
 std::optional<AlarmRecord> TakeAlarm(std::string_view& bytes) {
   AlarmRecord alarm;
-  Reader reader(bytes);
+  ByteReader reader(bytes);
   reader.Get(alarm.timeMs)
       .Get(alarm.value)
       .Get(alarm.status)
@@ -149,7 +149,7 @@ std::optional<AlarmRecord> TakeAlarm(std::string_view& bytes) {
 
 std::optional<SystemLogRecord> TakeLog(std::string_view& bytes) {
   SystemLogRecord record;
-  Reader reader(bytes);
+  ByteReader reader(bytes);
   reader.Get(record.time).Get(record.node).Get(record.module).Get(record.level).Get(record.type);
   reader.Get(record.user_id).Get(record.message);
   return IfWhole(reader, bytes, std::move(record));

@@ -22,6 +22,7 @@ namespace historian::recorder {
 
 enum class Kind : int { Sample = 0, Alarm = 1, Log = 2 };
 constexpr int kKinds = 3;
+constexpr std::size_t Index(Kind kind) { return static_cast<std::size_t>(kind); }
 
 void AppendRecord(std::string& bytes, const LogSample& sample);
 void AppendRecord(std::string& bytes, const AlarmRecord& alarm);

@@ -5,13 +5,13 @@
 namespace historian::recorder {
 namespace {
 
-struct Rule {
+struct StateRule {
   std::string_view prefix;  // of the SQLSTATE
   Verdict verdict;
 };
 
 // The first that fits holds. https://www.postgresql.org/docs/current/errcodes-appendix.html lists the codes.
-constexpr Rule kRules[] = {
+constexpr StateRule kStateRules[] = {
     {"23505", Verdict::Duplicate},      {"25006", Verdict::WrongServer},  // read-only transaction
     {"0A", Verdict::RefusedProgram},     // not supported by this table or server
     {"21", Verdict::RefusedData},        // cardinality
@@ -32,7 +32,7 @@ constexpr Rule kRules[] = {
 }  // namespace
 
 Verdict Classify(std::string_view sqlState) {
-  for (const Rule& rule : kRules) {
+  for (const StateRule& rule : kStateRules) {
     if (sqlState.starts_with(rule.prefix)) return rule.verdict;
   }
   return Verdict::TryLater;

@@ -1,7 +1,6 @@
 #include "historian/recorder/LateSamples.h"
 
 #include <algorithm>
-#include <chrono>
 
 #include "historian/Aggregates.h"
 
@@ -22,11 +21,6 @@ constexpr char kIntactSince[] =
 constexpr char kFirstSample[] =
     "select floor(extract(epoch from time) * 1000)::bigint from datalog where time >= to_timestamp($1::float8 / 1000)"
     " and time <= to_timestamp($2::float8 / 1000) order by time limit 1";
-
-std::int64_t NowMs() {
-  using namespace std::chrono;
-  return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
-}
 
 std::int64_t Down(std::int64_t ms) { return ms / kHourMs * kHourMs; }
 std::int64_t Up(std::int64_t ms) { return Down(ms + kHourMs - 1); }

@@ -1,7 +1,6 @@
 // What the worker does with the spool: batches taken, sent, settled.
 
 #include <algorithm>
-#include <chrono>
 
 #include "historian/Spool.h"
 
@@ -11,13 +10,6 @@ namespace {
 constexpr std::int64_t kMostBatchBytes = 4 << 20;  // a batch is in memory a few times over
 constexpr std::int64_t kMostUnusedPages = 1024;    // 4 MiB stay for what comes next
 constexpr std::int64_t kPagesAtOnce = 2000;        // so that nobody waits long
-
-std::int64_t NowMs() {
-  using namespace std::chrono;
-  return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
-}
-
-std::size_t Index(Kind kind) { return static_cast<std::size_t>(kind); }
 
 }  // namespace
 

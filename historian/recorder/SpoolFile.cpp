@@ -60,11 +60,6 @@ std::filesystem::path Beside(const std::filesystem::path& file, const std::strin
   return name;
 }
 
-std::int64_t NowMs() {
-  using namespace std::chrono;
-  return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
-}
-
 std::string NewId() {
   std::random_device random;
   std::string id;
@@ -190,6 +185,11 @@ std::optional<SpoolFile> OpenSound(const std::filesystem::path& file, Syncing sy
 }
 
 }  // namespace
+
+std::int64_t NowMs() {
+  using namespace std::chrono;
+  return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
+}
 
 const char* BlockTable(Kind kind) {
   switch (kind) {

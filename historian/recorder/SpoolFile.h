@@ -13,6 +13,9 @@
 
 namespace historian::recorder {
 
+// The system's clock, in epoch milliseconds.
+std::int64_t NowMs();
+
 // Numbers of records since the spool was made, as the file has them.
 struct Totals {
   std::int64_t accepted = 0;

@@ -9,7 +9,7 @@
 namespace historian::command {
 namespace {
 
-constexpr std::size_t kBlock = 64 * 1024;
+constexpr std::size_t kPiece = 64 * 1024;
 constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 constexpr std::string_view kLittleMark = "\xFF\xFE";
 constexpr std::string_view kBigMark = "\xFE\xFF";
@@ -77,8 +77,8 @@ Encoding DetectEncoding(std::string_view beginning) {
 
 bool TextSource::Read(std::string& text) {
   const std::size_t kept = piece_.size();
-  piece_.resize(kept + kBlock);
-  const std::size_t count = bytes_.Read(piece_.data() + kept, kBlock);
+  piece_.resize(kept + kPiece);
+  const std::size_t count = bytes_.Read(piece_.data() + kept, kPiece);
   piece_.resize(kept + count);
   if (count == 0) return false;
   if (!begun_ && std::string_view(piece_).starts_with(MarkOf(encoding_)))

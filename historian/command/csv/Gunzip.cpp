@@ -10,7 +10,7 @@
 namespace historian::command {
 namespace {
 
-constexpr std::size_t kBlock = 64 * 1024;
+constexpr std::size_t kPackedBlock = 64 * 1024;
 constexpr int kGzipOnly = 16;
 
 }  // namespace
@@ -18,7 +18,7 @@ constexpr int kGzipOnly = 16;
 struct Gunzip::State {
   std::string path;
   Source read;
-  std::vector<char> input = std::vector<char>(kBlock);
+  std::vector<char> input = std::vector<char>(kPackedBlock);
   z_stream stream{};
   bool inside = false;  // a member of the file has begun and not ended
 

@@ -15,7 +15,7 @@ namespace {
 constexpr std::size_t kShortestToken = 16;
 constexpr char kTokenVariable[] = "HISTORIAN_TOKEN";
 
-struct Options {
+struct ServeOptions {
   CommonOptions common;
   std::string listen;
   std::vector<std::string> names;
@@ -47,7 +47,7 @@ void Announce(const Service& service, const std::string& token, const std::strin
   terminal.Line(terminal.Dim("shows the database " + OneLine(database) + ", read-only; Ctrl-C ends it"));
 }
 
-int Run(const Options& options, Terminal& terminal) {
+int Run(const ServeOptions& options, Terminal& terminal) {
   Service::Options wanted;
   wanted.address = ReadAddress(options.listen);
   wanted.names = options.names;
@@ -70,7 +70,7 @@ int Run(const Options& options, Terminal& terminal) {
 }  // namespace
 
 Subcommand AddServe(CLI::App& program) {
-  auto options = std::make_shared<Options>();
+  auto options = std::make_shared<ServeOptions>();
   CommandLine command(program, "serve", "Show trends, alarms and health in a browser");
   command.Add("--listen ADDRESS:PORT", options->listen,
               "Where to listen; an address other than loopback asks for a token [127.0.0.1:8470]");
