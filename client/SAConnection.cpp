@@ -7,13 +7,13 @@
 
 namespace {
 
-// Stages that a handler is called at.
+// The stages at which a handler is called.
 constexpr int kBeforeConnect = 0;
 constexpr int kAfterConnect = 1;
 
 constexpr char kQueryVersion[] = "select version()";
 
-// By the numbers of SAIsolationLevel_t. The server reads uncommitted as committed.
+// Indexed by SAIsolationLevel_t. The server treats read uncommitted as read committed.
 constexpr const char* kSetIsolationLevel[] = {
     "SET SESSION CHARACTERISTICS AS TRANSACTION ISOLATION LEVEL READ COMMITTED",
     "SET SESSION CHARACTERISTICS AS TRANSACTION ISOLATION LEVEL READ COMMITTED",

@@ -10,7 +10,7 @@ find_path(DBMSAPI_FMT_INCLUDE_DIR fmt/format.h REQUIRED)
 add_library(fmt::fmt-header-only INTERFACE IMPORTED)
 target_include_directories(fmt::fmt-header-only INTERFACE ${DBMSAPI_FMT_INCLUDE_DIR})
 
-# UTF-8 conversion, which Windows has built in.
+# UTF-8 conversion; Windows has functions of its own for it.
 if(NOT WIN32)
   find_package(utf8cpp REQUIRED)
 endif()

@@ -32,7 +32,7 @@ else()
   set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
   set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
   set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
-  # The one library needs the other, and both are in this package.
+  # Where dpkg-shlibdeps finds the project's own libraries, which need each other.
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/client ${PROJECT_BINARY_DIR}/DbmsAPI
       ${PROJECT_BINARY_DIR}/historian)
   set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libdbmsapi-dev)
@@ -42,7 +42,7 @@ else()
   set(CPACK_DEBIAN_HISTORIAN_RUNTIME_PACKAGE_NAME libhistorian${PROJECT_VERSION_MAJOR})
   set(CPACK_DEBIAN_HISTORIAN_RUNTIME_PACKAGE_SECTION libs)
   set(CPACK_DEBIAN_HISTORIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
-  # No package of the building system holds DbmsAPI: dpkg-shlibdeps does not find this one.
+  # Written here, because dpkg-shlibdeps only knows libraries of installed packages.
   set(CPACK_DEBIAN_HISTORIAN_RUNTIME_PACKAGE_DEPENDS "libdbmsapi${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION})")
   set(CPACK_DEBIAN_HISTORIAN_DEVELOPMENT_PACKAGE_NAME libhistorian-dev)
   set(CPACK_DEBIAN_HISTORIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)

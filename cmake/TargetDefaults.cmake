@@ -26,7 +26,8 @@ function(dbmsapi_defaults target)
   if(DBMSAPI_WARNINGS_AS_ERRORS)
     target_compile_options(${target} PRIVATE -Werror)
   endif()
-  # As Debian hardens its packages, and all symbols bound at start. _FORTIFY_SOURCE needs the optimiser, and the sanitizers check more than it.
+  # Hardens release builds as Debian hardens its packages, and binds all symbols at start. _FORTIFY_SOURCE
+  # needs the optimiser; the sanitizers check more than it does.
   if(NOT WIN32 AND NOT DBMSAPI_SANITIZE)
     target_compile_options(${target} PRIVATE
       "$<$<NOT:$<CONFIG:Debug>>:-fstack-protector-strong;-Wformat;-Wformat-security;-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>")

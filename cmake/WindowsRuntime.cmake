@@ -1,5 +1,5 @@
-# The DLLs of the C++ runtime, which a program built by MinGW-w64 needs beside it. Linking the runtime statically into
-# each module would miscount exceptions that cross modules.
+# The DLLs of the C++ runtime, which a program built by MinGW-w64 needs beside it. The runtime is not linked
+# statically into each module, because exceptions that cross modules would then be miscounted.
 
 set(DBMSAPI_CXX_RUNTIME)
 foreach(library libstdc++-6 libgcc_s_seh-1 libwinpthread-1)

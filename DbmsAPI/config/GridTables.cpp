@@ -85,7 +85,8 @@ bool TirelScada::UpdateGridCell(const wchar_t* table, int column, int row, const
   });
 }
 
-// Kept: the row's number is the count of rows plus one. It is free only while rows are numbered without gaps.
+// Kept: the row's number is the count of rows plus one. That number is free only while rows are numbered
+// without gaps.
 bool TirelScada::AppendGridRow(const wchar_t* table, const wchar_t* values) {
   return Run([&](SACommand& command) {
     Require({{L"table", table}, {L"values", values}});

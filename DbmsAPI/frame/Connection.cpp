@@ -55,6 +55,6 @@ void TirelScada::ReportFailure(int errorClass, int nativeCode, const std::wstrin
 bool TirelScada::ConnectionLost() { return !connection->isAlive() && connection->isConnected(); }
 
 void TirelScada::AbandonServer() {
-  const std::wstring current = host;  // a selector that notifies a role change replaces the host's text
+  const std::wstring current = host;  // a selector that calls NotifyRoleChange replaces `host`
   SwitchHost(hostSelector, current.c_str(), host, *connection);
 }

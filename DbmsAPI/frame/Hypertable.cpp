@@ -49,8 +49,8 @@ void TirelScada::SetUpHypertable(SACommand& command, const wchar_t* table, const
   AddCompressionPolicy(command, table);
 }
 
-// Kept: this function compares for equality with the quoted text and removes without if_exists. The next one
-// tests for containment and removes with it.
+// Kept: this function compares the quoted text for equality and removes the policy without if_exists. The
+// next one only searches for the text and removes the policy with if_exists.
 void TirelScada::SetRetentionPolicyLegacy(const wchar_t* table, int days) {
   SACommand command(connection.get());
   if (FetchFirst(command, Format(kLegacyRetention, table))) {

@@ -64,8 +64,9 @@ void AppendTagPrefixes(std::wstring& filter, const std::vector<const wchar_t*>& 
   filter += L")";
 }
 
-// Kept: cut toward zero, not rounded; see the years in docs/kept-behaviours.md that read a millisecond less.
-// An infinite time, which only other writers store, becomes the greatest or the least one.
+// Kept: cut toward zero, not rounded; docs/kept-behaviours.md lists the years in which times read a
+// millisecond less. An infinite time, which only other programs store, becomes the greatest or the least
+// time.
 std::int64_t Milliseconds(const SAField& seconds) {
   constexpr double kEnd = 9223372036854775808.0;  // 2^63
   const double milliseconds = seconds.asDouble() * 1000;

@@ -62,7 +62,7 @@ class Batch {
   bool Store();
 
   const Failure& FirstFailure() const { return failure_; }
-  // Whether the server did not roll back, so that it would refuse everything that follows.
+  // Whether the rollback failed. The server would then refuse everything that follows.
   bool LeftTransaction() const { return leftTransaction_; }
 
  private:
@@ -166,7 +166,7 @@ Result Batch::EndCopy(const char* error) {
   return failed;
 }
 
-// Allocates nothing either.
+// Allocates nothing, for the same reason.
 bool Batch::Rollback() {
   if (copying_) EndCopy(kCancelled);
   if (endless_) {
@@ -176,7 +176,7 @@ bool Batch::Rollback() {
   return Has(Execute("ROLLBACK"), kCommandOk);
 }
 
-// After a connection is lost, only the step that noticed it has a text.
+// Call it for the first failure only: once a connection is lost, the steps after that have no error text.
 void Batch::KeepFailure(const PGresult* result) {
   failure_.text = endless_ ? kEndlessCopy : sys::FromUtf8(TextOf(api_, result, conn_));
   failure_.sqlState = SqlStateOf(api_, result);

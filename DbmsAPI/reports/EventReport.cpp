@@ -36,8 +36,8 @@ constexpr wchar_t kEventReportRow[] = L"(to_timestamp(:{}),'{}','{}',:{},:{}),";
 constexpr wchar_t kSelectEventReport[] =
     L"select cell, value from event_report_data where model_name = '{}' and sheet = '{}' order by time";
 
-// Kept: rows of the old layout get no sheet, so the new key cannot be added. The table is left without a key,
-// and as the column exists then, later calls do not add one.
+// Kept: rows of the old layout get no sheet, so the new key cannot be added. The table is left without a key.
+// Since the column exists then, later calls do not add the key either.
 void MigrateEventReport(SACommand& command) {
   if (HasColumn(command, L"event_report_data", L"sheet")) return;
   Execute(command, kAddSheet);

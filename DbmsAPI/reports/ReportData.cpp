@@ -17,7 +17,7 @@ namespace {
 constexpr wchar_t kInsertRows[] = L"insert into report_data_{}_{} values";
 constexpr wchar_t kUnlessStored[] = L" ON CONFLICT (time, tag_name) DO NOTHING";
 
-constexpr std::size_t kMarkersOfRow = 300;  // characters, about
+constexpr std::size_t kMarkersOfRow = 300;  // approximate, in characters
 
 // {}: kind, period. A list of tag names follows.
 constexpr wchar_t kGetRows[] = L"select * from report_data_{}_{} where tag_name in (";
@@ -27,8 +27,8 @@ constexpr wchar_t kInPeriod[] =
 // {}: epoch seconds.
 constexpr wchar_t kAtInstant[] = L" and time = to_timestamp({}) order by tag_name, time";
 
-// The differences between the kinds: the name in the names of the tables, and the statistics of a row in the
-// order of the columns that follow time and tag_name. The minute table lacks the further ones.
+// What differs between the kinds: the kind's part of the table names, and the statistics of a row, in the
+// order of the columns after time and tag_name. The minute table lacks the further ones.
 struct Analog {
   using Row = ReportAnalogData;
   static constexpr wchar_t kName[] = L"analog";
@@ -117,7 +117,7 @@ void InsertRows(SACommand& command, const wchar_t* period, const Rows<Kind>& row
 
 // ---- Query ----
 
-// An end of 0 asks for the period that begins at the start.
+// An end of 0 selects the one period that begins at the start.
 template <class Kind>
 std::wstring RowsQuery(const wchar_t* period, std::int64_t startTime, std::int64_t endTime,
                        const RowsByTag<Kind>& data) {

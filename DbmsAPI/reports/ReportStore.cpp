@@ -32,9 +32,9 @@ constexpr wchar_t kGetFirstTime[] =
 
 // The aggregate tables of one kind.
 struct Kind {
-  const wchar_t* tables;          // their names up to the period
-  const wchar_t* columns;         // of every table
-  const wchar_t* furtherColumns;  // of all but the minute table
+  const wchar_t* tables;          // their names without the period at the end
+  const wchar_t* columns;         // in every table
+  const wchar_t* furtherColumns;  // in all but the minute table
 };
 
 constexpr Kind kAnalog = {L"report_data_analog_",

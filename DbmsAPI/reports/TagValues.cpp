@@ -71,7 +71,8 @@ void StoreInBatches(SAConnection& connection, SACommand& command, const wchar_t*
 bool TirelScada::CreateTagValueTable(const wchar_t* tableName) {
   return Run([&](SACommand& command) {
     Require({{L"tableName", tableName}});
-    const std::wstring table = LowerAscii(tableName);  // Kept: only this operation lowers the name.
+    const std::wstring table =
+        LowerAscii(tableName);  // Kept: only this operation converts the name to lower case.
     Execute(command, Format(kCreateTagValues, table));
     SetUpHypertable(command, table.c_str(), L"tag_name", std::nullopt);
   });
@@ -103,8 +104,9 @@ bool TirelScada::InsertTagValues(const wchar_t* tableName, const std::vector<Tag
     const SAIsolationLevel_t former = connection->IsolationLevel();
     connection->setIsolationLevel(SA_ReadCommitted);
     const bool stored = Guard([&] { StoreInBatches(*connection, command, tableName, records); });
-    // The level is the client's: a refused batch restores it too, unless the connection is lost.
-    // Kept: a level that was never set through the connection is unknown, and stays read committed.
+    // The isolation level is the client's, so it is restored after a refused batch too, unless the connection
+    // is lost. Kept: a level that was never set through the connection is unknown, so the session stays at
+    // read committed.
     if (stored || connection->isConnected()) connection->setIsolationLevel(former);
     return stored;
   });

@@ -11,7 +11,7 @@
 namespace pq {
 namespace {
 
-// Signs, and what is no number.
+// Values of the sign field; the last three are not numbers.
 constexpr std::uint16_t kPositive = 0x0000;
 constexpr std::uint16_t kNegative = 0x4000;
 constexpr std::uint16_t kNaN = 0xC000;
@@ -19,12 +19,13 @@ constexpr std::uint16_t kInfinitySign = 0xD000;
 constexpr std::uint16_t kMinusInfinitySign = 0xF000;
 
 constexpr std::size_t kHeaderSize = 8;
-constexpr int kDigits = 4;  // decimal digits in one of the server's
+constexpr int kDigits = 4;  // decimal digits in one digit of the server
 constexpr unsigned kBase = 10'000;
 
-// Products and quotients of two numbers that a double holds exactly are rounded once.
+// Limits within which a double holds a number exactly. A product or quotient of two such numbers is rounded
+// only once.
 constexpr std::uint64_t kExactEnd = std::uint64_t{1} << 53;
-constexpr std::uint64_t kMaxBeforeDigit = 1'000'000'000'000'000;  // one more fits 64 bits
+constexpr std::uint64_t kMaxBeforeDigit = 1'000'000'000'000'000;  // one more digit still fits 64 bits
 constexpr std::array kExactPowers = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
                                      1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
 
@@ -58,7 +59,7 @@ class Numeric {
   std::string_view bytes_;
 };
 
-// The magnitude if it is an integer below 2^53 by or over a power of ten that a double holds; else negative.
+// The magnitude if it is an exact integer multiplied or divided by an exact power of ten; otherwise negative.
 double ExactMagnitude(const Numeric& numeric) {
   std::uint64_t integer = 0;
   for (int i = 0; i < numeric.count(); ++i) {
@@ -67,7 +68,7 @@ double ExactMagnitude(const Numeric& numeric) {
   }
   int power = kDigits * (numeric.weight() + 1 - numeric.count());
   for (; power < 0 && integer != 0 && integer % 10 == 0; integer /= 10) ++power;
-  if (-power > numeric.decimals()) return -1;  // the text shows fewer
+  if (-power > numeric.decimals()) return -1;  // the text has fewer decimals
   const auto size = static_cast<std::size_t>(power < 0 ? -power : power);
   if (integer >= kExactEnd || size >= kExactPowers.size()) return -1;
   const auto value = static_cast<double>(integer);

@@ -61,7 +61,7 @@ PGresult* GetResult(PGconn* connection) {
     // What was decrypted is no longer in the socket.
     if (IsEncrypted(connection) && PQconsumeInput(connection) && !PQisBusy(connection)) break;
     if (ReadMore(connection)) continue;
-    // libpq itself would add that it has no socket any more.
+    // Not read by libpq, which would add to the message that it has no socket.
     lost.reset(PQmakeEmptyPGresult(connection, PGRES_FATAL_ERROR));
     break;
   }

@@ -14,7 +14,7 @@ constexpr bool StartsName(char c) {
          static_cast<unsigned char>(c) >= 0x80;
 }
 
-// Asked of every character, so looked up: statements of many rows are long.
+// A table, because every character is looked up and statements of many rows are long.
 constexpr auto kContinuesName = [] {
   std::array<bool, 256> table{};
   for (std::size_t i = 0; i < table.size(); ++i) {
@@ -75,7 +75,7 @@ class Scanner {
     return std::nullopt;
   }
 
-  // A doubled quote closes the text and opens it again, which comes to the same.
+  // A doubled quote is read as the end of one text and the beginning of the next, with the same result.
   void SkipQuoted(char quote, bool escapes) {
     for (++at_; at_ < text_.size() && text_[at_] != quote; ++at_) {
       if (escapes && text_[at_] == '\\') ++at_;

@@ -52,7 +52,7 @@ std::int64_t CutToInteger(double value, std::string_view text) {
   return static_cast<std::int64_t>(whole);
 }
 
-// What follows the whole part is decimals and nothing else.
+// Whether the rest after the whole part is decimals and nothing else.
 bool IsDecimals(std::string_view rest) {
   return rest.starts_with('.') && std::all_of(rest.begin() + 1, rest.end(), IsDigit);
 }

@@ -76,7 +76,7 @@ void Parameters::AppendText(std::size_t index, const SAParam& value) {
   textIndexes_.push_back(index);
 }
 
-// Once the texts stay where they are.
+// Called after all texts were appended, which may move them.
 void Parameters::PointAtTexts() {
   const char* text = texts_.data();
   for (const std::size_t index : textIndexes_) {

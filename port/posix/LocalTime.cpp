@@ -39,8 +39,7 @@ std::int64_t LocalOffset(std::int64_t instant) {
   return local.tm_gmtoff;
 }
 
-// Without a file of its name the C library takes a zone for UTC. A name with a slash is no POSIX rule
-// ("CET-1").
+// If a zone has no file of that name, the C library uses UTC. A name with a slash is no POSIX rule ("CET-1").
 std::string LocalZoneName() {
   const char* const zone = std::getenv("TZ");
   std::string name = zone ? zone + (*zone == ':' ? 1 : 0) : SystemZoneName();

@@ -1,6 +1,6 @@
 #include "DbmsAPI/frame/ServerError.h"
 
-// The vendor's documented interface has no fields of an error.
+// The vendor's documented interface does not give the fields of an error.
 
 std::string SqlStateOf(const SAException&) { return {}; }
 
