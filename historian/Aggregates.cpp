@@ -12,14 +12,14 @@ constexpr char kMaterializations[] =
     " from timescaledb_information.continuous_aggregates"
     " where hypertable_name = 'datalog' and view_name in ('datalog_1m', 'datalog_1h') order by view_name";
 
-// Samples from before this may have been dropped: the oldest one that is left, or what the retention policy
-// keeps now; null when there is nothing of either, infinity when aggregates are all there is.
+// Samples older than this may have been dropped: the time of the oldest one left, or the limit of the
+// retention policy. Null when there is neither, infinity when only aggregates are left.
 constexpr char kSamplesComplete[] =
     "select greatest(coalesce((select time from datalog order by time limit 1), 'infinity'),"
     " (select now() - (config->>'drop_after')::interval from timescaledb_information.jobs"
     " where proc_name = 'policy_retention' and hypertable_name = 'datalog' limit 1))";
 
-// Of one aggregate: the end of the last bucket that lies before that.
+// The end of an aggregate's last bucket before that time.
 std::string LastBucketBefore(std::string_view aggregate, std::string_view width) {
   std::string text = "select ceil(extract(epoch from max(bucket) + interval '";
   text.append(width).append("' - timestamptz '2000-01-01 00:00:00+00') / 3600)::bigint from ");

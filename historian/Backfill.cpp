@@ -23,8 +23,8 @@ constexpr char kOperation[] = "backfill";
 // Without the extension the setting means nothing.
 constexpr char kBegin[] = "BEGIN; SET LOCAL timescaledb.max_tuples_decompressed_per_dml_transaction TO 0";
 
-// The chunks that hold samples of a source's unfinished batches: name, its range in hours since 2000, whether
-// it has been compressed. $1 source.
+// The chunks that hold samples of a source's unfinished batches: name, range in hours since 2000, whether the
+// chunk has been compressed. $1 source.
 constexpr char kChunks[] =
     "select format('%I.%I', chunk_schema, chunk_name),"
     " floor(extract(epoch from range_start - timestamptz '2000-01-01 00:00:00+00') / 3600)::bigint,"
@@ -66,8 +66,8 @@ class Run {
   const SampleReader& read_;
   const BackfillOptions& options_;
 
-  std::mutex mutex_;                            // what follows, and calls of read_ and the callback
-  std::map<std::int64_t, std::int64_t> known_;  // batches that are stored: begin and end
+  std::mutex mutex_;  // guards the members below, and calls of read_ and the callback
+  std::map<std::int64_t, std::int64_t> known_;  // batches that are stored: beginning and end
   BackfillProgress progress_;
   BackfillReport report_;
   bool stopped_ = false;
@@ -132,7 +132,7 @@ bool Run::Take(Batch& batch) {
   return true;
 }
 
-// Stores the rows and enters the batch in the ledger; false when another run has done so meanwhile.
+// Stores the rows and records the batch in the ledger; false when another run has done so meanwhile.
 bool Run::TryToStore(Link& link, const CopyRows& copy, LedgerEntry& entry) {
   link.Run(kBegin);
   try {
@@ -166,7 +166,7 @@ void Run::Store(Link& link, const Batch& batch) {
       const bool stored = TryToStore(link, copy, entry);
       return Count(entry, stored);
     } catch (const Error& error) {
-      // Batches of several connections that overlap may wait for each other.
+      // Overlapping batches of several connections may deadlock.
       if (error.SqlState() != kDeadlock || attempt == kMostAttempts) throw;
     }
   }
@@ -198,7 +198,7 @@ void Run::Finish(Dbms& dbms) {
   ledger_.Finish(link);
 }
 
-// False when the callback stopped it.
+// Returns false when the callback ended the run.
 bool Run::FinishChunks(Link& link) {
   const auto safe = ledger_.RefreshFrom(link);
   const Result chunks = link.Run(kChunks, {ledger_.source()});

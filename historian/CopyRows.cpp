@@ -23,7 +23,7 @@ constexpr std::int16_t kColumns = 3;
 constexpr std::int16_t kTrailer = -1;
 constexpr std::int32_t kNull = -1;
 constexpr std::int32_t kEightBytes = 8;
-// A row is the number of columns, then each value after its length. Where in it these begin:
+// A row is the number of columns, then each value preceded by its length. The offsets of these:
 constexpr std::size_t kLength = 4;
 constexpr std::size_t kTimeAt = 2 + kLength;
 constexpr std::size_t kTagLengthAt = kTimeAt + 8;
@@ -35,9 +35,9 @@ constexpr double kSecondsToEnd = 9224318016000;  // of timestamps, in the year 2
 constexpr double kMicroseconds = 1e6;
 constexpr std::int64_t kExactInDouble = std::int64_t{1} << 53;
 
-// Epoch seconds as the server reads them from a text with three decimals.
+// The double that the server reads from a text of epoch seconds with three decimals.
 double Seconds(std::int64_t timeMs) {
-  // Both operands are exact, so that the division rounds once, as reading the text does.
+  // Both operands are exact, so the division rounds once, as reading the text does.
   if (timeMs <= kExactInDouble) return static_cast<double>(timeMs) / 1000;
   std::string text = std::to_string(timeMs);
   text.insert(text.size() - 3, 1, '.');
@@ -80,8 +80,8 @@ double StoredValue(double value) {
   const auto above = std::upper_bound(kPowers.begin(), kPowers.end(), magnitude);
   const int shift = 9 - (kLeastPower + static_cast<int>(above - kPowers.begin()) - 1);
   const double factor = kExactPowers[static_cast<std::size_t>(std::abs(shift))];
-  // Ten digits before the point. The error of this one operation is below 1e-6, so that it can turn the
-  // rounding only next to a half, which is left to the library.
+  // Ten digits before the point. The error of this operation is below 1e-6, so it can change the rounding
+  // only close to a half; the library handles that case.
   const double scaled = shift >= 0 ? magnitude * factor : magnitude / factor;
   const double digits = std::rint(scaled);
   if (std::fabs(std::fabs(scaled - digits) - 0.5) < kNearHalf) return ByText(value);
@@ -91,7 +91,7 @@ double StoredValue(double value) {
 
 namespace {
 
-// The tags of a batch in UTF-8, and their place in the order of their bytes.
+// The tags of a batch in UTF-8, and their ranks in byte order.
 class Tags {
  public:
   std::uint32_t Number(const std::wstring& name) {
@@ -102,7 +102,7 @@ class Tags {
     return entry->second;
   }
 
-  // Equal texts, which malformed names may become, have one rank.
+  // Malformed names may become equal texts; these have the same rank.
   std::vector<std::uint32_t> Ranks() const {
     std::vector<std::uint32_t> order(texts_.size()), ranks(texts_.size());
     std::iota(order.begin(), order.end(), 0U);
@@ -209,7 +209,7 @@ CopyRows WithoutRows(const CopyRows& copy, const RowKeys& keys) {
   std::string bytes;
   bytes.reserve(copy.bytes.size());
   std::int64_t rows = copy.rows;
-  const char* kept = copy.bytes.data();  // what begins here is not copied yet
+  const char* kept = copy.bytes.data();  // start of the bytes not copied yet
   const char* at = kept + kHeader.size();
   for (std::int64_t row = 0; row < copy.rows; ++row) {
     const char* const begin = at;

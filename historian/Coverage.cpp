@@ -89,7 +89,7 @@ Coverage ReadCoverage(Link& link) {
   try {
     return ReadCatalog(link, catalog.Bool(0, 1));
   } catch (const Error& error) {
-    // 42: no privilege, or another layout of the catalog.
+    // Class 42: a missing privilege, or another layout of the catalog.
     if (error.SqlState().starts_with("42")) return {};
     throw;
   }

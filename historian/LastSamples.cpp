@@ -22,7 +22,8 @@ constexpr char kLastBucketsTail[] =
     " where tag_name = tag and bucket >= to_timestamp($2::bigint / 1000.0) "
     "and bucket < to_timestamp($3::bigint / 1000.0) order by bucket desc limit 1) last";
 
-// $1 tags, $2 the begin of a bucket for each, $3 the length of a bucket, $4 and $5 the bounds of them all.
+// $1 tags, $2 the beginning of a bucket for each tag, $3 the length of a bucket, $4 and $5 the bounds of all
+// buckets.
 constexpr char kLastSamplesOfBuckets[] =
     "select tag, floor(extract(epoch from time) * 1000), value "
     "from unnest($1::text[], $2::bigint[]) as bucket(tag, start) "
@@ -31,7 +32,7 @@ constexpr char kLastSamplesOfBuckets[] =
     "and time >= to_timestamp($4::bigint / 1000.0) and time < to_timestamp($5::bigint / 1000.0) "
     "order by time desc limit 1) last";
 
-// Where samples are searched without the help of an aggregate: this stretch first, then ever longer ones.
+// Without an aggregate, this last stretch of the samples is searched first, then longer and longer ones.
 constexpr std::int64_t kFirstStretch = 10 * 60'000;
 constexpr std::int64_t kGrowth = 4;
 

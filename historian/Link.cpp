@@ -16,7 +16,7 @@ constexpr int kCopyIn = 4;
 constexpr int kConnectionOk = 0;
 constexpr int kSqlState = 'C';
 
-// Sent at once: the server works on the first piece of a COPY while the next ones are on their way.
+// Size of the pieces of a COPY: the server works on one piece while the next ones are on their way.
 constexpr std::size_t kCopyPiece = 256 * 1024;
 
 template <class Value>
@@ -69,7 +69,7 @@ void Link::SendCopy(std::string_view bytes) {
   while (!bytes.empty()) {
     const auto piece = bytes.substr(0, kCopyPiece);
     if (api_->PQputCopyData(conn_, piece.data(), static_cast<int>(piece.size())) != 1) {
-      FinishCopy();  // throws what the server or the lost link answered
+      FinishCopy();  // throws the server's error, or that of the lost connection
       throw Error(operation_, api_->PQerrorMessage(conn_));
     }
     bytes.remove_prefix(piece.size());

@@ -12,7 +12,7 @@ using recorder::Kind;
 using recorder::Piece;
 using recorder::Spool;
 
-// Of a piece: a block is read into memory as a whole.
+// Limits of a piece, because a block is read into memory as a whole.
 constexpr std::size_t kMostPieceBytes = 1024 * 1024;
 
 template <class Record>
@@ -92,7 +92,7 @@ RecorderReport Recorder::Report() const {
   report.dropped = totals.dropped;
   report.waiting = waiting.records;
   report.waitingBytes = waiting.bytes;
-  // A clock that was put back makes nothing wait for a negative time.
+  // Not negative, even after the clock was put back.
   if (waiting.oldestMs > 0) {
     report.oldestWaiting =
         std::chrono::milliseconds(std::max<std::int64_t>(recorder::NowMs() - waiting.oldestMs, 0));

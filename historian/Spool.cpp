@@ -6,9 +6,9 @@
 namespace historian::recorder {
 namespace {
 
-constexpr std::int64_t kBytesPerBlock = 64;  // what the file needs of its own, about
+constexpr std::int64_t kBytesPerBlock = 64;  // approximate overhead of the file
 
-// Removing what is stored takes room as well: SQLite's log grows to 16 MiB, and the file by as much when the
+// Removing stored records needs space, too: SQLite's log grows to 16 MiB, and the file by as much when the
 // log is moved into it.
 constexpr std::uintmax_t kLeftOnDisk = 32 << 20;
 constexpr char kDiskIsFull[] = "less than 32 MiB are left on the disk of the spool";
@@ -105,7 +105,7 @@ Spool::Answer Spool::Append(Kind kind, const std::vector<Piece>& pieces) {
   return submission.answer;
 }
 
-// Throws nothing, since other threads wait for their answers.
+// Must not throw, because other threads wait for their answers.
 void Spool::CommitTogether(const std::vector<Submission*>& group) {
   try {
     Commit(group);
@@ -113,7 +113,7 @@ void Spool::CommitTogether(const std::vector<Submission*>& group) {
     for (Submission* one : group) {
       one->answer.admission = Admission::Failed;
       one->answer.dropped = 0;
-      one->answer.why = "out of memory";  // short enough to need none
+      one->answer.why = "out of memory";  // short enough to need no allocation
     }
   }
 }
@@ -171,7 +171,7 @@ bool Spool::MakeRoom(Submission& submission, State& state) {
   return true;
 }
 
-// Samples first, alarms last. What is on its way to the server stays.
+// Drops samples first and alarms last. The batch in flight stays.
 std::int64_t Spool::DropOldest(State& state) {
   for (const Kind kind : {Kind::Sample, Kind::Log, Kind::Alarm}) {
     const bool isSending = inFlight_ && inFlight_->kind == kind;

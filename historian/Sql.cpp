@@ -10,7 +10,7 @@ std::string ArrayLiteral(std::span<const std::string> texts) {
     if (array.size() > 1) array += ',';
     array += '"';
     for (const char character : text) {
-      // The parameter would end there.
+      // A NUL would end the parameter.
       if (character == '\0') throw std::invalid_argument("a tag name holds a NUL character");
       if (character == '"' || character == '\\') array += '\\';
       array += character;

@@ -38,7 +38,7 @@ std::int64_t CopyIn(Link& link, const char* statement, const std::string& bytes)
   return link.FinishCopy();
 }
 
-// An instant as a literal that means the same under every setting of a session, in any year.
+// A literal of an instant, independent of the session's settings, for any year.
 std::string Literal(std::int64_t microsecondsSince2000) {
   using namespace std::chrono;
   const microseconds time(microsecondsSince2000);
@@ -65,8 +65,8 @@ std::optional<std::int64_t> CopyToHistory(Link& link, const CopyRows& copy) {
   return std::nullopt;
 }
 
-// The rows of the batch that are not stored. Nothing when its range holds more rows than the batch: looking
-// through them would cost more than it saves.
+// The rows of the batch that are not stored yet. No value when the table has more rows in this range than the
+// batch: reading them would cost more than it saves.
 std::optional<CopyRows> NotStored(Link& link, const CopyRows& copy) {
   const Result stored = link.Run(kStoredKeys + Literal(copy.oldest) + " AND " + Literal(copy.newest) +
                                  " LIMIT " + std::to_string(copy.rows + 1));
@@ -86,7 +86,7 @@ std::int64_t StoreRows(Link& link, const CopyRows& copy) {
   if (const auto stored = CopyToHistory(link, copy)) return *stored;
   if (const auto rest = NotStored(link, copy)) {
     if (rest->rows == 0) return 0;
-    // Another session may store some of them meanwhile.
+    // Another session may have stored some of them meanwhile.
     if (const auto stored = CopyToHistory(link, *rest)) return *stored;
   }
   link.Run(kCreateStaging);

@@ -7,8 +7,8 @@
 namespace historian {
 namespace {
 
-// All give tags with a first and a last time in milliseconds, either of which may be NULL. $1 and $2: first
-// instant and the one after the last.
+// Each query returns tags with their first and last time in milliseconds, either of which may be NULL. $1 and
+// $2: first instant and the one after the last.
 constexpr char kTagsOfSamples[] =
     "select tag_name, floor(extract(epoch from min(time)) * 1000), floor(extract(epoch from max(time)) * 1000) "
     "from datalog where time >= to_timestamp($1::bigint / 1000.0) and time < to_timestamp($2::bigint / 1000.0) "
@@ -33,7 +33,7 @@ constexpr char kHasTagIndex[] =
     "where i.indrelid = to_regclass('datalog') and a.attname = 'tag_name' and i.indisvalid "
     "and i.indpred is null)";
 
-// Goes from tag to tag in that index.
+// Skips from tag to tag in that index.
 constexpr char kTagsOfIndex[] =
     "with recursive tag(name) as ((select tag_name from datalog order by tag_name limit 1) union all "
     "select (select tag_name from datalog where tag_name > name order by tag_name limit 1) from tag "

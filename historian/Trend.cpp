@@ -11,14 +11,14 @@
 namespace historian {
 namespace {
 
-// What each statement gives for a tag and a bucket: its begin in milliseconds, its rows and, of those that
-// have a value, the number, sum, minimum and maximum. The begin is computed for each bucket, not for each
-// row.
+// Columns of each statement for a tag and a bucket: beginning of the bucket in milliseconds, number of rows
+// and, for the rows with a value, their number, sum, minimum and maximum. The beginning is computed once per
+// bucket, not for each row.
 constexpr char kHead[] =
     "select tag_name, extract(epoch from begin) * 1000, rows, numbers, total, low, high from (";
 
-// All three: $1 tags, $2 and $3 first instant and the one after the last, $4 width of a bucket, $5 where the
-// first begins, in milliseconds.
+// Parameters of all three: $1 tags, $2 and $3 first instant and the one after the last, $4 width of a bucket,
+// $5 beginning of the first bucket; all in milliseconds.
 constexpr char kSamples[] =
     "select tag_name, date_bin($4::bigint * interval '1 millisecond', time, "
     "to_timestamp($5::bigint / 1000.0)) as begin, count(*) as rows, count(value) as numbers, "
@@ -72,10 +72,11 @@ struct Sum {
 };
 
 struct TagSum {
-  std::map<std::int64_t, Sum> buckets;  // by their begin
-  std::map<std::int64_t, Mean> units;   // minutes or hours that are put together of smaller rows, by theirs
+  std::map<std::int64_t, Sum> buckets;  // by their beginning
+  std::map<std::int64_t, Mean>
+      units;  // minutes or hours that are computed from smaller rows, by their beginning
   std::int64_t rows = 0;
-  bool samplesStored = true;  // of all that was read
+  bool samplesStored = true;  // for everything that was read
 };
 
 class TrendReader {
@@ -156,7 +157,7 @@ void TrendReader::ReadRaw(const std::vector<std::string>& tags) {
   const std::int64_t most = static_cast<std::int64_t>(tags.size()) * most_ + 1;
   const Result rows = link_.Run(kRawSamples, {ArrayLiteral(tags), std::to_string(range_.begin),
                                               std::to_string(range_.end), std::to_string(most)});
-  // There may be more: of one tag too many, or samples that came since they were counted.
+  // There may be too many: one tag has more than fit, or samples were added since they were counted.
   if (rows.size() == most) return;
   for (int row = 0; row < rows.size(); ++row) {
     const double value = ValueOrNan(rows, row, 2);
@@ -175,7 +176,7 @@ void TrendReader::Read() {
   for (const auto& [name, tag] : tags_) names.push_back(name);
   const std::string array = ArrayLiteral(names);
   std::vector<Store> stores = {buckets_.store};
-  // What the hours do not hold yet is cheaper to read as minutes than as samples.
+  // Ranges that the hours do not have yet are cheaper to read as minutes than as samples.
   if (buckets_.store == Store::Hours) stores.push_back(Store::Minutes);
   for (const Segment& segment : Split(coverage_, range_, stores)) ReadSegment(segment, array);
   AddUnits();
@@ -185,7 +186,7 @@ void TrendReader::Read() {
     return tag.rows == 0 || tag.rows > most_ || !tag.samplesStored;
   });
   if (names.empty()) return;
-  // Rows that are samples have been counted; rows of aggregates may be any number of samples each.
+  // Rows that are samples have been counted. A row of an aggregate may have any number of samples.
   if (buckets_.store == Store::Samples) return ReadRaw(names);
   for (const std::string& name : names) ReadRaw({name});
 }

@@ -6,10 +6,11 @@
 namespace historian {
 namespace {
 
-// Each segment is a statement. Beyond so many, up-to-date units between outdated ones are read as samples.
+// Limits the segments, each of which takes a statement. Beyond that, up-to-date units between outdated ones
+// are read as samples.
 constexpr std::size_t kMostOutdated = 32;
 
-// Takes what a store covers out of the rest.
+// Moves what a store covers from the rest to the segments.
 void Take(Store store, const Ranges& covered, const Ranges& samples, Ranges& rest,
           std::vector<Segment>& segments) {
   const Ranges taken = rest.And(covered).Inward(Unit(store));

@@ -12,7 +12,7 @@
 
 namespace historian::command {
 
-// Which alarm state changes are asked for; what is not set matches all.
+// Selects alarm state changes; a field that is not set matches all.
 struct AlarmFilter {
   Time from{}, to{};              // both included
   std::string prefix;             // of the tag

@@ -9,7 +9,7 @@ namespace {
 
 using namespace std::chrono;
 
-// A step between marks: so many months, or so long.
+// A step between marks, in months or as a duration.
 struct Step {
   int months = 0;
   seconds length{0};

@@ -9,13 +9,12 @@
 namespace historian::command {
 namespace {
 
-constexpr std::size_t kDotsAcross = 2, kDotsDown = 4;  // of a cell
+constexpr std::size_t kDotsAcross = 2, kDotsDown = 4;  // dots in a cell
 constexpr std::size_t kLabelCells = kChartMargin - 2;
 constexpr int kUsualDistances = 4;
 constexpr std::size_t kCellsPerTimeLabel = 14;
 
-// Braille patterns number the dots of a cell column by column, but the two in the last row come after all
-// others.
+// Braille patterns number the dots of a cell column by column, except that the two in the last row come last.
 constexpr unsigned kDotBits[kDotsDown][kDotsAcross] = {
     {0x01, 0x08}, {0x02, 0x10}, {0x04, 0x20}, {0x40, 0x80}};
 
@@ -29,7 +28,7 @@ class Canvas {
   void Column(std::size_t x, std::size_t y1, std::size_t y2) {
     for (std::size_t y = std::min(y1, y2); y <= std::max(y1, y2); ++y) Set(x, y);
   }
-  // From one dot to another, a column at a time.
+  // Draws a line from one dot to another, a column at a time.
   void Line(std::size_t x1, std::size_t y1, std::size_t x2, std::size_t y2) {
     const double slope =
         x2 == x1 ? 0 : (static_cast<double>(y2) - static_cast<double>(y1)) / static_cast<double>(x2 - x1);

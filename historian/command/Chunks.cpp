@@ -33,10 +33,10 @@ std::uint64_t SizeOf(Server& server, const std::string& chunk) {
   return bytes;
 }
 
-// The other type of Dbms leaves compression alone.
+// Only this type of Dbms compresses chunks.
 std::vector<Chunk> UncompressedChunks(Server& server, Dbms& dbms) {
   std::unordered_map<std::wstring, std::vector<std::wstring>> map;
-  // False for an empty map as well; a failure leaves its text.
+  // Returns false for an empty map, too; only a failure leaves a text.
   if (!dbms.GetUncompressedChunkMap(map) && *dbms.GetLastError() != 0) {
     throw Failure("cannot list chunks: " + sys::ToUtf8(dbms.GetLastError()));
   }

@@ -17,9 +17,9 @@ struct Console {
 // Describes standard output. From now on it and standard error take UTF-8 bytes unchanged.
 Console StandardOutput();
 
-// From now on the first SIGINT (Ctrl-C) or SIGTERM is noted instead of ending the program.
+// From now on the first SIGINT (Ctrl-C) or SIGTERM is remembered instead of ending the program.
 void DeferInterrupts();
-// The signal that was noted, 0 if none.
+// The signal that was received, 0 if none.
 int InterruptNoted();
 
 }  // namespace historian::command

@@ -1,4 +1,4 @@
-// historian import: loads files of samples. Every file is understood whole before anything is stored.
+// historian import: loads files of samples. Every file is read completely before anything is stored.
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::size_t kBadRowsListed = 20;
 
-// Refuses to load what the server would drop again.
+// Refuses to load samples that the server's retention would drop again.
 void CheckRetention(Server& server, const ImportOptions& options, Time oldest) {
   if (options.allow_drop) return;
   const auto days = RetentionDays(server);

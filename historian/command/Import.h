@@ -27,18 +27,19 @@ struct ImportOptions {
 // What was done with the samples of a file.
 struct Outcome {
   std::uint64_t stored = 0;
-  std::uint64_t duplicates = 0;     // in the store before, or twice in the file
-  std::uint64_t loaded_before = 0;  // by an import of the same file that did not come to its end
+  std::uint64_t duplicates = 0;     // stored before, or twice in the file
+  std::uint64_t loaded_before = 0;  // by an interrupted import of the same file
   double seconds = 0;
-  std::optional<std::uint64_t>
-      differing;  // samples that are not in the store as in the file, where that was compared
+  std::optional<std::uint64_t> differing;  // if compared: samples of the file that are missing from the store
+                                           // or have another value there
 };
 
-// A file as it was understood.
+// What was found out about a file.
 struct Plan {
   std::unique_ptr<SpooledInput> input;
   std::unique_ptr<SampleFile> file;
-  std::string source;  // the file's content and how it was read: what an interrupted import goes on by
+  std::string source;  // identifies the file's content and how it was read, so that an interrupted import can
+                       // continue
   std::uint64_t rows = 0, samples = 0, without_value = 0, out_of_order = 0, bad_count = 0;
   Time first = Time::max(), last = Time::min();
   std::set<std::string> tags;

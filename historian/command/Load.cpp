@@ -1,4 +1,4 @@
-// How import stores a file that it has understood.
+// How import stores a file after reading it.
 #include <cfloat>
 
 #include "Console.h"
@@ -16,7 +16,7 @@ constexpr std::size_t kLoadedAtOnce = 100'000;
 // :1 the source.
 constexpr wchar_t kForget[] = L"delete from historian_backfill where source = :1";
 
-// The rows of a file by their number, in batches that begin at any of them.
+// The rows of a file by number; a batch may begin at any row.
 class RowReader {
  public:
   explicit RowReader(SampleFile& file) : file_(file) { file_.Rewind(); }
@@ -34,7 +34,7 @@ class RowReader {
   }
 
  private:
-  // Bad rows count as well: a row keeps its number.
+  // Bad rows are counted, so that each row keeps its number.
   bool Next(std::vector<LogSample>& samples) {
     BadRow bad;
     if (file_.ReadRow(samples, bad) == SampleFile::Result::End) return false;
@@ -91,7 +91,8 @@ Outcome Load(Server& server, Plan& plan, const ImportOptions& options, Terminal&
   };
   const BackfillReport report = Backfill(connections, plan.source, read, backfill);
   ReportInterruption(plan, report);
-  // What is loaded whole need not be continued; loaded once more it is compared with what is stored then.
+  // A complete import leaves nothing to continue. If the file is imported again, it is compared with what is
+  // stored then.
   server.Query(
       kForget, [&](SACommand& command) { command << SAString(sys::FromUtf8(plan.source)); },
       [](SACommand&) {});

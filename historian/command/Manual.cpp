@@ -47,7 +47,7 @@ std::string Section(const std::string& title, const std::string& text) {
   return ".SH " + title + '\n' + EscapeRoff(text) + '\n';
 }
 
-// "-o, --output FILE".
+// An option as the manual shows it: "-o, --output FILE".
 std::string NamesOf(const CLI::Option& option) {
   std::string names;
   for (const std::string& name : option.get_snames()) names += (names.empty() ? "-" : ", -") + name;

@@ -9,7 +9,7 @@ class App;
 namespace historian::command {
 
 // The manual page of the program (historian.1) or of one of its subcommands (historian-import.1), in roff,
-// made of what --help prints.
+// made from the output of --help.
 std::string ProgramManual(const CLI::App& program);
 std::string SubcommandManual(const CLI::App& subcommand);
 

@@ -30,8 +30,8 @@ class NamedZone : public Zone {
   }
 
  private:
-  // Local times that a period of one offset holds and no change of the clocks is near to: the next row of a
-  // file is nearly always among them.
+  // A range of local times with one offset and no change of the clocks nearby. The next row of a file is
+  // nearly always in it.
   struct Known {
     Known() = default;
     explicit Known(const date::sys_info& info)

@@ -8,8 +8,8 @@
 
 namespace historian::command {
 
-// How far a long step has come, with rate and time left; drawn in a terminal only, ten times a second at
-// most.
+// Shows the progress of a long step, with rate and remaining time; only in a terminal, at most ten times a
+// second.
 class Progress {
  public:
   // `noun` names what is counted: "rows".
@@ -18,7 +18,7 @@ class Progress {
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
-  // `share` of the work is done, 0 to 1; `count` things are.
+  // `share` is the part of the work that is done, 0 to 1; `count` the number of things.
   void Show(double share, std::uint64_t count);
   double Seconds() const;
 

@@ -7,9 +7,9 @@
 
 namespace historian::command {
 
-// How many days the server keeps samples; nothing where it keeps them for good.
+// How many days the server keeps samples; no value when it keeps them for ever.
 std::optional<double> RetentionDays(Server& server);
-// The oldest sample; nothing while there is none.
+// The time of the oldest sample; no value when there is none.
 std::optional<Time> OldestSample(Server& server);
 
 }  // namespace historian::command

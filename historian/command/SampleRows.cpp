@@ -18,7 +18,7 @@ void BindRange(SACommand& command, const std::vector<std::string>& tags, Time fr
   BindTags(command, tags);
 }
 
-// Between double quotes, with `escape` before each of the specials.
+// Puts the text between double quotes, with `escape` before each special character.
 std::string Quoted(const std::string& text, std::string_view specials, char escape) {
   std::string out = "\"";
   for (const char c : text) {

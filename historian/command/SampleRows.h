@@ -17,12 +17,12 @@ using Microseconds = std::chrono::sys_time<std::chrono::microseconds>;
 // Binds tags to a parameter of the type text[]: NULL when none is named.
 void BindTags(SACommand& command, const std::vector<std::string>& tags);
 
-// How many samples there are between two instants, both included, of the tags named, of all when none is:
-// counted up to `most`.
+// The number of samples of the tags (all if none is named) between two instants, both included. Stops
+// counting at `most`.
 std::uint64_t CountSamples(Server& server, const std::vector<std::string>& tags, Time from, Time to,
                            std::uint64_t most);
 
-// Reads these samples in order of time. A value is as the server writes it, "null" where there is none.
+// Reads these samples in order of time. A value is the server's text, "null" if there is none.
 using OnSample = std::function<void(Microseconds time, const std::string& tag, const std::string& value)>;
 void ReadSamples(Server& server, const std::vector<std::string>& tags, Time from, Time to,
                  const OnSample& sample);
@@ -57,7 +57,7 @@ class JsonWriter : public SampleWriter {
   void Add(Microseconds time, const std::string& tag, const std::string& value) override;
 };
 
-// CSV: one row a time, one column a tag.
+// CSV: one row per time, one column per tag.
 class WideWriter : public SampleWriter {
  public:
   WideWriter(std::ostream& out, const Zone& zone, const std::vector<std::string>& tags);
@@ -71,7 +71,7 @@ class WideWriter : public SampleWriter {
   bool filled_ = false;
 };
 
-// A text as a cell of CSV: in quotes where it would read otherwise without them.
+// A text as a cell of CSV, in quotes if it needs them.
 std::string CsvCell(const std::string& text);
 
 }  // namespace historian::command

@@ -10,7 +10,7 @@
 
 namespace historian::command {
 
-// Where the database is, as far as the command line names it; the rest is left to libpq: PGHOST, PGPORT,
+// Where the database is, as far as the command line says. The rest comes from libpq: PGHOST, PGPORT,
 // PGDATABASE, PGUSER, PGPASSWORD, the service file, the password file.
 struct ServerOptions {
   std::string host;
@@ -22,17 +22,17 @@ struct ServerOptions {
 // An object that is not connected yet.
 std::shared_ptr<Dbms> OpenDbms(const ServerOptions& options, DbmsType type);
 
-// A connection to the database for one run of the program. Failures are thrown as Failure, in the server's
-// words.
+// A connection to the database for one run of the program. Failures are thrown as Failure, with the server's
+// text.
 class Server {
  public:
   explicit Server(const ServerOptions& options);
 
-  // The same server for operations that one type of Dbms answers differently.
+  // The same server through another type of Dbms, for operations in which the types differ.
   std::shared_ptr<Dbms> Open(DbmsType type) const { return OpenDbms(options_, type); }
 
   Dbms& dbms() { return *dbms_; }
-  // Throws unless an operation has succeeded: "cannot DO: the server's text".
+  // Throws unless an operation has succeeded: "cannot ACTION: the server's text".
   void Require(bool succeeded, const std::string& doing);
 
   // Runs a statement; `bind` gives its parameters, `row` gets each row as it arrives.
@@ -45,7 +45,7 @@ class Server {
 
   // Whether the database has the extension.
   bool HasTimescale();
-  // Throws a Refusal unless the table is there, with what creates it.
+  // Throws a Refusal unless the table exists; the text says what creates it.
   void RequireTable(const std::string& table);
   // The database's own name, for messages.
   std::string Name();

@@ -28,7 +28,7 @@ constexpr char kWaiting[] =
     "union all select records, data, arrived from log_block)";
 constexpr char kSetAside[] = "select at, sqlstate, reason, record from set_aside order by id limit 100";
 
-// Reads a spool beside the recorder that writes it.
+// Reads a spool while a recorder may be writing it.
 class SpoolReader {
  public:
   explicit SpoolReader(const std::string& path) : path_(path) {
@@ -113,7 +113,7 @@ std::string CountText(std::int64_t count) { return FormatCount(static_cast<std::
 int Run(const SpoolOptions& options, Terminal& terminal) {
   const auto zone = FindZone(options.common.zone);
   SpoolReader spool(options.file);
-  Read(spool);  // refuses what is no spool before a recorder could make one of it
+  Read(spool);  // refuses a file that is not a spool, before a recorder turns it into one
   if (options.replay) Replay(options, terminal);
   const Counts counts = Read(spool);
   const auto time = [](std::int64_t ms) { return Time(std::chrono::milliseconds(ms)); };

@@ -17,7 +17,8 @@ struct CommonOptions {
   bool json = false;
 };
 
-// A subcommand of the program: its options, and what it does once they are read. Gives the exit status.
+// A subcommand of the program: its options, and a function that runs it after they were read and returns the
+// exit status.
 struct Subcommand {
   CLI::App* app = nullptr;
   std::function<int(Terminal&)> run;
@@ -33,7 +34,7 @@ Subcommand AddTrend(CLI::App& program);
 Subcommand AddAlarms(CLI::App& program);
 Subcommand AddChunks(CLI::App& program);
 Subcommand AddSpool(CLI::App& program);
-Subcommand AddServe(CLI::App& program);  // where it is built
+Subcommand AddServe(CLI::App& program);  // if it is built
 
 void AddCommonOptions(CommandLine& command, CommonOptions& options, bool with_zone);
 

@@ -7,8 +7,8 @@
 
 namespace historian::command {
 
-// A table with a light rule under its headings and its last row. Columns are as wide as their widest cell;
-// the one that may be cut gets what the terminal has left; in a file nothing is cut.
+// A table with a light rule under its headings and its last row. Columns are as wide as their widest cell.
+// One column may be cut to the width that the terminal has left; in a file nothing is cut.
 class Table {
  public:
   enum class Align { Left, Right };

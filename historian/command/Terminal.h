@@ -10,7 +10,7 @@ namespace historian::command {
 // text.
 class Terminal {
  public:
-  // Standard output as it is: 80 columns where it has no width of its own, no colours where NO_COLOR is set.
+  // Standard output: 80 columns if it has no width, no colours if NO_COLOR is set.
   static Terminal StandardOutput();
 
   Terminal(std::ostream& out, bool interactive, bool coloured, std::size_t width);
@@ -20,10 +20,10 @@ class Terminal {
   std::ostream& out() { return out_; }
 
   void Line(std::string_view text = {});
-  // A name in the margin and a text beside it; what is longer than a terminal is wide goes on below.
+  // Writes a name in the margin and a text beside it, wrapped at the width of the terminal.
   void Fact(std::string_view name, std::string_view text);
 
-  // Draws over the line drawn before; does nothing for a file. The next Line replaces it.
+  // Replaces the line that it drew last; does nothing for a file. The next Line replaces it too.
   void Redraw(std::string_view text);
   void ClearDrawing();
 

@@ -13,13 +13,13 @@ namespace {
 constexpr wchar_t kEllipsis = L'…';
 constexpr std::size_t kLongestQuote = 60;
 
-// What FormatValue writes without an exponent.
+// The range of values that FormatValue writes without an exponent.
 constexpr double kSmallestFixed = 1e-3;
 constexpr double kLargestFixed = 1e6;
 
 bool IsControl(wchar_t c) { return c < 0x20 || (c >= 0x7F && c < 0xA0); }
 
-// Where wide characters have 16 bits a pair of them makes one of the wide ones: a cell each.
+// Where wchar_t has 16 bits, a surrogate pair is a wide character: one cell for each half.
 std::size_t CellsOf(wchar_t c) {
   struct Range {
     std::uint32_t first, last;
@@ -64,7 +64,7 @@ std::string TwoDigits(std::int64_t value) {
   return std::string(value < 10 ? 1 : 0, '0').append(std::to_string(value));
 }
 
-// Sets commas between the thousands of the whole part.
+// Inserts commas between the thousands of the whole part.
 std::string GroupThousands(std::string number) {
   const std::size_t first = number.starts_with('-') ? 1 : 0;
   const std::size_t end = std::min(number.find('.'), number.size());

@@ -12,14 +12,14 @@ namespace historian::command {
 bool IsUtf8(std::string_view text);
 std::filesystem::path PathOf(std::string_view utf8);
 
-// A foreign text fit for a message of one line: control characters become a blank, a long tail is cut.
+// Prepares a foreign text for a message of one line: control characters become blanks, a long text is cut.
 std::string OneLine(std::string_view text, std::size_t most = 300);
-// The same between double quotes, short.
+// The same between double quotes, and shorter.
 std::string Quote(std::string_view text);
 
 // Cells that a text covers in a terminal: none for combining marks, two for wide East Asian characters.
 std::size_t DisplayWidth(std::string_view text);
-// The text in exactly `width` cells; what does not fit ends in an ellipsis.
+// The text in exactly `width` cells; a text that does not fit ends in an ellipsis.
 std::string AlignLeft(std::string_view text, std::size_t width);
 std::string AlignRight(std::string_view text, std::size_t width);
 std::string Repeat(std::size_t count, std::string_view text);
@@ -28,7 +28,7 @@ std::string Repeat(std::size_t count, std::string_view text);
 std::string Count(std::uint64_t count, std::string_view noun);
 // 121940 reads as 121,940.
 std::string FormatCount(std::uint64_t count);
-// A measurement in at most eight cells: 0.4621, 31.72, 24,318, 1.23e+07.
+// A value in at most eight cells: 0.4621, 31.72, 24,318, 1.23e+07.
 std::string FormatValue(double value);
 // The shortest text that reads back as the same double.
 std::string ExactValue(double value);

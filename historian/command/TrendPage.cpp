@@ -78,7 +78,7 @@ class Drawing {
     return out;
   }
 
-  // From minimum to maximum of each bucket.
+  // The band from minimum to maximum of each bucket.
   std::string Band() const {
     std::string path;
     for (const TrendBucket& bucket : tag_.buckets) {

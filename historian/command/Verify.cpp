@@ -24,7 +24,7 @@ constexpr wchar_t kDiffering[] =
     L"and d.time <= timestamptz 'epoch' + :5 * interval '1 millisecond' "
     L"where d.time is null or d.value is distinct from f.value";
 
-// As the store keeps it.
+// The value as it is stored.
 std::string ValueText(double value) {
   if (value == DBL_MAX) return "NULL";
   std::array<char, 32> text;

@@ -45,7 +45,7 @@ std::string Digits(std::size_t count, std::int64_t value) {
   return std::string(count - std::min(count, digits.size()), '0') + digits;
 }
 
-// The fraction of a second is written where there is one, with three digits or with six.
+// Writes the fraction of a second, if any, with three or six digits.
 std::string Format(local_time<microseconds> local, char between) {
   const auto day = floor<days>(local);
   const year_month_day date(day);

@@ -21,8 +21,8 @@ class Zone {
     Kind kind;
     Time time;  // of a unique local time
   };
-  // The instant at which the zone's clocks show a local time. A change of the clocks leaves some out and
-  // shows some twice.
+  // The instant at which the zone's clocks show a local time. When clocks change, some local times are
+  // skipped and some occur twice.
   virtual Instant ToInstant(LocalTime local) const = 0;
   virtual LocalTime ToLocal(Time time) const = 0;
 
@@ -35,16 +35,16 @@ class Zone {
   std::string name_;
 };
 
-// UTC, an offset (+01:00, -0530), or a name (Europe/Berlin). Throws a Refusal for one that is not known.
+// UTC, an offset (+01:00, -0530), or a name (Europe/Berlin). Throws a Refusal for an unknown zone.
 std::unique_ptr<Zone> FindZone(const std::string& name);
 // The same for names; not available on every platform.
 std::unique_ptr<Zone> FindNamedZone(const std::string& name);
 
-// `2026-11-21 20:40:05` in the zone, with milliseconds when there are any.
+// `2026-11-21 20:40:05` in the zone, with milliseconds unless they are 0.
 std::string FormatTime(Time time, const Zone& zone);
-// `2026-11-21T20:40:05.123Z`, the form that every program reads; milliseconds when there are any.
+// `2026-11-21T20:40:05.123Z`, the form that every program reads; with milliseconds unless they are 0.
 std::string FormatUtc(Time time);
-// The same to the microsecond, in the zone, with its offset unless that is UTC.
+// The same to the microsecond, in the zone, with the zone's offset unless the zone is UTC.
 std::string FormatExact(std::chrono::sys_time<std::chrono::microseconds> time, const Zone& zone);
 
 }  // namespace historian::command

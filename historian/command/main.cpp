@@ -37,7 +37,7 @@ int Run(const Subcommand& subcommand, Terminal& terminal) {
   return kFailed;
 }
 
-// For the package: writes the manual pages and the completion into a directory.
+// Writes the manual pages and the completion into a directory, for the package.
 int WriteManual(const std::string& directory, const CLI::App& program,
                 const std::vector<Subcommand>& subcommands) {
   const auto write = [&](const std::string& name, const std::string& text) {

@@ -1,6 +1,6 @@
 #pragma once
 
-// What the checks of Health share. Internal: not installed.
+// Shared by the checks of Health. Internal: not installed.
 
 #include <optional>
 #include <string>
@@ -31,7 +31,7 @@ struct Examination {
   }
 };
 
-// A check adds one finding or more. It throws historian::Error where the server refuses a statement.
+// Each check adds one or more findings, and throws historian::Error when the server refuses a statement.
 void CheckServerVersion(Examination& at);
 void CheckExtension(Examination& at);
 void CheckTables(Examination& at);

@@ -15,15 +15,15 @@ constexpr Release kLastThatLoses = {2, 18, 0};
 constexpr Release kFirstRecommended = {2, 20, 0};
 constexpr Release kNewestTested = {2, 28, 3};
 constexpr int kNewestTestedServer = 18;
-constexpr int kOldestServer = 14;  // date_bin
+constexpr int kOldestServer = 14;  // the first with date_bin
 
 constexpr char kUpdate[] = "alter extension timescaledb update to '2.28.3'";
 
-// PostgreSQL 15.20 ends every background job with it, after its work has been done.
+// PostgreSQL 15.20 reports this error for every background job, after the job has done its work.
 constexpr char kHarmlessError[] = "cannot drop portal \"\" while it is being set up";
 
 constexpr double kLongLate = 3600;
-// The extension counts up to 20 failures in a row: so a job that comes every two minutes is hardly put off.
+// In seconds. The delay is at most 20 times as long, so a job that runs every two minutes is hardly delayed.
 constexpr double kShortRetry = 5;
 constexpr std::uint64_t kGigabyte = 1'000'000'000;
 
@@ -118,7 +118,7 @@ Finding JudgeLocks(std::int64_t needed, std::int64_t available, std::int64_t per
                   {}};
   if (needed * 2 <= available) return finding;
   finding.verdict = needed > available ? Verdict::Failed : Verdict::Warning;
-  // Half of the locks, with as much again for what is stored until somebody looks here the next time.
+  // Twice what half of the locks requires, as a reserve for chunks that are added before the next check.
   const std::int64_t wanted = (perTransaction * needed * 4 + available - 1) / available;
   finding.advice =
       "alter system set max_locks_per_transaction = " + std::to_string(wanted) + "; restart the server";

@@ -18,7 +18,7 @@ constexpr char kExtension[] =
     "select e.extversion, a.default_version from pg_available_extensions a "
     "left join pg_extension e on e.extname = a.name where a.name = 'timescaledb'";
 
-// Slots that nobody reads from, with the bytes of the log that they keep.
+// Replication slots that nobody reads, with the bytes of the log that they keep.
 constexpr char kIdleSlots[] =
     "select slot_name, format('select pg_drop_replication_slot(%L)', slot_name), "
     "pg_size_pretty(pg_wal_lsn_diff(pg_current_wal_lsn(), restart_lsn)) "
@@ -26,8 +26,8 @@ constexpr char kIdleSlots[] =
 
 constexpr char kStandbys[] = "select count(*) from pg_stat_replication";
 
-// $1 a setting, $2 the value that it should have: its value, and the statement that changes it where it was
-// set.
+// $1 a setting, $2 the value that it should have. Returns its value, and the statement that changes it where
+// it was set.
 constexpr char kSetting[] =
     "select setting, source, case "
     "when context <> 'user' then format('alter system set %I = %L; select pg_reload_conf()', name, $2::text) "
@@ -63,7 +63,7 @@ bool Compressed(Link& link) {
       .Bool(0, 0);
 }
 
-// Offsets of the time zone of the session and of this process differ at some time of the year.
+// Whether the time zones of the session and of this process have different offsets at some time of the year.
 bool ZonesDiffer(Link& link) {
   const std::int64_t now = std::time(nullptr);
   for (int quarter = 0; quarter < 4; ++quarter) {
@@ -109,7 +109,7 @@ void CheckRole(Examination& at) {
     return;
   }
   const Result setting = at.link.Run(kSetting, {"default_transaction_read_only", "off"});
-  // What the program has set for its own session is no fault of the store.
+  // A setting that the program made for its own session says nothing about the store.
   const bool own = setting.Text(0, 1) == "session" || setting.Text(0, 1) == "client";
   if (setting.Text(0, 0) == "off" || own) {
     at.Ok("role", "primary");

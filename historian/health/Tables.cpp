@@ -1,15 +1,15 @@
-// The tables that the library owns: there, set up, and open to the account.
+// Checks that the tables of the library exist, are set up, and can be used by the account.
 
 #include "historian/health/Examination.h"
 
 namespace historian {
 namespace {
 
-// A table that is a hypertable where the extension is.
+// A table that is a hypertable if the extension is installed.
 struct TimeTable {
   const char* name;
-  const char* create;     // the operation that makes it
-  const char* segmentBy;  // of its compression
+  const char* create;     // the operation that creates it
+  const char* segmentBy;  // columns by which its compression is segmented
 };
 
 constexpr std::string_view kTagHistory = "datalog";
@@ -24,7 +24,7 @@ constexpr TimeTable kTimeTables[] = {
     {"report_data_digital_minute", "CreateReportDataTables", "tag_name"},
     {"report_data_digital_hour", "CreateReportDataTables", "tag_name"}};
 
-// Of the tables that are plain everywhere, those that are missing.
+// The missing tables among those that are never hypertables.
 constexpr char kMissing[] =
     "select string_agg(name, ', ' order by name) from unnest(array["
     "'report_data_time', 'report_data_analog_day', 'report_data_analog_month', 'report_data_analog_year', "
@@ -33,8 +33,9 @@ constexpr char kMissing[] =
     "'signinfo_table', 'network_table', 'comment', 'recipe_group', 'recipe', 'iec_goose']) name "
     "where to_regclass('public.' || name) is null";
 
-// $1 a table or aggregate: its hypertable, whether compression is set up and has a policy, the days of its
-// retention. An aggregate's jobs bear its own name or that of the table that holds its rows, by release.
+// $1 a table or aggregate. Returns whether it is a hypertable, whether compression is set up and has a
+// policy, and its retention in days. Depending on the release, an aggregate's jobs have its own name or that
+// of the table with its rows.
 constexpr char kState[] =
     "select h.hypertable_name is not null, coalesce(h.compression_enabled, false), "
     "exists (select from timescaledb_information.jobs j where j.proc_name = 'policy_compression' "
@@ -77,7 +78,8 @@ std::string Join(const std::string& a, const std::string& b, const char* separat
   return a.empty() ? b : b.empty() ? a : a + separator + b;
 }
 
-// What differs from the wanted retention, and the statements that change it; empty when nothing does.
+// The statements that set the wanted retention; empty when it is set. `found` describes the retention that
+// was found.
 std::string RetentionAdvice(const std::string& table, const Result& state, const HealthOptions& options,
                             std::string& found) {
   const bool any = !state.IsNull(0, 3);

@@ -1,4 +1,4 @@
-// What only TimescaleDB has: jobs, chunks, compression, continuous aggregates.
+// Checks what only TimescaleDB has: jobs, chunks, compression, continuous aggregates.
 
 #include <chrono>
 
@@ -9,7 +9,7 @@
 namespace historian {
 namespace {
 
-// Jobs of tables; the extension's own have none.
+// Jobs that belong to a table; the extension's own jobs do not.
 constexpr char kJobs[] =
     "select j.job_id, j.proc_name || ' of ' || j.hypertable_name, j.scheduled, "
     "coalesce(s.last_run_status = 'Failed', false), "
@@ -25,7 +25,7 @@ constexpr char kWorkers[] =
     "exists (select from pg_stat_activity where backend_type = 'TimescaleDB Background Worker Scheduler' "
     "and datname = current_database())";
 
-// A chunk is compressed a day after its end, and the job comes every twelve hours.
+// A chunk is compressed a day after its end, by a job that runs every twelve hours.
 constexpr char kUncompressed[] =
     "select hypertable_name, count(*), format('select compress_chunk(chunk, true) from show_chunks(%L, "
     "older_than => interval ''2 days'') chunk', hypertable_name) "
@@ -34,7 +34,7 @@ constexpr char kUncompressed[] =
     "where h.hypertable_schema = 'public' and h.compression_enabled and not c.is_compressed "
     "and c.range_end < now() - interval '2 days' group by 1 order by 1";
 
-// Bytes of the chunks that are compressed, before and after.
+// Size of each hypertable, and the compression ratio of its compressed chunks.
 constexpr char kSizes[] =
     "select h.hypertable_name, pg_size_pretty(hypertable_size(format('%I.%I', h.hypertable_schema, "
     "h.hypertable_name)::regclass)), "
@@ -43,7 +43,8 @@ constexpr char kSizes[] =
     "hypertable_compression_stats(format('%I.%I', h.hypertable_schema, h.hypertable_name)::regclass) s "
     "where h.hypertable_schema = 'public' and h.compression_enabled and h.num_chunks > 0 order by 1";
 
-// A chunk and each of its indexes take a lock; a compressed one also its compressed rows with their index.
+// A chunk and each of its indexes need a lock; a compressed chunk also needs one for its compressed rows and
+// one for their index.
 constexpr char kLocks[] =
     "select count(*) + coalesce(sum((select count(*) from pg_index i "
     "where i.indrelid = format('%I.%I', chunk_schema, chunk_name)::regclass)), 0)::bigint "
@@ -61,10 +62,11 @@ constexpr char kRefresh[] =
     "format('call refresh_continuous_aggregate(%L, %L, %L)', $1::text, to_timestamp($2::bigint / 1000.0), "
     "to_timestamp($3::bigint / 1000.0))";
 
-// More gaps than this are reported as fewer longer ones.
+// More gaps than this are reported as fewer, longer ones.
 constexpr std::size_t kMostGaps = 5;
 
-// Samples that an aggregate does not hold and its policy, which looks back so far, will not add any more.
+// Looks for samples that an aggregate lacks and that its policy, which looks back by policyWindow, will not
+// add any more.
 void CheckAggregate(Examination& at, const std::string& view, const Coverage& coverage, Store store,
                     std::chrono::milliseconds policyWindow) {
   const AggregateCoverage& aggregate = store == Store::Minutes ? coverage.minutes : coverage.hours;
@@ -137,7 +139,7 @@ void CheckCompression(Examination& at) {
 
 void CheckAggregates(Examination& at) {
   const Coverage coverage = ReadCoverage(at.link);
-  // The policies' start offsets, and the time until they come the next time.
+  // The start offsets of the policies plus the time until their next run.
   if (!coverage.minutes.stale.Empty())
     CheckAggregate(at, "datalog_1m", coverage, Store::Minutes, std::chrono::minutes(10));
   if (!coverage.hours.stale.Empty())

@@ -11,9 +11,9 @@
 namespace historian::recorder {
 namespace {
 
-constexpr char kNotInRepertoire[] = "22021";  // what the server says of a NUL in a text
+constexpr char kNotInRepertoire[] = "22021";  // the server's SQLSTATE for a NUL in a text
 
-// Why InsertLogData leaves a sample out; empty when it takes it.
+// Why InsertLogData skips a sample; empty when it stores it.
 const char* LeftOut(const SampleView& sample) {
   if (sample.timeMs < 1) return "the sample has no time: it is below 1 ms";
   if (sample.tagName.empty()) return "the sample has no tag name";
@@ -57,7 +57,7 @@ std::int64_t BatchStore::Store(const std::vector<std::string_view>& records) {
   return StoreRange(storable.begin(), storable.end());
 }
 
-// In halves, down to the single record that the server refuses.
+// If the server refuses a record, splits the range in halves, down to that single record.
 std::int64_t BatchStore::StoreRange(Range first, Range last) {
   if (first == last) return 0;
   step_();
@@ -84,7 +84,7 @@ std::int64_t BatchStore::Attempt(Range first, Range last) {
   return kind_ == Kind::Sample ? CopySamples(first, last) : InsertEvents(first, last);
 }
 
-// Not by InsertLogData, which does not say how many of the samples were new; the rows are the same.
+// Stores the same rows as InsertLogData, which does not return how many of the samples were new.
 std::int64_t BatchStore::CopySamples(Range first, Range last) {
   std::vector<LogSample> samples;
   samples.reserve(static_cast<std::size_t>(last - first));

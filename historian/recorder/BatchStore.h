@@ -1,6 +1,6 @@
 #pragma once
 
-// Brings the records of a batch to the server, inside a transaction that others begin and end.
+// Stores the records of a batch at the server, inside a transaction that the caller begins and ends.
 
 #include <functional>
 #include <string_view>
@@ -18,11 +18,11 @@ class BatchStore {
   BatchStore(Dbms& dbms, Link& link, Kind kind, std::function<void()> step)
       : dbms_(dbms), link_(link), kind_(kind), step_(std::move(step)) {}
 
-  // Stores what the server takes; gives the number of records that were new to it. Throws an Error for every
-  // failure that is not about the records themselves.
+  // Stores what the server accepts, and returns the number of new records. Throws an Error for failures that
+  // are not caused by the records themselves.
   std::int64_t Store(const std::vector<std::string_view>& records);
 
-  // What it does not take.
+  // The records that the server refused.
   const std::vector<Refused>& refused() const { return refused_; }
 
  private:

@@ -11,7 +11,8 @@ namespace {
 
 static_assert(std::endian::native == std::endian::little, "numbers lie in the spool as the machine has them");
 
-// 64-bit FNV-1a, a word at a time. The multiplier is odd: no change of one word can be lost.
+// 64-bit FNV-1a, a word at a time. Since the multiplier is odd, every change of a single word changes the
+// result.
 constexpr std::uint64_t kChecksumStart = 0xcbf29ce484222325;
 constexpr std::uint64_t kChecksumPrime = 0x100000001b3;
 
@@ -53,7 +54,7 @@ class ByteReader {
     return *this;
   }
 
-  // Moves on what was read from, when all was there.
+  // Removes the fields from `bytes` if none was missing.
   bool Finish(std::string_view& bytes) const {
     if (whole_) bytes = rest_;
     return whole_;

@@ -1,9 +1,9 @@
 #pragma once
 
-// How records lie in the spool: docs/historian.md describes the layout for readers of the file.
+// The format of records in the spool; docs/historian.md describes it for readers of the file.
 //
-// A block is a row of records of one kind, one after the other. Numbers are little-endian, texts are UTF-8
-// after their length in 32 bits.
+// A block is a sequence of records of one kind. Numbers are little-endian, texts are UTF-8 after their length
+// in 32 bits.
 //
 //   sample      time i64, value f64, tag
 //   alarm       time i64, value f64, status i16, type i16, level i16, zone i16, occurred i64, cleared i64,
@@ -28,23 +28,23 @@ void AppendRecord(std::string& bytes, const LogSample& sample);
 void AppendRecord(std::string& bytes, const AlarmRecord& alarm);
 void AppendRecord(std::string& bytes, const SystemLogRecord& record);
 
-// A sample as it lies in a block, which has to live as long.
+// A sample in a block. The block must outlive it.
 struct SampleView {
   std::int64_t timeMs = 0;
   double value = 0;
   std::string_view tagName;
 };
 
-// Take the first record off the bytes; nothing when they are no whole record.
+// Take the first record off the bytes; no value when they do not begin with a whole record.
 std::optional<SampleView> TakeSample(std::string_view& bytes);
 std::optional<AlarmRecord> TakeAlarm(std::string_view& bytes);
 std::optional<SystemLogRecord> TakeLog(std::string_view& bytes);
 
-// Each record of a block as bytes of its own; nothing when there are other than `count`.
+// Splits a block into its records; no value unless there are exactly `count`.
 std::optional<std::vector<std::string_view>> SplitRecords(Kind kind, std::string_view bytes,
                                                           std::size_t count);
 
-// A line for people.
+// A line of text that describes a record.
 std::string Describe(Kind kind, std::string_view record);
 
 // Finds every change within eight bytes, and any other with a probability of 1 - 2^-64.

@@ -10,7 +10,7 @@
 namespace historian::recorder {
 namespace {
 
-// On Windows a call that was just about to wait does not notice that its socket is shut down.
+// On Windows, a call that is just about to wait misses that its socket is shut down.
 constexpr auto kUntilAgain = std::chrono::milliseconds(100);
 
 int SocketOf(Dbms& dbms) {

@@ -1,7 +1,7 @@
 #pragma once
 
-// Cuts a link off when a call over it takes too long: a server that is frozen, or a network that swallows
-// everything, acknowledges what is sent and never answers; nothing on the level of TCP notices.
+// Cuts a connection when a call over it takes too long. A frozen server, or a proxy that swallows everything,
+// acknowledges what is sent and never answers, so TCP itself does not notice.
 
 #include <chrono>
 #include <condition_variable>
@@ -21,7 +21,7 @@ class CallLimit {
   CallLimit(const CallLimit&) = delete;
   CallLimit& operator=(const CallLimit&) = delete;
 
-  // Holds for calls over the open connection of the Dbms, as long as it lives; Renew starts the time over.
+  // Limits calls over the open connection of the Dbms during its lifetime. Renew restarts the time.
   class Guard {
    public:
     Guard(CallLimit& limit, Dbms& dbms, std::chrono::milliseconds most);
@@ -37,9 +37,9 @@ class CallLimit {
     std::chrono::milliseconds most_;
   };
 
-  // From now on no call may go on past this instant.
+  // Ends every call at this instant at the latest.
   void EndBy(Clock::time_point end);
-  // Whether a link was cut off since the last call of this.
+  // Whether a connection was cut since the last call of this function.
   bool TakeExceeded();
 
  private:
@@ -52,7 +52,7 @@ class CallLimit {
   int socket_ = -1;
   Clock::time_point end_ = Clock::time_point::max();
   Clock::time_point lastEnd_ = Clock::time_point::max();
-  Clock::time_point again_{};  // not before, once a link was cut off
+  Clock::time_point again_{};  // earliest time of the next cut, after one
   bool exceeded_ = false;
   bool stopping_ = false;
   std::thread thread_;

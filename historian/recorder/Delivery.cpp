@@ -12,7 +12,7 @@ namespace {
 
 constexpr char kThisSession[] =
     "select pid || ' ' || backend_start from pg_stat_activity where pid = pg_backend_pid()";
-// $1 as above.
+// $1 a session, as kThisSession returns it.
 constexpr char kEndSession[] =
     "select pg_terminate_backend(pid) from pg_stat_activity where pid || ' ' || backend_start = $1";
 constexpr char kBoundSession[] =
@@ -51,16 +51,16 @@ std::optional<Outcome> Delivery::Prepare() {
   return settled;
 }
 
-// Objects of another type, or without a selector, take no part in role changes: for them it may be another
-// host of the text that they connect to.
+// Objects of another type, or without a selector, take no part in role changes. They may reach another host
+// of their connection text when they connect again.
 void Delivery::GoToAnotherServer() {
   dbms_->NotifyRoleChange();
   dbms_->GetConnection()->Destroy();
 }
 
-// A link may be lost without the server noticing: its session would keep the locks of its transaction for
-// hours, and nothing of the same key could be stored. The next such loss is also bounded on the server's
-// side.
+// The server may not notice that a connection was lost. Its session would then keep the locks of its
+// transaction for hours, and no record with the same key could be stored. Keepalives limit that time for the
+// next such loss.
 void Delivery::EndFormerSession(Link& link) {
   const std::string session(link.Run(kThisSession).Text(0, 0));
   if (session == session_) return;
@@ -69,8 +69,7 @@ void Delivery::EndFormerSession(Link& link) {
   session_ = session;
 }
 
-// Whether the batch on its way is stored is what the ledger says: a commit whose answer was lost has happened
-// or has not.
+// The ledger decides whether the batch in flight is stored, in case the answer to its commit was lost.
 std::optional<Outcome> Delivery::SettleInFlight(Link& link) {
   const std::optional<Ledger::Entry> entry = ledger_.Read(link);
   if (!entry) return std::nullopt;
@@ -105,7 +104,7 @@ std::optional<Outcome> Delivery::Store(const Batch& batch) {
   }
 }
 
-// Before anything late is stored; what was learned before that holds.
+// Called before late samples are stored. While there are any, the earlier result stays valid.
 void Delivery::LearnSafeStart(Link& link) {
   if (safeStartMs_ && spool_.Late()) return;
   try {

@@ -1,7 +1,7 @@
 #pragma once
 
-// The worker's way to the server: the connection, what the ledger there knows, batches, aggregates. Every
-// failure is thrown as an Error.
+// The worker's access to the server: the connection, the ledger, batches, aggregates. Every failure is thrown
+// as an Error.
 
 #include <memory>
 #include <optional>
@@ -20,18 +20,18 @@ class Delivery {
   Delivery(std::shared_ptr<Dbms> dbms, const RecorderOptions& options, Spool& spool, Reporter& reporter)
       : dbms_(std::move(dbms)), options_(options), spool_(spool), reporter_(reporter), ledger_(spool.Id()) {}
 
-  // Has to succeed before anything is stored, and again after each failure. Gives what came of the batch in
-  // flight when the server has stored it.
+  // Must succeed before anything is stored, and again after each failure. Returns the outcome of the batch in
+  // flight if the server has stored it.
   std::optional<Outcome> Prepare();
-  // Nothing when the batch turns out to be stored already: Prepare then says what came of it.
+  // No value when the batch turns out to be stored already: Prepare then returns its outcome.
   std::optional<Outcome> Store(const Batch& batch);
   // Refreshes a part of the aggregates; false when nothing is to be refreshed.
   bool RefreshAggregates();
 
   void GoToAnotherServer();
-  // After each failure: calls may take longer if it was their limit.
+  // Call it after each failure. If a call exceeded its limit, later calls may take longer.
   void LearnFromFailure();
-  // From now on no call may go on past this instant.
+  // Ends every call at this instant at the latest.
   void EndBy(CallLimit::Clock::time_point end) { callLimit_.EndBy(end); }
 
  private:
@@ -46,10 +46,10 @@ class Delivery {
   Ledger ledger_;
   CallLimit callLimit_;
 
-  std::optional<std::int64_t> safeStartMs_;  // for refreshing aggregates, where there are any
-  std::string session_;                      // process and start of the server's session, to be found again
-  int unanswered_ = 0;                       // attempts to connect in a row
-  int patience_ = 1;                         // times the call limit: doubles while it is exceeded
+  std::optional<std::int64_t> safeStartMs_;  // from which aggregates may be refreshed, if there are any
+  std::string session_;                      // identifies the server's session: process and start time
+  int unanswered_ = 0;                       // failed attempts to connect in a row
+  int patience_ = 1;                         // factor of the call limit; doubles while the limit is exceeded
 };
 
 }  // namespace historian::recorder

@@ -7,19 +7,19 @@ namespace historian::recorder {
 
 // What to do about a failure of the server.
 enum class Verdict {
-  TryLater,       // it is away, busy, full, or has given no reason
-  WrongServer,    // it takes no writes: another one has that role now
+  TryLater,       // the server is away, busy or full, or gave no reason
+  WrongServer,    // the server accepts no writes: another one has that role now
   RefusedData,    // a record cannot be stored; others can
-  Duplicate,      // a record of that key is there
-  RefusedProgram  // right, table or function missing: people have to see to it
+  Duplicate,      // a record with that key is stored already
+  RefusedProgram  // a right, table or function is missing: somebody must intervene
 };
 
-// By the SQLSTATE alone, never by a message. Empty: the server did not answer. What is not known is tried
-// again: nothing is given up for a reason that nobody has foreseen.
+// Classifies by the SQLSTATE alone, never by a message. Empty: the server did not answer. Unknown failures
+// are tried again, so that nothing is given up for an unforeseen reason.
 Verdict Classify(std::string_view sqlState);
 
 // Pauses between attempts: from the first one doubling up to the longest, each shortened by up to half at
-// random, so that many recorders do not come back at the same instant.
+// random, so that many recorders do not connect again at the same instant.
 class Backoff {
  public:
   using Milliseconds = std::chrono::milliseconds;

@@ -9,9 +9,9 @@ namespace {
 
 constexpr std::int64_t kMinuteMs = 60000;
 constexpr std::int64_t kHourMs = 60 * kMinuteMs;
-// datalog_1m looks back 5 minutes every 2 minutes, a bucket being a minute.
+// The policy of datalog_1m runs every 2 minutes and looks back 5; a bucket is one minute.
 constexpr std::int64_t kLateAfterMs = 2 * kMinuteMs;
-constexpr std::int64_t kSliceMs = 6 * kHourMs;  // to refresh at once, so that new samples do not wait long
+constexpr std::int64_t kSliceMs = 6 * kHourMs;  // refreshed in one step, so that new samples do not wait long
 constexpr std::int64_t kYear2000Ms = 946684800000;
 
 constexpr char kIntactSince[] =
@@ -25,7 +25,7 @@ constexpr char kFirstSample[] =
 std::int64_t Down(std::int64_t ms) { return ms / kHourMs * kHourMs; }
 std::int64_t Up(std::int64_t ms) { return Down(ms + kHourMs - 1); }
 
-// As RefreshAggregates counts them.
+// Hours as RefreshAggregates counts them.
 std::int64_t Hours(std::int64_t ms) { return (ms - kYear2000Ms) / kHourMs; }
 
 }  // namespace

@@ -3,7 +3,8 @@
 namespace historian::recorder {
 namespace {
 
-// An account that may not create tables finds it made by another.
+// Looks for the table first, because an account that may not create tables can use one that another account
+// created.
 constexpr char kFind[] = "select to_regclass('historian_ledger') is not null";
 constexpr char kCreate[] =
     "create table if not exists historian_ledger (spool text primary key, batch bigint not null,"
@@ -24,8 +25,8 @@ std::optional<Ledger::Entry> Ledger::Read(Link& link) const {
 }
 
 // Checking samples against a compressed chunk may decompress more than TimescaleDB allows by default; without
-// it the setting means nothing. Several statements in one message take no parameters; numbers and hexadecimal
-// digits need no quoting.
+// TimescaleDB the setting has no effect. Several statements in one message cannot have parameters; the number
+// and the hexadecimal digits need no quoting.
 bool Ledger::Begin(Link& link, std::int64_t batch) const {
   const Result claimed = link.Run(
       "begin; set local timescaledb.max_tuples_decompressed_per_dml_transaction to 0; insert into historian_ledger as ledger (spool, batch, stored, at) values ('" +

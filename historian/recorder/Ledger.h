@@ -20,14 +20,14 @@ class Ledger {
 
   explicit Ledger(const std::string& spoolId) : spool_(spoolId) {}
 
-  // Makes the table when it is not there.
+  // Creates the table unless it exists.
   static void Create(Link& link);
 
-  // Of the spool; nothing when it has stored no batch yet.
+  // The entry of the spool; no value when no batch of it is stored yet.
   std::optional<Entry> Read(Link& link) const;
 
-  // Begins the transaction of a batch. False: that batch is stored already, by a transaction whose end had
-  // not been seen; it then waits for the end of that one.
+  // Begins the transaction of a batch. If an earlier transaction of the batch is still open, waits for its
+  // end. Returns false when the batch is stored already.
   bool Begin(Link& link, std::int64_t batch) const;
   void Commit(Link& link, std::int64_t stored) const;
 

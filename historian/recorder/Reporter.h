@@ -9,17 +9,17 @@
 
 namespace historian::recorder {
 
-// The state of a recorder, and its events: delivered one at a time and in order, by whichever thread comes,
-// without a lock held.
+// The state of a recorder, and its events. Events are delivered one at a time and in order, on any thread
+// that calls, without holding a lock.
 class Reporter {
  public:
   explicit Reporter(std::function<void(const RecorderEvent&)> onEvent) : onEvent_(std::move(onEvent)) {}
 
-  // Changes the state as far as the server is concerned; reports when that is a change.
+  // Sets the state of the server's side; reports it if it changed.
   void SetState(RecorderState state, const std::string& text = {}, const std::string& sqlState = {});
-  // The spool takes nothing more, or does again.
+  // Sets whether the spool is full.
   void SetFull(bool full, const std::string& text = {});
-  // Reports something that changes no state.
+  // Reports something that does not change the state.
   void Say(const std::string& text, const std::string& sqlState = {});
 
   RecorderState State() const;
@@ -35,7 +35,7 @@ class Reporter {
   mutable std::mutex mutex_;
   RecorderState state_ = RecorderState::Waiting;
   bool full_ = false;
-  bool reported_ = false;  // any state at all: the first one is a change
+  bool reported_ = false;  // whether any state was reported: the first one counts as a change
   std::string lastText_, lastSqlState_;
   std::deque<RecorderEvent> events_;
   bool delivering_ = false;

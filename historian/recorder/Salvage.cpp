@@ -6,7 +6,7 @@
 namespace historian::recorder {
 namespace {
 
-constexpr std::int64_t kMostProbes = 1000000;  // single blocks looked for between two damaged places
+constexpr std::int64_t kMostProbes = 1000000;  // limit of ids tried one by one between two damaged places
 
 bool IsWhole(Kind kind, const SqliteStatement& block) {
   const std::string_view data = block.Bytes(4);
@@ -26,8 +26,8 @@ bool Attempt(const std::function<void()>& action) {
   }
 }
 
-// Copies the blocks of one kind: from the first up to the damage, from the last down to it, then those
-// between one by one.
+// Copies the blocks of one kind: from the first one up to the damage, from the last one down to it, then
+// those in between one by one.
 class BlockCopy {
  public:
   BlockCopy(SqliteDatabase& damaged, SqliteDatabase& target, Kind kind)

@@ -1,4 +1,4 @@
-// What the worker does with the spool: batches taken, sent, settled.
+// The worker's part of the spool: taking, loading and settling batches.
 
 #include <algorithm>
 
@@ -7,9 +7,9 @@
 namespace historian::recorder {
 namespace {
 
-constexpr std::int64_t kMostBatchBytes = 4 << 20;  // a batch is in memory a few times over
-constexpr std::int64_t kMostUnusedPages = 1024;    // 4 MiB stay for what comes next
-constexpr std::int64_t kPagesAtOnce = 2000;        // so that nobody waits long
+constexpr std::int64_t kMostBatchBytes = 4 << 20;  // small, because a batch is in memory several times
+constexpr std::int64_t kMostUnusedPages = 1024;    // 4 MiB are kept for the next records
+constexpr std::int64_t kPagesAtOnce = 2000;        // few, so that nobody waits long
 
 }  // namespace
 
@@ -159,7 +159,7 @@ void Spool::AddLate(const TimeRange& late) {
       .Run();
 }
 
-// Not when the range has grown to the front meanwhile.
+// Does nothing if the range was extended at its beginning meanwhile.
 void Spool::ForgetLate(const TimeRange& late, std::int64_t upTo) {
   const std::lock_guard lock(databaseMutex_);
   database_.Prepare("update spool set late_from = ?1 + 1 where late_from = ?2").With(upTo, late.from).Run();

@@ -35,12 +35,12 @@ constexpr Table kTables[] = {
      " data blob not null)"},
 };
 
-// As SQLite keeps it.
+// The definition as SQLite stores it.
 std::string Definition(const Table& table) {
   return std::string("CREATE TABLE ") + table.name + ' ' + table.columns;
 }
 
-// The file says what it is: https://www.sqlite.org/fileformat2.html has the place of the two numbers.
+// Numbers in the file's header that identify it; see https://www.sqlite.org/fileformat2.html.
 constexpr std::int64_t kApplicationId = 0x68737031;  // hsp1
 constexpr std::int64_t kVersion = 1;
 
@@ -48,7 +48,7 @@ constexpr char kCountRecords[] =
     "select (select coalesce(sum(records), 0) from sample_block) + (select coalesce(sum(records), 0) from"
     " alarm_block) + (select coalesce(sum(records), 0) from log_block)";
 
-// The ids of blocks that are lost are given again, and what comes then does not belong to the batch.
+// The ids of lost blocks are assigned again, and those new blocks must not belong to the batch.
 constexpr char kBoundSending[] =
     "update sending set last = min(last, case kind when 0 then (select coalesce(max(id), 0) from sample_block)"
     " when 1 then (select coalesce(max(id), 0) from alarm_block)"
@@ -83,7 +83,8 @@ void CheckOwner(SqliteDatabase& database, const std::filesystem::path& file) {
   }
 }
 
-// A changed letter in a definition leaves a file that SQLite finds in order, and rows that no query finds.
+// After a changed letter in a definition, SQLite's own check still succeeds, but queries do not find the
+// rows.
 bool HasAllTables(SqliteDatabase& database) {
   SqliteStatement rows = database.Prepare("select sql from sqlite_master order by rowid");
   return std::all_of(std::begin(kTables), std::end(kTables), [&rows](const Table& table) {
@@ -97,7 +98,7 @@ bool IsSound(SqliteDatabase& database) {
   return check.Step() && check.Bytes(0) == "ok" && database.Value("select count(*) from spool") == 1;
 }
 
-// Counts what is there; what is missing was lost with damaged parts of the file.
+// Counts the records that are there. Those that are missing were lost with damaged parts of the file.
 Damage BringTotalsInLine(SqliteDatabase& database) {
   Damage damage;
   SqliteTransaction transaction(database);
@@ -115,14 +116,14 @@ Damage BringTotalsInLine(SqliteDatabase& database) {
 
 void SetUp(SqliteDatabase& database, Syncing syncing) {
   database.Run("pragma journal_mode = wal");
-  // At 16 MiB the log is moved into the file by whoever commits just then.
+  // At 16 MiB the next commit moves the log into the file.
   database.Run("pragma wal_autocheckpoint = 4000");
   database.Run(syncing == Syncing::AtCommits ? "pragma synchronous = full" : "pragma synchronous = normal");
 }
 
 // Writes the definitions again, so that the tables can be read if their pages are sound.
 void RestoreDefinitions(SqliteDatabase& damaged) {
-  damaged.Run("pragma writable_schema = on");  // else a file that is too short is not read at all
+  damaged.Run("pragma writable_schema = on");  // otherwise a file that is too short cannot be read at all
   std::int64_t row = 0;
   for (const Table& table : kTables) {
     damaged
@@ -134,7 +135,7 @@ void RestoreDefinitions(SqliteDatabase& damaged) {
   damaged.Run("pragma writable_schema = reset; pragma writable_schema = on");  // reset reads them again
 }
 
-// What can be read goes into a new file, which takes the place of the damaged one only when it is whole: a
+// Copies what can be read into a new file, which replaces the damaged one only when it is complete, so that a
 // crash in between loses nothing.
 void Salvage(const std::filesystem::path& file) {
   const std::filesystem::path saved = Beside(file, ".saved");
@@ -165,7 +166,8 @@ void Salvage(const std::filesystem::path& file) {
 std::optional<SpoolFile> OpenSound(const std::filesystem::path& file, Syncing syncing) {
   try {
     SqliteDatabase database(file, SqliteDatabase::Access::Create);
-    // Until the log is in use: a journal whose removal is lost with the power would undo what came after it.
+    // Needed until the log is in use: if the removal of a rollback journal were lost with the power, the
+    // journal would undo later changes.
     database.Run("pragma synchronous = extra");
     if (IsEmptyFile(database)) CreateSpool(database);
     CheckOwner(database, file);

@@ -1,6 +1,6 @@
 #pragma once
 
-// The spool's file: its layout, its lock, and what is saved of a damaged one.
+// The spool's file: its layout, its lock, and the recovery of a damaged one.
 
 #include <array>
 #include <cstdint>
@@ -29,13 +29,13 @@ struct Totals {
 
 // What was wrong with a file.
 struct Damage {
-  std::string what;            // for people
+  std::string what;            // a description
   std::int64_t recovered = 0;  // records still waiting
   std::int64_t lost = 0;       // records that were accepted and cannot be read; counted as dropped
 };
 
-// Holds a spool for one recorder, by a file beside it whose name ends in ".lock". Throws an Error when
-// another one has it.
+// Locks a spool for one recorder, with a file beside it whose name ends in ".lock". Throws an Error when
+// another recorder holds the lock.
 class SpoolLock {
  public:
   explicit SpoolLock(const std::filesystem::path& spool);
@@ -51,21 +51,21 @@ struct SpoolFile {
   std::optional<Damage> damage;
 };
 
-// Opens a spool or makes it. A damaged one is replaced by what can be read of it and kept beside it, its name
-// ending in ".damaged-1" (2, 3, ...), with the definitions of its tables restored. Throws an Error when the
-// file is no spool or one of a later version.
+// Opens a spool or creates it. A damaged spool is replaced by a new file with everything that can be read of
+// it; the old file stays under a name that ends in ".damaged-1" (2, 3, ...), with its table definitions
+// restored. Throws an Error when the file is not a spool or is one of a later version.
 SpoolFile OpenSpoolFile(const std::filesystem::path& file, Syncing syncing);
 
-// The table of the blocks of a kind.
+// The name of the table with the blocks of a kind.
 const char* BlockTable(Kind kind);
 
 Totals ReadTotals(SqliteDatabase& database);
 void WriteTotals(SqliteDatabase& database, const Totals& totals);
 
-// Makes the tables of an empty spool.
+// Creates the tables of an empty spool.
 void CreateSpool(SqliteDatabase& database);
 
-// Copies what can be read of a damaged spool into an empty one; gives the number of records it could read.
+// Copies what can be read of a damaged spool into an empty one, and returns the number of records.
 std::int64_t CopyReadable(SqliteDatabase& damaged, SqliteDatabase& target);
 
 }  // namespace historian::recorder

@@ -5,7 +5,7 @@
 namespace historian::recorder {
 namespace {
 
-constexpr int kBusyMs = 5000;  // for programs that look into the spool
+constexpr int kBusyMs = 5000;  // wait for other programs that read the spool
 
 [[noreturn]] void Throw(sqlite3* database, int code) {
   throw SqliteFailure(code, database ? sqlite3_errmsg(database) : sqlite3_errstr(code));
@@ -84,14 +84,14 @@ void SqliteStatement::Bind(int parameter, std::int64_t value) {
   Check(sqlite3_bind_int64(statement_.get(), parameter, value));
 }
 
-// SQLite takes a null pointer for NULL, where an empty text or blob is meant.
+// A null pointer would be NULL to SQLite, not an empty text or blob.
 void SqliteStatement::Bind(int parameter, std::string_view text) {
   if (!text.data()) text = "";
   Check(sqlite3_bind_text64(statement_.get(), parameter, text.data(), text.size(), SQLITE_TRANSIENT,
                             SQLITE_UTF8));
 }
 
-// Not copied: the bytes outlive the statement's run.
+// Not copied, because the bytes outlive the execution.
 void SqliteStatement::Bind(int parameter, Blob blob) {
   if (!blob.bytes.data()) blob.bytes = "";
   Check(
@@ -140,13 +140,13 @@ SqliteTransaction::SqliteTransaction(SqliteDatabase& database) : database_(datab
   database_.Run("begin immediate");
 }
 
-// A failure may have rolled back already.
+// The failure may have rolled back already.
 SqliteTransaction::~SqliteTransaction() {
   if (!database_.InTransaction()) return;
   try {
     database_.Run("rollback");
   } catch (const SqliteFailure&) {
-    // The failure that led here is on its way up.
+    // An exception is propagating already.
   }
 }
 

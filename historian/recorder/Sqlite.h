@@ -1,6 +1,6 @@
 #pragma once
 
-// The few calls of SQLite that the spool needs. Every failure is thrown as a SqliteFailure.
+// A small wrapper of SQLite for the spool. Every failure is thrown as a SqliteFailure.
 
 #include <cstdint>
 #include <filesystem>
@@ -20,20 +20,19 @@ class SqliteFailure : public Error {
   SqliteFailure(int code, std::string text) : Error("spool", std::move(text)), code_(code) {}
 
   bool IsBusy() const;
-  bool IsFull() const;     // no space left for a file, or a limit of its size
-  bool IsDamaged() const;  // the file is not what SQLite has written
+  bool IsFull() const;     // no space is left, or the file has reached a size limit
+  bool IsDamaged() const;  // the file is not as SQLite wrote it
 
  private:
   int code_;
 };
 
-// One prepared statement. Columns and parameters count as SQLite counts them: columns from 0, parameters
-// from 1.
+// One prepared statement. As in SQLite, columns count from 0 and parameters from 1.
 class SqliteStatement {
  public:
   SqliteStatement(sqlite3* database, const char* text);
 
-  // Starts over with other values, bound in the order of the parameters.
+  // Resets the statement and binds new values, in the order of the parameters.
   template <class... Values>
   SqliteStatement& With(const Values&... values) {
     Reset();
@@ -42,13 +41,13 @@ class SqliteStatement {
     return *this;
   }
 
-  bool Step();  // true: there is a row
-  void Run();   // to the end; resets
+  bool Step();  // returns true when there is a row
+  void Run();   // runs to the end and resets
   void Reset();
 
   bool IsNull(int column) const;
   std::int64_t Integer(int column) const;
-  std::string_view Bytes(int column) const;  // of a text or a blob; valid until the next step
+  std::string_view Bytes(int column) const;  // a text or a blob; valid until the next step
 
  private:
   struct Blob {
@@ -77,12 +76,12 @@ class SqliteDatabase {
 
   void Run(const char* statements);
   SqliteStatement Prepare(const char* text) { return {database_.get(), text}; }
-  std::int64_t Value(const char* query);  // of a query with one row
+  std::int64_t Value(const char* query);  // the result of a query with one row
 
   std::int64_t LastId() const;
-  std::int64_t Changes() const;  // rows that the last statement has changed
+  std::int64_t Changes() const;  // rows changed by the last statement
   bool InTransaction() const;
-  // Moves what is in the log into the file and empties the log; does what can be done while others read.
+  // Moves the log into the file and empties it, as far as possible while others read.
   void Checkpoint();
 
  private:
@@ -92,7 +91,7 @@ class SqliteDatabase {
   std::unique_ptr<sqlite3, Close> database_;
 };
 
-// Commits, or rolls back when it goes out of scope before.
+// A transaction that is rolled back unless it was committed.
 class SqliteTransaction {
  public:
   explicit SqliteTransaction(SqliteDatabase& database);

@@ -6,7 +6,7 @@
 namespace historian::recorder {
 namespace {
 
-constexpr auto kTimeToFinish = std::chrono::seconds(5);  // for a call that goes on when the recorder ends
+constexpr auto kTimeToFinish = std::chrono::seconds(5);  // for a running call when the recorder ends
 
 }  // namespace
 
@@ -106,7 +106,7 @@ void Worker::Idle() {
   if (!Refresh() && !spool_.Shrink()) WaitForWork();
 }
 
-// A failure keeps nothing from being stored.
+// A failed refresh does not stop storing.
 bool Worker::Refresh() {
   if (Clock::now() < refreshFrom_) return false;
   try {
@@ -127,7 +127,7 @@ void Worker::Fail(const Error& error) {
   if (verdict == Verdict::RefusedProgram) {
     reporter_.SetState(RecorderState::Refused, error.Text(), error.SqlState());
     if (!storing_) return Pause(options_.refusedPause);
-    // Records of other kinds go on.
+    // Records of other kinds are still stored.
     const auto kind = static_cast<std::size_t>(*storing_);
     refused_[kind] = true;
     refusedUntil_[kind] = Clock::now() + options_.refusedPause;

@@ -1,6 +1,6 @@
 #pragma once
 
-// The recorder's thread: takes batches from the spool, has them delivered, and decides when to try again.
+// The recorder's thread: takes batches from the spool, delivers them, and decides when to try again.
 
 #include <array>
 #include <condition_variable>
@@ -49,12 +49,12 @@ class Worker {
   Backoff backoff_;
   std::mt19937 random_{std::random_device()()};
 
-  bool ready_ = false;           // connected, with a ledger, and nothing unknown
+  bool ready_ = false;           // connected, with a ledger, and the batch in flight settled
   std::optional<Outcome> done_;  // of the batch in flight
-  std::optional<Kind> storing_;  // of the batch on its way
+  std::optional<Kind> storing_;  // of the batch that is being stored
   std::array<Clock::time_point, kKinds> refusedUntil_{};
   std::array<bool, kKinds> refused_{};
-  Clock::time_point refreshFrom_{};  // aggregates; not before
+  Clock::time_point refreshFrom_{};  // no refresh of aggregates before this
 
   std::mutex mutex_;
   std::condition_variable wake_, settled_;

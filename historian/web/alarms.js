@@ -1,7 +1,7 @@
 // The list of alarms below the charts.
 import {byId, countText, element, timeText, valueText} from "./text.js";
 
-// `answer`: of the request for alarms; `show`: called with an alarm that the reader wants to see.
+// `answer`: the answer to the request for alarms; `show`: called with an alarm that the user selects.
 export function listAlarms(answer, show) {
   const rows = answer.alarms.map((alarm) => {
     const time = element("button", {className: "link", title: "Show it in the charts"}, timeText(alarm.time));

@@ -1,13 +1,13 @@
-// Requests to the program that serves this page, and whether it and its database answer.
+// Sends requests to the program that serves this page, and shows when it or its database does not answer.
 import {byId} from "./text.js";
 
 const banner = byId("banner");
-const retryAfter = 1500;  // milliseconds until the next try while there is no answer
-const mostTries = 6;      // of a request that was refused because there were too many
+const retryAfter = 1500;  // milliseconds between attempts while there is no answer
+const mostTries = 6;      // attempts for a request that was refused because there were too many
 
 const wait = (ms) => new Promise((done) => setTimeout(done, ms));
 
-// A request that has failed. `away`: it is worth trying again by itself.
+// A failed request. `away`: it is repeated automatically.
 export class RequestFailed extends Error {
   constructor(text, away) {
     super(text);
@@ -69,14 +69,14 @@ async function tryUntilBack() {
   for (const watcher of watchers) watcher();
 }
 
-// Says what has failed; where that may pass, until it has.
+// Shows what has failed. A failure that may pass is shown until it has passed.
 function show(failure) {
   banner.textContent = failure.away ? `${failure.message}. Trying again …` : failure.message;
   banner.hidden = false;
 }
 function hideBanner() { banner.hidden = true; }
 
-// The answer to a request; null when there is none, which is then said in the page.
+// The answer to a request; null when there is none, in which case the page shows the failure.
 async function get(path, parameters, signal, read) {
   try {
     const answer = await read(await ask(path, parameters, signal));
@@ -84,7 +84,7 @@ async function get(path, parameters, signal, read) {
     return answer;
   } catch (failure) {
     if (failure.name === "AbortError") return null;
-    const away = failure.away ?? true;  // an answer that broke off
+    const away = failure.away ?? true;  // the answer was cut short
     show(failure instanceof RequestFailed ? failure : new RequestFailed("The answer broke off", away));
     if (away) tryUntilBack();
     return null;

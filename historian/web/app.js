@@ -8,9 +8,9 @@ import {livePause, Range} from "./range.js";
 import {byId, dateText, element, lengths, lengthText, roundLength, timeText, zone} from "./text.js";
 
 const charts = byId("charts");
-const loadPause = 80;            // milliseconds without a change before samples are loaded
-const firstRange = lengths.week;  // shown of the first tag that is picked
-const firstTags = 12;            // offered while none is picked
+const loadPause = 80;            // milliseconds without a change until samples are loaded
+const firstRange = lengths.week;  // the range shown for the first tag that is picked
+const firstTags = 12;            // number of tags offered while none is picked
 const shown = new Map();         // charts by tag
 const state = {mostTags: 12, request: null, timer: 0, live: 0};
 
@@ -19,7 +19,7 @@ const range = new Range(changed, async () => {
   return answer?.first === undefined ? null : answer;
 });
 
-// The address holds what is shown: it can be kept and passed on.
+// The address contains what is shown, so that it can be saved and shared.
 function writeAddress() {
   const search = new URLSearchParams();
   for (const tag of shown.keys()) search.append("tag", tag);
@@ -76,7 +76,7 @@ function pick(found) {
   changed();
 }
 
-// Charts fill the window, but none is lower than it can be read.
+// Charts fill the window, but keep a minimum height.
 function drawAll() {
   const height = Math.max(150, Math.min(360, (innerHeight - 330) / Math.max(1, shown.size) - 34));
   [...shown.values()].forEach((chart, index) => chart.draw(height, index === shown.size - 1));
@@ -98,7 +98,7 @@ function changed() {
 
 const asked = () => ({tag: [...shown.keys()], from: range.from, to: range.to});
 
-// Buckets of a round width, about one a pixel, that stay the same when the range moves.
+// Buckets of a round width, about one per pixel, which stay the same when the range moves.
 function askedBuckets() {
   const most = Math.max(100, Math.min(2000, charts.clientWidth));
   const width = roundLength(range.width / most);

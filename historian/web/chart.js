@@ -3,12 +3,12 @@ import {countText, element, tickTexts, timeText, valueText, zone} from "./text.j
 
 /* global uPlot */
 const colours = 6;      // --line-0 and on, in style.css
-const longestGap = 4;   // in usual distances: samples further apart are not joined
-const mostLines = 20;   // of alarms: more of them would hide the chart
+const longestGap = 4;   // in usual distances; samples further apart are not joined
+const mostLines = 20;   // lines for alarms; more would hide the chart
 const reach = 6;        // pixels between the pointer and the mark of an alarm
 const leastDrag = 5;    // pixels
 
-// What a colour of style.css is now, in light or dark.
+// The current value of a colour of style.css, in light or dark.
 function colour(name) {
   const probe = element("span");
   probe.style.color = `var(${name})`;
@@ -26,8 +26,8 @@ function usualDistance(times) {
   return distances[distances.length >> 1] ?? Infinity;
 }
 
-// The columns of uPlot, with a row without values in each long gap. Also the samples between two gaps, which no
-// line would show.
+// The columns for uPlot, with a row without values in each long gap. Also returns the samples between two
+// gaps, which no line would show.
 function columns(trend, width, range) {
   const data = [[], [], [], []], alone = [];
   const most = longestGap * Math.max(usualDistance(trend.time), width);
@@ -44,7 +44,7 @@ function columns(trend, width, range) {
 }
 
 export class Chart {
-  // `range`: the times shown; `remove`: called when the reader is done with the tag.
+  // `range`: the times shown; `remove`: called when the user removes the tag.
   constructor(tag, index, range, remove) {
     this.tag = tag;
     this.index = index;
@@ -67,7 +67,7 @@ export class Chart {
     this.element.dataset.tag = tag;
   }
 
-  // Draws all of it, as after a change of size or colours.
+  // Draws everything again, for instance after a change of size or colours.
   draw(height, withTimes) {
     this.plot?.destroy();
     this.height = height;
@@ -112,7 +112,7 @@ export class Chart {
     };
   }
 
-  // The times shown have changed; their samples may still be on their way.
+  // Shows other times, whose samples may not have arrived yet.
   place() {
     this.plot?.setScale("x", {min: this.range.from, max: this.range.to});
   }
@@ -196,7 +196,8 @@ export class Chart {
     this.range.show(from, to);
   }
 
-  // Moving by Shift or the middle button, or by a finger; zooming by Ctrl+wheel, as two fingers on a pad give it.
+  // Moves with Shift, the middle button or one finger; zooms with Ctrl+wheel, which a pinch on a touchpad
+  // sends too.
   wire(plot) {
     const over = plot.over;
     over.addEventListener("pointerdown", (event) => {

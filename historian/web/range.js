@@ -6,13 +6,13 @@ const presets = [["1 h", hour], ["8 h", 8 * hour], ["1 d", day], ["7 d", week], 
 const shortest = 10, longest = 50 * year;  // milliseconds
 const first = Date.UTC(1, 0, 2), last = Date.UTC(9999, 11, 30);
 
-// Calls `changed` after each change; `ends` gives the first and last instant with samples.
+// Calls `changed` after each change; `ends` returns the first and last instant with samples.
 export class Range {
   constructor(changed, ends) {
     this.from = 0;
     this.to = 0;  // 0: not set yet
     this.live = false;
-    this.offset = 0;  // of the server's clock, milliseconds
+    this.offset = 0;  // of the server's clock, in milliseconds
     this.changed = changed;
     this.ends = ends;
     this.wire();
@@ -30,7 +30,7 @@ export class Range {
     this.display();
   }
 
-  // By the user: following the newest samples ends.
+  // Set by the user, which ends following the newest samples.
   show(from, to) {
     this.live = false;
     this.assign(from, to);
@@ -39,7 +39,8 @@ export class Range {
 
   move(share) { this.show(this.from + share * this.width, this.to + share * this.width); }
 
-  // Zooms, keeping the instant at `centre`, a share of the width, where it is. While live, that is the end.
+  // Zooms and keeps the instant at `centre` (0 to 1 of the width) in place. While live, the end stays in
+  // place.
   zoom(factor, centre = 0.5) {
     const live = this.live, at = live ? 1 : centre;
     const fixed = this.from + at * this.width, width = this.width * factor;
@@ -107,7 +108,7 @@ export class Range {
     }
   }
 
-  // Does what a key asks for; false when it has no meaning here.
+  // Handles a key; returns false when the key has no meaning here.
   key(event) {
     const action = {
       ArrowLeft: () => this.move(-0.25), ArrowRight: () => this.move(0.25),
@@ -120,5 +121,5 @@ export class Range {
   }
 }
 
-// How long the page waits before it follows the newest samples again, milliseconds.
+// Milliseconds until the page loads the newest samples again.
 export const livePause = (width) => Math.min(30e3, Math.max(1000, width / 600, width > hour ? 5000 : 0));

@@ -1,4 +1,4 @@
-// Texts for people: times in the zone chosen, values, elements of the page.
+// Formats times in the selected zone and values, and makes elements of the page.
 
 const minute = 60e3, hour = 60 * minute, day = 24 * hour;
 export const lengths = {minute, hour, day, week: 7 * day, month: 30 * day, year: 365 * day};
@@ -12,7 +12,7 @@ export const zone = {
 const months = ["Jan", "Feb", "Mar", "Apr", "May", "Jun", "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"];
 const two = (number) => String(number).padStart(2, "0");
 
-// The parts of an instant as the clocks of the zone show it.
+// The parts of an instant in the zone.
 export function parts(ms) {
   const date = new Date(zone.utc ? ms : ms - new Date(ms).getTimezoneOffset() * minute);
   return {
@@ -32,15 +32,15 @@ export function timeText(ms) {
   return `${dateText(ms)} ${two(at.hour)}:${two(at.minute)}:${two(at.second)}${fraction}`;
 }
 
-// What a field for a time holds, and back: NaN for what is no time.
+// Converts a time to the text of a field, and back; NaN for a text that is not a time.
 export const inputText = (ms) => timeText(ms - parts(ms).ms);
 export function fromInput(text) {
   const read = /^\s*(\d{4}-\d\d-\d\d)(?:[ T]+(\d?\d:\d\d(?::\d\d)?))?\s*$/.exec(text);
   return read ? Date.parse(`${read[1]}T${(read[2] ?? "00:00").padStart(5, "0")}${zone.utc ? "Z" : ""}`) : NaN;
 }
 
-// Labels of ticks that lie `step` apart: what changes from tick to tick, with the day or year below where that
-// changes.
+// Labels of ticks that are `step` apart: the part that changes from tick to tick, with the day or year below
+// where it changes.
 export function tickTexts(ticks, step) {
   let before = "";
   return ticks.map((tick) => {
@@ -69,7 +69,7 @@ export function tickTexts(ticks, step) {
 const fixed = [0, 1, 2, 3, 4].map(
     (digits) => new Intl.NumberFormat("en-GB", {minimumFractionDigits: digits, maximumFractionDigits: digits}));
 
-// A measurement in five digits: 0.4621, 31.72, 24,318, 1.23e+7.
+// A value in five digits: 0.4621, 31.72, 24,318, 1.23e+7.
 export function valueText(value) {
   if (value === null || value === undefined) return "–";
   const magnitude = Math.abs(value);
@@ -85,7 +85,7 @@ const roundLengths = [1, 2, 5, 10, 20, 50, 100, 200, 500].concat(
     [1, 2, 5, 10, 15, 30].map((count) => count * 1000), [1, 2, 5, 10, 15, 30].map((count) => count * minute),
     [1, 2, 3, 6, 12].map((count) => count * hour), [1, 2, 5, 10, 20, 50].map((count) => count * day));
 
-// The next round one.
+// The next round length.
 export const roundLength = (least) => roundLengths.find((length) => length >= least) ?? 100 * day;
 
 // 1 hour, 10 minutes, 1.5 days.
@@ -99,7 +99,7 @@ export const countText = (count, noun) => `${count.toLocaleString("en-GB")} ${no
 
 export const byId = (id) => document.getElementById(id);
 
-// An element with properties and children; texts stay texts.
+// Makes an element with properties and children; texts are never read as HTML.
 export function element(name, properties = {}, ...children) {
   const made = document.createElement(name);
   for (const [key, value] of Object.entries(properties)) {

@@ -18,7 +18,7 @@ constexpr std::size_t kBlock = 256 * 1024;
 
 std::string SystemsWords() { return std::strerror(errno); }
 
-// Only its owner may look into the directory, which is so before anything is in it.
+// Only its owner may read the directory; this is set before anything is in it.
 std::filesystem::path MakePrivateDirectory() {
   std::random_device random;
   const auto path = std::filesystem::temp_directory_path() /

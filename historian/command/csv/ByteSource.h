@@ -10,26 +10,26 @@
 
 namespace historian::command {
 
-// FNV-1a, which gives the same on every platform and in every run. `before` continues the hash of what came
-// before.
+// FNV-1a, whose result is the same on every platform and in every run. `before` is the hash of the bytes
+// before these, to be continued.
 constexpr std::uint64_t HashOf(std::string_view bytes, std::uint64_t before = 0xcbf29ce484222325) {
   for (const char c : bytes) before = (before ^ static_cast<unsigned char>(c)) * 0x100000001b3;
   return before;
 }
 
-// The bytes of a file; those of a gzip file unpacked. Failures are a Refusal that names the file.
+// Reads the bytes of a file and unpacks those of a gzip file. Throws a Refusal that names the file.
 class ByteSource {
  public:
   explicit ByteSource(const std::string& path);
 
-  // Reads up to so many bytes; 0 at the end.
+  // Reads up to `most` bytes; returns 0 at the end.
   std::size_t Read(char* to, std::size_t most);
   void Rewind();
 
   const std::string& path() const { return path_; }
-  std::uint64_t size() const { return size_; }          // of the file as it is
-  std::uint64_t hash() const { return hash_; }          // of those bytes
-  std::uint64_t position() const { return position_; }  // bytes of the file taken in
+  std::uint64_t size() const { return size_; }          // of the file, not unpacked
+  std::uint64_t hash() const { return hash_; }          // of the bytes read so far
+  std::uint64_t position() const { return position_; }  // number of bytes of the file read so far
 
  private:
   std::size_t ReadFile(char* to, std::size_t most);
@@ -42,7 +42,8 @@ class ByteSource {
   std::unique_ptr<Gunzip> gunzip_;
 };
 
-// Standard input in a temporary file of its own, which goes with the object: what is read twice needs a file.
+// A temporary copy of standard input, which is needed because the input is read twice. Removed with the
+// object.
 class SpooledInput {
  public:
   SpooledInput();

@@ -57,7 +57,7 @@ class ColumnFinder {
     return {};
   }
 
-  // Besides the time two columns: one of names, one of numbers.
+  // A long file has two columns besides the time: one of names, one of numbers.
   void FindLongByContent(std::optional<std::size_t>& tag, std::optional<std::size_t>& value) const {
     std::vector<std::size_t> rest;
     for (std::size_t i = 0; i < layout_.names.size(); ++i) {
@@ -71,7 +71,7 @@ class ColumnFinder {
     }
   }
 
-  // Of a column, in the rows that begin the file.
+  // Whether any cell of the column meets the condition, in the first rows of the file.
   bool Any(std::size_t column, const auto& condition) const {
     return std::any_of(sample_.rows().begin(), sample_.rows().end(), [&](const auto& row) {
       return sample_.IsTimed(row) && column < row.cells.size() && condition(row.cells[column]);
@@ -80,7 +80,7 @@ class ColumnFinder {
   bool HoldsNumbers(std::size_t column) const {
     return Any(column, [](const auto& cell) { return IsNumber(cell, '.') || IsNumber(cell, ','); });
   }
-  // The first text of a column that holds neither numbers nor words for none, empty if it does.
+  // The first text of a column that has no numbers and no null words; empty if it has any.
   std::string TextOf(std::size_t column) const {
     const NumberReader reader('.', options_.null_words);
     std::string first;
@@ -95,7 +95,7 @@ class ColumnFinder {
     return Any(column, is_no_text) ? "" : first;
   }
 
-  // They are refused, not taken away: 1,234 and 1.234 are numbers already.
+  // Refused rather than removed, because 1,234 and 1.234 can also be numbers with decimals.
   void RefuseThousands(std::size_t column) const {
     std::string found;
     const auto has_thousands = [&](const std::string& cell) {

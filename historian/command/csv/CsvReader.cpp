@@ -8,7 +8,7 @@
 namespace historian::command {
 namespace {
 
-// Bounds what a quote that is never closed can take in.
+// Limits how much is read after a quote that is never closed.
 constexpr std::size_t kLongestRow = 16 * 1024 * 1024;
 
 }  // namespace
@@ -61,7 +61,7 @@ bool CsvReader::EndsLine(std::size_t at) const {
   return buffer_[at] == '\n' || (buffer_[at] == '\r' && at + 1 < buffer_.size() && buffer_[at + 1] != '\n');
 }
 
-// The line end that closes the row, npos when the buffer does not hold it.
+// The position of the row's line end; npos when the buffer does not hold it.
 std::size_t CsvReader::FindEnd() const {
   const bool comment = begin_ < buffer_.size() && buffer_[begin_] == '#';
   bool quoted = false, cell_begins = true, quoted_cell = false;
@@ -74,7 +74,7 @@ std::size_t CsvReader::FindEnd() const {
     if (EndsLine(at)) return at;
     if (comment) continue;
     if (cell_begins) quoted_cell = c == '"';
-    // A doubled quote closes the quotes and opens them again.
+    // A doubled quote closes the quotes and opens them again, so it needs no case of its own.
     quoted = c == '"' && quoted_cell && (cell_begins || buffer_[at - 1] == '"');
     cell_begins = c == delimiter_;
   }

@@ -11,20 +11,20 @@ namespace historian::command {
 // Reads delimited text row by row. Cells may be quoted; then they may hold delimiters, line ends and doubled
 // quotes. Lines end in LF or CR LF. Memory does not grow with the file.
 //
-// Why not a parser from a package: none that streams gives the line and the column of what it could not read,
-// which every message about a file here names.
+// Not a parser from a package, because no streaming one reports the line and the column of an error, which
+// all messages of this program name.
 class CsvReader {
  public:
   CsvReader(TextSource& text, char delimiter) : text_(text), delimiter_(delimiter) {}
 
-  // Reads the next row; false after the last one. Blank lines and those that begin with '#' are left out. The
-  // cells are valid until the next call; those not quoted are without blanks at both ends. A quote that is
-  // never closed is a Refusal.
+  // Reads the next row; false after the last one. Skips blank lines and lines that begin with '#'. The cells
+  // are valid until the next call; cells without quotes are trimmed. Throws a Refusal for a quote that is
+  // never closed.
   bool ReadRow(std::vector<std::string_view>& cells);
 
-  std::size_t line() const { return line_; }  // on which the row read last begins, from 1
+  std::size_t line() const { return line_; }  // first line of the row read last, from 1
 
-  // What is wrong with the row read last, as the end of a sentence, and in which cell (from 0).
+  // What is wrong with the row read last, as the end of a sentence, and the cell (from 0) in which it is.
   struct Problem {
     std::string what;
     std::size_t column = 0;
@@ -48,7 +48,7 @@ class CsvReader {
   Problem problem_;
 };
 
-// Without blanks at both ends.
+// Removes blanks at both ends.
 std::string_view Trim(std::string_view text);
 
 }  // namespace historian::command

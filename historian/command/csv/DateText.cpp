@@ -16,7 +16,7 @@ bool Take(std::string_view& text, char wanted) {
   return true;
 }
 
-// A number of `least` to `most` digits; how many it has is in `count`.
+// Takes a number of `least` to `most` digits; `count` receives the number of digits.
 bool TakeNumber(std::string_view& text, std::size_t least, std::size_t most, int& number,
                 std::size_t* count = nullptr) {
   std::size_t digits = 0;
@@ -29,7 +29,7 @@ bool TakeNumber(std::string_view& text, std::size_t least, std::size_t most, int
   return true;
 }
 
-// Four digits, or two: 70 to 99 are of the last century.
+// Takes four digits, or two: 70 to 99 mean the last century.
 bool TakeYear(std::string_view& text, int& number) {
   std::size_t digits = 0;
   if (!TakeNumber(text, 2, 4, number, &digits) || digits == 3) return false;
@@ -88,7 +88,7 @@ bool TakeOffset(std::string_view& text, std::optional<minutes>& offset) {
   return true;
 }
 
-// To the microsecond; `finer` is set when digits after it are lost.
+// Reads to the microsecond; sets `finer` when further digits are lost.
 bool TakeFraction(std::string_view& text, microseconds& fraction, bool& finer) {
   if (text.size() < 2 || (text[0] != '.' && text[0] != ',') || !IsDigit(text[1])) return true;
   text.remove_prefix(1);

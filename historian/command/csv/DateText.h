@@ -8,16 +8,17 @@
 
 namespace historian::command {
 
-// A time as a text writes it, before its zone is known.
+// A time as written in a text, before its zone is known.
 struct WrittenTime {
   std::chrono::local_time<std::chrono::microseconds> local;
-  std::optional<std::chrono::minutes> offset;  // east of Greenwich, where the text names it
+  std::optional<std::chrono::minutes> offset;  // east of Greenwich, if the text has it
 };
 
-// What a text is wrong in, as the end of a sentence; empty when it is a time of the kind, which is no epoch.
+// Reads a time of a kind other than the epoch kinds. Returns what is wrong with the text, as the end of a
+// sentence; null when nothing is.
 const char* ReadWrittenTime(std::string_view text, TimeFormat::Kind kind, WrittenTime& written);
 
-// The parts alone. Each takes what it reads from the front of the text; false when it cannot.
+// Read only a date or a time of day, and remove it from the front of the text. Return false if there is none.
 bool TakeDate(std::string_view& text, TimeFormat::Kind kind, std::chrono::year_month_day& date);
 bool TakeClock(std::string_view& text, std::chrono::microseconds& clock, bool& finer);
 

@@ -30,7 +30,7 @@ std::string_view MarkOf(Encoding encoding) {
   return {};
 }
 
-// The beginning may end within a character.
+// The text may end within a character, because it is only the beginning of the file.
 bool LooksLikeUtf8(std::string_view text) {
   for (std::size_t cut = 0; cut < 4 && cut <= text.size(); ++cut) {
     if (IsUtf8(text.substr(0, text.size() - cut))) return true;
@@ -38,7 +38,7 @@ bool LooksLikeUtf8(std::string_view text) {
   return false;
 }
 
-// Of text in a European language nearly every other byte is zero.
+// In text of a European language, nearly every other byte is zero.
 std::size_t ZerosAt(std::string_view text, std::size_t first) {
   std::size_t zeros = 0;
   for (std::size_t at = first; at < text.size(); at += 2) zeros += text[at] == '\0';

@@ -14,11 +14,11 @@ const char* NameOf(Encoding encoding);
 // utf-8, latin-1 (with the characters that Windows adds), utf-16, utf-16be.
 std::optional<Encoding> EncodingNamed(std::string_view name);
 
-// What the beginning of a file shows: a byte order mark, the zero bytes of UTF-16, else UTF-8 when it is
-// UTF-8.
+// Recognises the encoding by the beginning of a file: by a byte order mark or the zero bytes of UTF-16, else
+// UTF-8 if it is valid.
 Encoding DetectEncoding(std::string_view beginning);
 
-// A file as UTF-8, whatever it is written in; without a byte order mark.
+// Converts a file to UTF-8, without a byte order mark.
 class TextSource {
  public:
   TextSource(ByteSource& bytes, Encoding encoding) : bytes_(bytes), encoding_(encoding) {}

@@ -20,7 +20,7 @@ struct Gunzip::State {
   Source read;
   std::vector<char> input = std::vector<char>(kPackedBlock);
   z_stream stream{};
-  bool inside = false;  // a member of the file has begun and not ended
+  bool inside = false;  // within a member of the file
 
   void Fill() {
     stream.avail_in = static_cast<uInt>(read(input.data(), input.size()));

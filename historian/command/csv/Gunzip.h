@@ -6,8 +6,8 @@
 
 namespace historian::command {
 
-// Unpacks a gzip stream that `read` delivers piece by piece. A damaged stream is a Refusal that names the
-// file.
+// Unpacks a gzip stream that `read` delivers piece by piece. Throws a Refusal that names the file if the
+// stream is damaged.
 class Gunzip {
  public:
   using Source = std::function<std::size_t(char* to, std::size_t most)>;
@@ -15,7 +15,7 @@ class Gunzip {
   Gunzip(std::string path, Source read);
   ~Gunzip();
 
-  // Reads up to so many bytes; 0 at the end.
+  // Reads up to `most` bytes; returns 0 at the end.
   std::size_t Read(char* to, std::size_t most);
 
  private:

@@ -1,4 +1,4 @@
-// Files of JSON lines, as export writes them: {"time": "2026-11-21T20:40:05Z", "tag": "PUMP.SPEED",
+// Reads files of JSON lines, as export writes them: {"time": "2026-11-21T20:40:05Z", "tag": "PUMP.SPEED",
 // "value": 21.5}
 #include <algorithm>
 #include <cfloat>

@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::array<char, 4> kDelimiters = {',', ';', '\t', '|'};
 
-// Works one thing after the other out of the first rows.
+// Determines the layout step by step from the first rows.
 class Detector {
  public:
   Detector(ByteSource& file, const FileOptions& options) : file_(file), options_(options) {}
@@ -66,7 +66,8 @@ class Detector {
     std::optional<Sample> best;
     for (const char delimiter : kDelimiters) {
       Sample sample(text, delimiter, options_);
-      // Numbers with decimal commas look like two cells, their names like one.
+      // With the wrong delimiter, numbers with decimal commas look like two cells, while their names look
+      // like one.
       const auto rank = [](const Sample& one) {
         return std::tuple(one.timed(), !one.HeaderRows().empty(), one.width());
       };
@@ -118,7 +119,7 @@ class Detector {
     CheckWidth(sample, line);
   }
 
-  // A row of names that are fewer than the cells of the rows after it.
+  // Refuses a header row that has fewer names than the rows after it have cells.
   void RefuseNarrowHeader(const Sample& sample) const {
     const Sample::Row* header = nullptr;
     for (const auto& row : sample.rows()) {
@@ -138,7 +139,7 @@ class Detector {
                        [](const auto& cell) { return IsNumber(cell, '.') || IsNumber(cell, ','); });
   }
 
-  // A separator at the end of a row makes one more cell, which is empty.
+  // A separator at the end of a row makes one more, empty cell.
   void CheckWidth(const Sample& sample, std::size_t line) {
     while (layout_.names.size() > 2 && layout_.names.back().empty()) layout_.names.pop_back();
     const std::size_t names = layout_.names.size();

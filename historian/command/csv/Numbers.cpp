@@ -73,7 +73,7 @@ bool NumberReader::IsNull(std::string_view cell) const {
 NumberReader::Kind NumberReader::Read(std::string_view cell, double& value, std::string& problem) const {
   cell = Trim(cell);
   if (cell.empty()) return Kind::Empty;
-  if (!null_words_.empty() && IsNull(cell)) return Kind::Null;  // a number may be such a word, as -9999
+  if (!null_words_.empty() && IsNull(cell)) return Kind::Null;  // a null word may be a number, such as -9999
   if (Parse(cell, decimal_, value)) {
     if (!std::isnan(value)) return Kind::Number;
     problem = "is outside the range of a double";

@@ -9,12 +9,12 @@ namespace historian::command {
 // Reads the values of a file.
 class NumberReader {
  public:
-  // `decimal` is '.' or ','. `null_words` count besides the usual ones, in any case: NA, null, NaN, Bad, -
-  // ...
+  // `decimal` is '.' or ','. `null_words` are added to the usual ones (NA, null, NaN, Bad, -, ...); upper and
+  // lower case are the same.
   NumberReader(char decimal, std::vector<std::string> null_words);
 
   enum class Kind { Number, Null, Empty, Wrong };
-  // Of a wrong value `problem` says what is wrong, as the end of a sentence that begins with it.
+  // For a wrong value, `problem` is the end of a sentence that begins with the value.
   Kind Read(std::string_view cell, double& value, std::string& problem) const;
 
  private:
@@ -26,7 +26,7 @@ class NumberReader {
 
 // Whether a cell is a number with that decimal sign.
 bool IsNumber(std::string_view cell, char decimal);
-// Whether it has separators between its thousands, which are not read: 1,234.5 or 1.234.567
+// Whether a cell has separators between thousands (1,234.5 or 1.234.567), which are not supported.
 bool HasThousands(std::string_view cell);
 
 }  // namespace historian::command

@@ -67,7 +67,8 @@ void Sample::FindTimeColumn() {
     }
     if (const auto column = FindColumn(*names, options_.time_column)) columns.push_back(*column);
   }
-  // A date with a time of day beside it is a time in itself, so these pairs come first.
+  // A date followed by a time of day could also be read as a time by itself, so such pairs are looked for
+  // first.
   std::size_t most = 0;
   for (const bool clock : {true, false}) {
     for (const std::size_t column : columns) {
@@ -96,7 +97,8 @@ std::size_t Sample::UsualWidth() const {
   return most == counts.end() ? 0 : most->first;
 }
 
-// Without the columns at the end that are empty in every row: separators at the end of rows make them.
+// The width without columns at the end that are empty in every row; separators at the end of rows make such
+// columns.
 std::size_t Sample::FilledWidth() const {
   std::size_t filled = 0;
   for (const Row& row : rows_) {
@@ -108,8 +110,8 @@ std::size_t Sample::FilledWidth() const {
   return filled;
 }
 
-// Any column of numbers might be one of times; only the first is taken for it, and one that is called
-// so.
+// Any column of numbers might hold times. Only the first column is taken for one, and a column with the name
+// of one.
 bool Sample::MayHoldNumericTime(std::size_t column) const {
   if (column == 0 || !options_.time_column.empty() || !options_.time_format.empty()) return true;
   return !rows_.empty() && column < rows_[0].cells.size() &&

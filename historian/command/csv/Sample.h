@@ -9,7 +9,7 @@
 
 namespace historian::command {
 
-// The first rows of a file as one delimiter divides them, and which of them hold a time where.
+// The first rows of a file, divided by one delimiter, and where they hold a time.
 class Sample {
  public:
   struct Row {
@@ -21,19 +21,19 @@ class Sample {
 
   char delimiter() const { return delimiter_; }
   const std::vector<Row>& rows() const { return rows_; }
-  std::size_t width() const { return width_; }  // cells of most rows that hold a time
+  std::size_t width() const { return width_; }  // the most frequent number of cells in rows with a time
   std::size_t time_column() const { return time_column_; }
-  bool has_clock() const { return has_clock_; }  // the column after the date's is the time of day
-  // Rows of the usual width with a time: the more, the more likely is the delimiter.
+  bool has_clock() const { return has_clock_; }  // the column after the date holds the time of day
+  // The number of rows of the usual width with a time: the more, the more likely the delimiter is right.
   std::size_t timed() const { return timed_; }
   bool IsTimed(const Row& row) const { return HoldsTime(row, time_column_, has_clock_); }
-  // Whether the row calls the column of the time by a usual name.
+  // Whether the row has a usual name for the column of the time.
   bool NamesTime(const Row& row) const;
   std::string TimeText(const Row& row) const;
-  // A number in the place of a time that may be a day of a spreadsheet; empty when there is none.
+  // A number in place of a time that may be a spreadsheet's count of days; empty when there is none.
   std::string ExcelTime() const;
-  // Before any row with a time and of its width, with two cells filled at least: the header row, and perhaps
-  // units.
+  // The rows before the first one with a time that have its width and at least two filled cells: the header
+  // row, and perhaps units.
   std::vector<const Row*> HeaderRows() const;
 
  private:
@@ -53,7 +53,7 @@ class Sample {
   bool has_clock_ = false;
 };
 
-// The number of the column of that name (or number from 1) among names; nothing when there is none.
+// The index of the column with that name, or with that number from 1; no value when there is none.
 std::optional<std::size_t> FindColumn(const std::vector<std::string>& names, const std::string& wanted);
 
 }  // namespace historian::command

@@ -99,7 +99,7 @@ bool SampleFile::ReadLong(Time time, std::vector<LogSample>& samples, BadRow& ba
   return tag != nullptr && AddValue(time, *tag, layout_.value_column, samples, bad);
 }
 
-// A file names a tag again and again.
+// Files repeat their tags, so converted names are kept.
 const std::wstring* SampleFile::TagNamed(std::string_view name, BadRow& bad) {
   const auto found = tag_names_.find(std::string(name));
   if (found != tag_names_.end()) return &found->second;

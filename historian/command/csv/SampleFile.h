@@ -23,24 +23,24 @@ struct BadRow {
   std::string Describe(const std::string& file) const;
 };
 
-// A file of samples, read from its beginning to its end with one row in memory.
+// Reads a file of samples row by row, with one row in memory.
 class SampleFile {
  public:
-  // `name` is what messages call the file. The zone has to outlive the object.
+  // `name` is the file's name in messages. The zone must outlive the object.
   SampleFile(const std::string& path, std::string name, FileOptions options, const Zone& zone);
   SampleFile(const SampleFile&) = delete;
   SampleFile& operator=(const SampleFile&) = delete;
 
   enum class Result { Row, Bad, End };
-  // Appends the samples of the next row; of a bad one it appends none and says what is wrong.
+  // Appends the samples of the next row. For a bad row it appends nothing and says what is wrong.
   Result ReadRow(std::vector<LogSample>& samples, BadRow& bad);
   void Rewind();
 
   const std::string& name() const { return name_; }
   const Layout& layout() const { return layout_; }
-  double share() const;  // of the file that is read, 0 to 1
+  double share() const;  // the part of the file that was read, 0 to 1
   std::uint64_t size() const { return bytes_.size(); }
-  // Of the bytes read since the beginning; once the end is reached, of the whole content.
+  // The hash of the bytes read since the beginning; at the end, of the whole content.
   std::uint64_t content_hash() const { return bytes_.hash(); }
 
  private:
@@ -66,7 +66,7 @@ class SampleFile {
   std::vector<std::wstring> tags_;  // of the tag columns
   std::unordered_map<std::string, std::wstring> tag_names_;
   std::string joined_time_;
-  std::string lines_;  // of a file of JSON lines; up to lines_at_ they are read
+  std::string lines_;  // a piece of a file of JSON lines, read up to lines_at_
   std::size_t lines_at_ = 0;
   std::size_t json_line_ = 0;
 };

@@ -38,8 +38,8 @@ constexpr char kTooFine[] = "is finer than a millisecond (--truncate-times cuts 
 
 bool IsEpoch(Kind kind) { return kind == Kind::EpochSeconds || kind == Kind::EpochMilliseconds; }
 
-// Reads digits, with or without a fraction, into microseconds; `unit` is how many of them 1 is. Returns what
-// is wrong with the text, null if nothing is.
+// Converts digits, with or without a fraction, to microseconds; `unit` is the number of microseconds in 1.
+// Returns what is wrong with the text, null if nothing is.
 const char* ReadEpoch(std::string_view text, std::int64_t unit, std::int64_t& us) {
   std::int64_t whole = 0;
   const char* const end = text.data() + text.size();
@@ -60,8 +60,8 @@ const char* ReadEpoch(std::string_view text, std::int64_t unit, std::int64_t& us
   return nullptr;
 }
 
-// Days since 1899-12-30 with a fraction, to the millisecond. Spreadsheets write few decimals: the whole
-// second that the text may mean is taken for it.
+// Converts days since 1899-12-30 with a fraction, to the millisecond. Spreadsheets write few decimals, so the
+// text is read as a whole second if it can mean one.
 const char* ReadExcel(std::string_view text, microseconds& us) {
   constexpr double kMost = 2'958'466;  // the end of 9999
   if (text.find_first_not_of("0123456789.,") != text.npos) return kNotExcel;

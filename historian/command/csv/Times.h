@@ -29,11 +29,11 @@ struct TimeFormat {
 
 // iso, german, us, eu, ymd, month-name, epoch, epoch-ms, excel, or a pattern.
 std::string NameOf(const TimeFormat& format);
-// Throws a Refusal for what is neither.
+// Throws a Refusal for any other text.
 TimeFormat TimeFormatNamed(const std::string& name);
 
-// The formats that read every one of the texts. Days of a spreadsheet are none of them: any measurement could
-// be one.
+// The formats that can read all of the texts. Days of a spreadsheet are never among them, because any
+// measurement could be one.
 std::vector<TimeFormat> FormatsOf(const std::vector<std::string>& texts);
 // Whether any format reads the text.
 bool IsTime(std::string_view text);
@@ -43,14 +43,15 @@ bool IsClock(std::string_view text);
 // Whether a number could be a day of the years 1982 to 2119 in a spreadsheet.
 bool MayBeExcel(std::string_view text);
 
-// Reads times of one format; those that name no zone are of the zone given.
+// Reads times of one format. Times without a zone are in `zone`.
 class TimeReader {
  public:
-  // `truncate` cuts what is finer than a millisecond, which is refused otherwise.
+  // `truncate` cuts times to the millisecond; otherwise finer times are refused.
   TimeReader(TimeFormat format, const Zone& zone, bool truncate)
       : format_(std::move(format)), zone_(&zone), truncate_(truncate) {}
 
-  // False when the text is no time; `problem` says why, as the end of a sentence that begins with the text.
+  // Returns false when the text is not a time; `problem` is then the end of a sentence that begins with the
+  // text.
   bool Read(std::string_view text, Time& time, std::string& problem) const;
 
  private:
@@ -59,8 +60,8 @@ class TimeReader {
   bool truncate_;
 };
 
-// An instant on the command line: a time as in ISO 8601, "now", or that long before `end`, which is now
-// unless given: 30m, 24h, 7d, 1y. Throws a Refusal that names the option.
+// Reads an instant of the command line: a time as in ISO 8601, "now", or a duration before `end` (by default
+// now): 30m, 24h, 7d, 1y. Throws a Refusal that names the option.
 Time ReadTimeArgument(const std::string& option, const std::string& text, const Zone& zone,
                       std::optional<Time> end = {});
 

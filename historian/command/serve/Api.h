@@ -20,10 +20,11 @@ namespace historian::command {
 //   /api/health                                         what historian doctor finds
 //   /api/trend.csv, /api/samples.csv                    the same range to keep: buckets, samples
 //
-// A failure is {"error": TEXT, "away": true where the server of the database is to blame}.
+// The answer to a request that fails is {"error": TEXT, "away": BOOL}; `away` is true when the database
+// server cannot be reached.
 class Api {
  public:
-  // `most_samples`: of a download.
+  // `most_samples` is the limit of a download.
   Api(const ServerOptions& options, Pool::Limits limits, std::uint64_t most_samples)
       : most_samples_(most_samples), pool_(options, limits), tags_(pool_) {}
 
@@ -42,7 +43,7 @@ class Api {
   void Health(const Request& request, Response& response);
   void SamplesCsv(const Request& request, Response& response);
 
-  // The trend that `tag`, `from`, `to` and `buckets` ask for.
+  // Reads the trend for the parameters `tag`, `from`, `to` and `buckets`.
   historian::Trend ReadTrendOf(const Parameters& parameters, int usual_buckets);
 
   const std::uint64_t most_samples_;
@@ -50,7 +51,7 @@ class Api {
   TagList tags_;
 };
 
-// Runs a handler and makes an answer of what it throws.
+// Runs a handler and turns its exceptions into answers.
 httplib::Server::Handler Answering(httplib::Server::Handler handler);
 
 }  // namespace historian::command

@@ -11,8 +11,8 @@ namespace {
 
 constexpr std::size_t kPiece = 64 * 1024;  // bytes sent at once
 
-// The time limit of a statement runs while the client takes the samples. One that takes none for seconds is
-// given up anyhow.
+// No time limit, because the time of the statement includes the client's download. A client that reads
+// nothing for some seconds is disconnected anyhow.
 constexpr wchar_t kNoLimit[] = L"select set_config('statement_timeout', '0', false)";
 constexpr wchar_t kUsualLimit[] =
     L"select set_config('statement_timeout', reset_val, false) from pg_settings "
@@ -30,7 +30,7 @@ void RequireFew(Server& server, const Samples& samples, std::uint64_t most) {
                        "more than " + FormatCount(most) + " samples; zoom in, or use historian export");
 }
 
-// Sends the samples while they are read. Throws when they cannot be read or the client has gone.
+// Sends the samples while they are read. Throws when they cannot be read or the client has disconnected.
 void SendSamples(Server& server, const Samples& samples, httplib::DataSink& sink) {
   const auto utc = FindZone("UTC");
   std::ostringstream text;
@@ -38,7 +38,7 @@ void SendSamples(Server& server, const Samples& samples, httplib::DataSink& sink
     const std::string piece = std::exchange(text, std::ostringstream()).str();
     if (!sink.write(piece.data(), piece.size())) throw Failure("the client has gone");
   };
-  server.Value(kNoLimit);  // a failure on the way ends the connection, and with it the setting
+  server.Value(kNoLimit);  // after a failure the connection is closed, and with it the setting
   LongWriter writer(text, *utc);
   ReadSamples(server, samples.tags, samples.from, samples.to,
               [&](Microseconds time, const std::string& tag, const std::string& value) {
@@ -61,7 +61,7 @@ void Api::SamplesCsv(const Request& request, Response& response) {
   const Parameters parameters(request);
   const TimeRange range = parameters.Range();
   const Samples samples = {parameters.Tags(), range.from, range.to - std::chrono::milliseconds(1)};
-  // What can be refused is refused before the answer begins.
+  // Refuses what it can before the answer begins.
   pool_.Run([&](Server& server) { RequireFew(server, samples, most_samples_); });
   SetFile(response, "samples.csv");
   response.set_chunked_content_provider(

@@ -8,7 +8,7 @@
 namespace historian::command {
 namespace {
 
-// An address in numbers: no DNS has led here.
+// Whether the host is a numeric address, which needs no DNS.
 bool IsAddress(std::string_view host) {
   if (host.find(':') != host.npos) return host.find_first_not_of("0123456789abcdefABCDEF:.") == host.npos;
   return !host.empty() && host.find_first_not_of("0123456789.") == host.npos;
@@ -21,7 +21,7 @@ bool SameName(std::string_view a, std::string_view b) {
                     [](char x, char y) { return Lower(x) == Lower(y); });
 }
 
-// In a time that does not depend on where they differ.
+// Compares in constant time, independent of where the tokens differ.
 bool SameToken(std::string_view a, std::string_view b) {
   if (a.size() != b.size()) return false;
   unsigned difference = 0;
@@ -90,7 +90,8 @@ bool Guard::Admit(const httplib::Request& request, httplib::Response& response) 
     return false;
   }
   if (options_.token.empty() || ShowsToken(request)) return true;
-  // The address that the program has printed: the token moves into a cookie and out of sight.
+  // The address that the program has printed: moves the token into a cookie, so that the address no longer
+  // shows it.
   if (request.path == "/" && SameToken(request.get_param_value("token"), options_.token)) {
     response.set_header("Set-Cookie",
                         options_.cookie + '=' + options_.token + "; Path=/; HttpOnly; SameSite=Strict");

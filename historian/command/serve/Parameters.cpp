@@ -11,7 +11,7 @@ namespace historian::command {
 namespace {
 
 constexpr std::int64_t kYear = 31'556'952'000;  // milliseconds
-// Beyond what calendars of programs agree on: the years 1 and 9999.
+// The years 1 and 9999; programs disagree about dates beyond these.
 constexpr std::int64_t kFirst = -62'135'596'800'000;
 constexpr std::int64_t kLast = 253'402'300'799'999;
 
@@ -22,7 +22,7 @@ std::int64_t Integer(const httplib::Request& request, const std::string& name, s
   const auto read = std::from_chars(text.data(), text.data() + text.size(), value);
   if (text.empty() || read.ec != std::errc() || read.ptr != text.data() + text.size() || value < least ||
       value > most)
-    throw RequestRefused(kBadRequest, name + " has to be a whole number from " + std::to_string(least) +
+    throw RequestRefused(kBadRequest, name + " must be a whole number from " + std::to_string(least) +
                                           " to " + std::to_string(most));
   return value;
 }
@@ -35,7 +35,7 @@ std::vector<std::string> Parameters::Tags(std::size_t least) const {
     const std::string tag = request_.get_param_value("tag", i);
     if (tag.empty() || tag.size() > kLongestTag || tag.find('\0') != tag.npos || !IsUtf8(tag))
       throw RequestRefused(kBadRequest,
-                           "tag has to be a name in UTF-8 of 1 to " + std::to_string(kLongestTag) + " bytes");
+                           "tag must be a name in UTF-8 of 1 to " + std::to_string(kLongestTag) + " bytes");
     if (std::find(tags.begin(), tags.end(), tag) == tags.end()) tags.push_back(tag);
   }
   if (tags.size() < least) throw RequestRefused(kBadRequest, "tag names none");

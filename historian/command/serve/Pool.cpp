@@ -11,7 +11,7 @@ namespace {
 
 constexpr char kSession[] = "-c default_transaction_read_only=on -c statement_timeout=30s";
 
-// Whether the request has failed for want of the connection.
+// Runs the request. Returns whether it failed because the connection was lost.
 bool Lost(const std::function<void()>& request, std::exception_ptr& failure) {
   try {
     request();
@@ -34,7 +34,7 @@ ServerOptions ReadOnly(ServerOptions options) {
   const std::size_t own = options.database.find("options");
   if (own != std::string::npos && options.database.find_first_of('=', own) != std::string::npos)
     throw Refusal("--database sets options of the session, which serve sets itself; use PGOPTIONS");
-  // The database text takes options after a semicolon; they replace those of the environment.
+  // Options follow a semicolon in the database text, and replace those of the environment.
   const char* environment = std::getenv("PGOPTIONS");
   options.database += options.database.find(';') == std::string::npos ? ";" : " ";
   if (environment != nullptr) options.database.append(environment).append(" ");
@@ -47,7 +47,7 @@ bool SaysServerAway(const std::string& sql_state) {
          sql_state == "53300";
 }
 
-// A place among those that use a connection at the same time.
+// One of the limited places for requests that use a connection at the same time.
 class Pool::Place {
  public:
   explicit Place(Pool& pool) : pool_(pool) {
@@ -71,7 +71,7 @@ class Pool::Place {
   Place(const Place&) = delete;
   Place& operator=(const Place&) = delete;
 
-  Connection connection;  // none: one is to be made; it is kept for the next request
+  Connection connection;  // null: the request makes one, which is kept for the next request
 
  private:
   Pool& pool_;
@@ -88,7 +88,7 @@ void Pool::Run(const std::function<void(Server&)>& request) {
       place.connection.reset();
       std::rethrow_exception(failure);
     }
-    // The others were lost with it.
+    // The idle connections were lost as well.
     place.connection.reset();
     const std::lock_guard lock(mutex_);
     idle_.clear();

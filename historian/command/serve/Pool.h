@@ -10,7 +10,7 @@
 
 namespace historian::command {
 
-// Read-only connections to the database, each of which one request at a time uses.
+// A pool of read-only connections to the database. A connection serves one request at a time.
 class Pool {
  public:
   struct Limits {
@@ -20,8 +20,9 @@ class Pool {
   // Connects when the first request comes. Throws a Refusal when the options of the session are set already.
   Pool(const ServerOptions& options, Limits limits);
 
-  // Runs a request with a connection to itself. One that finds its connection lost, as after a restart of the
-  // server, runs once more with a new one. Throws RequestRefused when too many wait.
+  // Runs a request with a connection of its own. If the connection turns out to be lost, as after a restart
+  // of the server, runs the request once more with a new one. Throws RequestRefused when too many requests
+  // wait.
   void Run(const std::function<void(Server&)>& request);
 
  private:
@@ -40,8 +41,8 @@ class Pool {
 // most.
 ServerOptions ReadOnly(ServerOptions options);
 
-// Whether an SQLSTATE says that the server is away: no answer, a lost connection, a server that goes down or
-// is not up yet, too many connections.
+// Whether an SQLSTATE means that the server is away: no answer, a lost connection, a server that is shutting
+// down or starting, too many connections.
 bool SaysServerAway(const std::string& sql_state);
 
 }  // namespace historian::command

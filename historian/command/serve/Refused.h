@@ -5,7 +5,7 @@
 
 namespace historian::command {
 
-// A request that gets no data: the status and the text that answer it.
+// Thrown to refuse a request: the status and the text of the answer.
 struct RequestRefused : std::runtime_error {
   RequestRefused(int its_status, const std::string& text) : std::runtime_error(text), status(its_status) {}
   int status;

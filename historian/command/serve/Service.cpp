@@ -9,11 +9,12 @@
 namespace historian::command {
 namespace {
 
-// Threads that answer: more than requests may wait for the database, so that one too many is answered, too.
+// Threads that answer requests: more than may wait for the database, so that a request too many still gets an
+// answer.
 constexpr std::size_t kThreads = 32;
 constexpr int kPatience = 10;  // seconds for a client to send its request
 
-// Without SO_REUSEPORT, with which a second program could take the same port.
+// Does not set SO_REUSEPORT, which would let a second program use the same port.
 void SetSocketOptions(socket_t socket) {
   const int yes = 1;
   setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
@@ -23,7 +24,7 @@ int ReadPort(const std::string& text, std::string_view digits) {
   int port = -1;
   const auto read = std::from_chars(digits.data(), digits.data() + digits.size(), port);
   if (read.ec != std::errc() || read.ptr != digits.data() + digits.size() || port < 0 || port > 65535)
-    throw Refusal("--listen " + Quote(text) + ": the port has to be a number up to 65535");
+    throw Refusal("--listen " + Quote(text) + ": the port must be a number up to 65535");
   return port;
 }
 
@@ -60,7 +61,7 @@ Service::Service(const Options& options)
     server_.listen_after_bind();
     ended_.set_value();
   });
-  // Before it runs it cannot be stopped.
+  // The server cannot be stopped before it runs.
   while (!server_.is_running()) std::this_thread::yield();
 }
 

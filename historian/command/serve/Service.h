@@ -13,8 +13,8 @@ namespace historian::command {
 
 // Where the page is served.
 struct Address {
-  std::string host = "127.0.0.1";  // an address in numbers, or localhost
-  int port = 8470;                 // 0: any that is free
+  std::string host = "127.0.0.1";  // a numeric address, or localhost
+  int port = 8470;                 // 0: any free port
 
   bool loopback() const;
   // The page's own address: http://127.0.0.1:8470/
@@ -24,7 +24,7 @@ struct Address {
 // HOST, HOST:PORT, :PORT, [IPv6]:PORT. Throws a Refusal for anything else.
 Address ReadAddress(const std::string& text);
 
-// Serves the page and its data in threads of its own, from its making until Stop.
+// Serves the page and its data on its own threads, from its construction until Stop.
 class Service {
  public:
   struct Options {
@@ -33,14 +33,14 @@ class Service {
     Address address;
     std::string token;  // empty: none
     std::vector<std::string> names;
-    std::uint64_t most_samples = 1'000'000;  // of a download
+    std::uint64_t most_samples = 1'000'000;  // limit of a download
   };
-  // Throws a Refusal when the address cannot be had.
+  // Throws a Refusal when the address cannot be used.
   explicit Service(const Options& options);
   ~Service();  // waits for the requests under way
 
   const Address& address() const { return address_; }  // with the port that is used
-  // Ends it as soon as the requests under way have ended; false where they have not within a second.
+  // Stops when the current requests have ended. Returns false if they have not ended within a second.
   bool Stop();
 
  private:

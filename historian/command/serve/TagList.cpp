@@ -9,9 +9,10 @@ namespace historian::command {
 namespace {
 
 constexpr std::chrono::seconds kLeastAge{10};
-constexpr int kMostShare = 20;  // reading takes this part of the time at most
+constexpr int kMostShare = 20;  // reading takes at most 1/20 of the time
 
-// Of the scripts that tags are named in: the C library folds by the locale, which programs start without.
+// Covers the scripts that tag names use. The C library's function depends on the locale, which a program
+// starts without.
 wchar_t Lower(wchar_t c) {
   const bool latin = (c >= L'A' && c <= L'Z') || (c >= L'\u00C0' && c <= L'\u00DE' && c != L'\u00D7');
   const bool greek = c >= L'\u0391' && c <= L'\u03A9', cyrillic = c >= L'\u0410' && c <= L'\u042F';
@@ -35,7 +36,7 @@ TagList::Tags TagList::Get() {
   if (Tags fresh = Fresh()) return fresh;
   std::unique_lock reading(reading_, std::try_to_lock);
   if (!reading) {
-    // Another request reads them. Older ones do meanwhile.
+    // Another request is reading them. Until it is done, older tags will do.
     {
       const std::lock_guard lock(mutex_);
       if (tags_) return tags_;

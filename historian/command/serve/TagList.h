@@ -11,7 +11,7 @@
 
 namespace historian::command {
 
-// The tags there are. Reading them may take long, so one request does it for all, and not often.
+// A cached list of the tags. Reading it may take long, so one request reads it for all, and not often.
 class TagList {
  public:
   using Tags = std::shared_ptr<const std::vector<TagInfo>>;
@@ -25,14 +25,14 @@ class TagList {
   Tags Fresh();
 
   Pool& pool_;
-  std::mutex reading_;  // held while they are read
-  std::mutex mutex_;    // of what follows
+  std::mutex reading_;  // held while the tags are read
+  std::mutex mutex_;    // guards the members below
   Tags tags_;
   Clock::time_point stale_from_;
 };
 
-// The tags that hold every word of a text, in upper or lower case: those that begin with the text first, then
-// by name.
+// The tags that contain every word of a text, ignoring case. Tags that begin with its first word come first;
+// otherwise the order is kept.
 std::vector<TagInfo> FindTags(const std::vector<TagInfo>& tags, const std::string& text);
 
 }  // namespace historian::command

@@ -27,7 +27,7 @@ BOOL WINAPI Note(DWORD event) {
 
 }  // namespace
 
-// main's arguments are in the system's code page, which lacks most characters.
+// main's arguments cannot be used: they are in the system's code page, which lacks most characters.
 std::vector<std::string> Arguments(int, char**) {
   int count = 0;
   wchar_t** const wide = CommandLineToArgvW(GetCommandLineW(), &count);
