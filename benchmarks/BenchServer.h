@@ -8,7 +8,7 @@
 
 #include "DbmsAPI/Dbms.h"
 
-// The server to measure with, from DBMSAPI_TEST_HOST, _PORT, _USER and _PASSWORD. Each program creates a
+// The server of the measurements, from DBMSAPI_TEST_HOST, _PORT, _USER and _PASSWORD. Each program creates a
 // database there, dropping one of the same name first.
 
 namespace bench {
@@ -47,7 +47,7 @@ class BenchServer {
   // Empties a table and makes a checkpoint, so that every turn starts from the same state.
   void Settle(const std::string& table);
 
-  // The processor time that each process of the server has taken, by process id; of a server on this machine.
+  // The processor time of each process of the server, by process id. The server must be on this machine.
   std::map<int, double> ProcessorSeconds();
 
   const std::string& host() const { return host_; }

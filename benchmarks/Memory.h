@@ -2,10 +2,10 @@
 
 namespace bench {
 
-// The most memory that this process has occupied since ResetPeakMemory, in MiB.
+// The peak memory of this process since ResetPeakMemory, in MiB.
 double PeakMemory();
 
-// Returns what it occupies now.
+// Returns the memory in use now.
 double ResetPeakMemory();
 
 }  // namespace bench

@@ -17,7 +17,7 @@ struct Turns {
   std::vector<double> seconds, ratios, cpuSeconds;
 };
 
-// One turn; gives its seconds.
+// Runs one turn; returns its seconds.
 double Take(const Contender& contender, Turns& turns) {
   if (contender.prepare) contender.prepare();
   const double cpu = ProcessorSeconds();

@@ -5,8 +5,9 @@
 #include <string>
 #include <vector>
 
-// Compares ways to do the same thing. They take turns (A B A B ...), so that a disturbance of the machine
-// affects all of them, and each turn is compared with the first contender's turn of the same round.
+// Compares several ways to do the same thing, the contenders. They take turns (A B A B ...), so that a
+// disturbance of the machine affects all of them. Each turn is compared with the first contender's turn of
+// the same round.
 
 namespace bench {
 
@@ -24,7 +25,7 @@ struct Contender {
   std::function<void()> run;
 };
 
-// What one contender needed.
+// The result of one contender.
 struct Result {
   std::string name;
   double seconds = 0;     // median of its turns

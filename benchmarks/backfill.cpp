@@ -1,7 +1,7 @@
 // Backfill against InsertLogData, on the same samples in the same batches: all of them new, every tenth
-// stored already, and with two connections. Two loads at once that share no table show what the machine has
-// left for a second connection. `processors` shows which processes are at work meanwhile, without
-// InsertLogData; the server has to run on this machine:
+// stored already, and with two connections. Two simultaneous loads that share no table show how much a second
+// connection can gain on this machine. `processors` shows the processor time of each process during a load,
+// without InsertLogData; the server must run on this machine:
 //   backfill [race|processors [SAMPLES]]
 
 #include "historian/Backfill.h"
@@ -53,7 +53,7 @@ class Contest {
         second_(server.Library()),
         apart_(server.Library("dbname=" + server.database() + " options='-c search_path=apart'")) {
     bench::Require(first_->CreateSystemLogTable(0) && first_->CreateLogTable(0), "creating the tables");
-    // InsertLogData leaves the refreshing of aggregates to others.
+    // InsertLogData does not refresh the aggregates, so this does.
     server.Run("drop materialized view if exists datalog_1h; drop materialized view if exists datalog_1m");
     server.Run("create schema apart; create table apart.datalog (like datalog including all)");
   }
@@ -107,7 +107,7 @@ class Contest {
     return loads;
   }
 
-  // Seconds, and the processor time of this program, of the two sessions that took most and of all other
+  // Elapsed seconds, and the processor time of this program, of the two busiest sessions, and of all other
   // processes of the server.
   std::array<double, 5> Measure(const std::function<void()>& load) {
     const auto before = server_.ProcessorSeconds();
@@ -133,7 +133,7 @@ class Contest {
     server_.Run("checkpoint");
   }
 
-  // Loads batches that hold so many new samples.
+  // Loads batches with this many new samples.
   static void Load(const std::vector<std::shared_ptr<Dbms>>& connections, const std::vector<Samples>& batches,
                    std::size_t fresh) {
     const auto report = historian::Backfill(connections, "bench", Read(batches));

@@ -1,5 +1,5 @@
 // Eight objects on eight threads insert at once, compared with eight connections of hand-written libpq code.
-// With more threads than cores the times scatter; to show how much, the baseline also runs against itself.
+// With more threads than cores the times vary; to show how much, the baseline is also compared with itself.
 
 #include <thread>
 

@@ -1,7 +1,8 @@
-// What a sample takes on disk and in the write-ahead log, for signals that differ in how they change:
+// Measures the size of a sample on disk and in the write-ahead log, for signals that change in different
+// ways:
 //   history_size [SAMPLES TAGS]     default 2000000 1000; all samples are of one day
 //
-// With --timescale also once compressed, and what a row of the aggregates takes.
+// With --timescale also after compression, and the size of a row of the aggregates.
 
 #include <algorithm>
 #include <cmath>
@@ -39,7 +40,7 @@ void KeepValues(std::vector<LogSample>& samples, std::size_t tags) {
 void ChangeSlowly(std::vector<LogSample>& samples, std::size_t tags) {
   for (std::size_t i = 0; i < samples.size(); ++i) {
     const double previous = i < tags ? 50 : samples[i - tags].value;
-    const int chance = static_cast<int>(samples[i].value * 1000) % 20;  // of values spread evenly
+    const int chance = static_cast<int>(samples[i].value * 1000) % 20;  // evenly distributed
     const double step = chance == 0 ? 0.1 : chance == 1 ? -0.1 : 0;
     samples[i].value = std::round((previous + step) * 10) / 10;
   }

@@ -1,7 +1,7 @@
 // Runs one operation once, for a profiler of the client:
 //   one_operation insert|read|alarms|report_rows|system_log|delete|report library|baseline
 //
-// Profile what bench::Profiled calls. Prints how many things the operation did.
+// Profile the calls of bench::Profiled. Prints how many things (rows, samples, calls) the operation did.
 
 #include <iostream>
 #include <string_view>

@@ -1,7 +1,7 @@
-// The recorder: the replay of an hour without a server, what it stores against InsertLogData alone, how long
-// Record takes, and what eight threads record against one:
+// Measures the recorder: the replay of an hour without a server, storing compared with InsertLogData alone,
+// the time of Record, and recording on eight threads compared with one:
 //   recorder [replay|store|record|threads]
-// The spool lies in the working directory, whose disk is measured.
+// The spool is in the working directory, so its disk is measured.
 
 #include <algorithm>
 #include <atomic>
@@ -123,7 +123,7 @@ void ShareAmongThreads(std::size_t size, Durability durability) {
               Name(durability), bench::Median(ones), bench::Median(eights), bench::Median(ratios));
 }
 
-// What 1,000 tags have at a second.
+// The samples of 1,000 tags in one second.
 std::vector<LogSample> Cycle(std::int64_t second) {
   std::vector<LogSample> samples;
   for (std::size_t tag = 0; tag < kTags; ++tag) {
@@ -133,7 +133,7 @@ std::vector<LogSample> Cycle(std::int64_t second) {
   return samples;
 }
 
-// Records a cycle; gives the seconds until it is in the table.
+// Records a cycle; returns the seconds until it is in the table.
 double SecondsUntilStored(Recorder& recorder, PGconn* link, std::int64_t second) {
   const auto samples = Cycle(second);
   const auto recorded = Clock::now();
@@ -198,7 +198,7 @@ int main(int argc, char** argv) {
   SetDbmsDebugSink([](const wchar_t*) {});  // the missing server is intended
   const auto dbms = server.Library();
   bench::Require(dbms->CreateSystemLogTable(0) && dbms->CreateLogTable(0), "creating the tables");
-  // First: the others leave memory with the allocator.
+  // Runs first, because the others leave memory with the allocator.
   if (wanted("replay")) ReplayAnHour(server, 3600);
   if (wanted("store")) {
     StoreBesideInsertLogData(server, 1000, 100, Durability::Process);

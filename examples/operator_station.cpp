@@ -1,5 +1,5 @@
-// A small operator station: what a SCADA program does with the library, in the order a real start-up needs.
-// It uses operations of every group and prints what it finds.
+// A small operator station: what a SCADA program does with the library, in the order of a real start-up. It
+// uses operations of every group and prints what it finds.
 //
 //   operator_station HOST PORT DATABASE USER PASSWORD
 
@@ -53,7 +53,7 @@ void CreateTables(Dbms& dbms) {
   Check(dbms.CreateCommentTable() && dbms.CreateRecipeGroupTable() && dbms.CreateRecipeTable(), "recipes",
         dbms);
   Check(dbms.CreateGooseTable(), "GOOSE messages", dbms);
-  dbms.CreateGridTable(L"grid_overview", 2);  // tries to drop a table first that is not there yet
+  dbms.CreateGridTable(L"grid_overview", 2);  // first tries to drop a table that does not exist yet
 }
 
 // Somebody signs on; the list of accounts is always replaced as a whole.

@@ -28,8 +28,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// A counter's value at one moment. A gauge, which has no whole, is shown as it is. A ratio is shown as the
-// increase of its part since the last row, divided by the increase of its whole. The whole of a rate is time.
+// A counter's value at one moment. A gauge, which has no whole, is written as it is. A ratio is written as
+// the increase of its part since the last row, divided by the increase of its whole. For a rate the whole is
+// time.
 struct Reading {
   std::string tag;
   double part = 0;
@@ -136,7 +137,7 @@ void AddDisks(Readings& out, double clock) {
   }
 }
 
-// Interfaces that have carried anything; a line reads "name: received ... sent ...".
+// Interfaces that have carried anything; a line is "name: received ... sent ...".
 void AddNetwork(Readings& out, double clock) {
   for (const auto& words : ReadWords("/proc/net/dev")) {
     if (words.size() < 17 || words[0].back() != ':' || Number(words, 1) + Number(words, 9) == 0) continue;

@@ -1,4 +1,5 @@
-// A simulated plant of 500 tags a second that survives its server being restarted, or itself being killed:
+// A simulated plant of 500 tags, sampled once a second, that survives a restart of its server and being
+// killed itself:
 //
 //   recorder HOST PORT DATABASE USER PASSWORD [SECONDS]
 //

@@ -3,11 +3,11 @@
 #
 # - Every include goes to the same group or to a lower layer (docs/architecture.md).
 # - libpq's header is included below client/pq only; tests and benchmarks may.
-# - What depends on the operating system is in port/, historian/command/posix and windows, and the export headers only.
+# - Only port/, historian/command/posix and windows, and the export headers depend on the operating system.
 # - {fmt} is included by DbmsAPI/frame/Format.h only.
 # - The library has one handler of SAException.
-# - historian/ includes only DbmsAPI's public headers, client/include and port/, except what keeps state in port/, of
-#   which each library has its own copy.
+# - historian/ includes only DbmsAPI's public headers, client/include and port/; not the parts of port/ that keep state,
+#   because each library has its own copy of them.
 # - No source file is longer than 300 lines.
 # - Every test has a time limit.
 set -euo pipefail
@@ -76,7 +76,7 @@ is_historians() { [[ $1 =~ ^(sqlite3\.h|httplib\.h|zlib\.h|(CLI|date|nlohmann)/.
 
 is_standard_header() { [[ $1 =~ ^[a-z_0-9]+$ ]]; }
 
-# A header from outside the project: FILE:LINE FILE HEADER.
+# Checks the include of a header from outside the project: FILE:LINE FILE HEADER.
 check_foreign() {
   case $2 in
     port/* | historian/command/posix/* | historian/command/windows/* | tests/* | benchmarks/* | examples/*) return 0 ;;
@@ -92,7 +92,7 @@ check_foreign() {
   fi
 }
 
-# FILE:LINE FILE INCLUDED
+# Checks the include of a header of the project: FILE:LINE FILE INCLUDED.
 check_direction() {
   local at=$1 from=$2 to=$3 layer group from_layer from_group to_layer to_group
   place "$from"
@@ -149,7 +149,7 @@ check_handlers() {
   local found
   found=$(grep -rnE --include='*.h' --include='*.cpp' 'catch *\((const )?SAException' DbmsAPI || true)
   [ "$(printf '%s' "$found" | grep -c .)" -eq 1 ] ||
-    problem "DbmsAPI/ has to have one handler of SAException and has:"$'\n'"$found"
+    problem "DbmsAPI/ must have exactly one handler of SAException, but has:"$'\n'"$found"
 }
 
 check_lengths() {

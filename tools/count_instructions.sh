@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Counts the instructions that the client executes for an operation, in hand-written libpq code (the baseline) and in
-# the library, with valgrind. Unlike times they are nearly the same on every run and machine. For the library it lists
-# the functions that execute most.
+# the library, with valgrind. Unlike times, these numbers are nearly the same in every run and on every machine. For the
+# library it lists the functions that execute most.
 #
 #   tools/count_instructions.sh [insert|read|alarms|report_rows|system_log|delete|report]...
 #
@@ -14,7 +14,7 @@ root=$(dirname "$here")
 
 program=$root/build/bench/benchmarks/one_operation
 profile=$root/build/bench/callgrind.out
-functions=8  # in the list
+functions=8  # number of functions in the list
 operations=(insert read alarms report_rows system_log delete report)
 [ $# -eq 0 ] || operations=("$@")
 command -v valgrind >/dev/null || die "needs valgrind"

@@ -5,9 +5,10 @@
 #   tools/demo.sh [--keep] [--no-serve] [--build FOLDER] [FILE.csv [OPTION OF historian import]...]
 #   tools/demo.sh --stop
 #
-# Without a file it takes half an hour of a machine's counters, examples/data/machine.csv. In a terminal it then serves a
-# page with all of it until Ctrl-C; with --no-serve it ends. --keep leaves server and data and says how to connect; --stop
-# ends and removes them. --build takes the programs of a build that is there, instead of building the preset release.
+# Without a file it loads half an hour of a machine's counters, examples/data/machine.csv. At the end, in a terminal, it
+# serves a page with the data until Ctrl-C, unless --no-serve is given. --keep keeps server and data and says how to
+# connect; --stop stops the server and removes both. --build uses the programs of an existing build folder instead of
+# building the preset release.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 root=$(dirname "$here")

@@ -3,9 +3,9 @@
 #
 #   tools/fuzz.sh [TARGET]... [--seconds N]
 #
-# each for N seconds (60), as many at once as there are processors. What makes one fail is kept in build/fuzz.findings;
-# once it is mended, the file belongs in tests/fuzz/corpus/TARGET, where an ordinary test reads it. The inputs found on the
-# way stay in build/fuzz.corpus for the next run.
+# each for N seconds (60), as many at once as there are processors. An input that makes a target fail is kept in
+# build/fuzz.findings. After the fix the file belongs in tests/fuzz/corpus/TARGET, where an ordinary test reads it. The
+# inputs found on the way stay in build/fuzz.corpus for the next run.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 root=$(dirname "$here")
@@ -38,7 +38,7 @@ done
 run_quietly "$build.configure.log" cmake -S "$root" --preset fuzz
 run_quietly "$build.build.log" cmake --build "$build" --target fuzz_targets
 
-# fuzz TARGET: the directories with what may keep files are memory, where there is one.
+# fuzz TARGET: files that the target writes go to memory, if the system has a directory there.
 fuzz() {
   local target=$1 log=$build.$1.log
   mkdir -p "$corpus/$target" "$findings"

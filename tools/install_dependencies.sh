@@ -17,7 +17,7 @@ test=("${package[@]}" clang clang-format libgtest-dev libgmock-dev binutils git 
   jq openssl sqlite3 curl chromium pgbouncer iproute2)
 # The sanitizers and libFuzzer of the second compiler.
 fuzz=("${test[@]}" libclang-rt-14-dev)
-# A cluster to break.
+# The cluster of tools/test.sh --cluster.
 cluster=(patroni etcd-server haproxy iproute2)
 # The compiler for Windows, Wine to run its programs, the test framework in source.
 windows=("${demo[@]}" g++-mingw-w64-x86-64-posix mingw-w64-tools wine wine64 googletest binutils
@@ -70,7 +70,7 @@ allow_main_cluster() {
   [ ! -e "$no_main_cluster" ] || as_root rm -f "$no_main_cluster"
 }
 
-# Poolers and the like start when they are installed, too, unless the system's policy is that nothing does.
+# Poolers and other services would start when they are installed, too, unless the system's policy forbids it.
 forbid_services() {
   [ ! -e "$policy" ] || return 0
   printf '#!/bin/sh\n%s\nexit 101\n' "$policy_mark" | as_root tee "$policy" >/dev/null

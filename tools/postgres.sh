@@ -3,7 +3,7 @@
 #
 #   tools/postgres.sh 14|15|16|17|18 COMMAND [ARGUMENT]...
 #
-# The command finds the server as tools/server.sh says. The server's programs are fetched when they are first needed.
+# The command finds the server as tools/server.sh says. Fetches the server's programs when they are first needed.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 # shellcheck source=tools/lib/say.sh
@@ -26,7 +26,7 @@ version=$1
 shift
 [ -n "${release[$version]:-}" ] || die "knows PostgreSQL ${!release[*]}, not \"$version\""
 
-# As root the server runs as another user, who may have no access to the project's directory.
+# For root the server runs as another user, who may have no access to the project's directory.
 folder=$here/../build/postgres-$version
 if [ "$(id -u)" -eq 0 ] && ! (cd / && runuser -u postgres -- test -x "$here"); then
   folder=${TMPDIR:-/tmp}/dbmsapi-postgres-$version

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Writes docs/reliability.md from what the tests are named and from tests/chaos/outcomes.txt, which says what each
-# test shows:
+# Writes docs/reliability.md from the names of the tests and from tests/chaos/outcomes.txt, which says what each test
+# shows:
 #
 #   tools/reliability.sh BUILD_FOLDER >docs/reliability.md
 #
@@ -14,7 +14,8 @@ here=$(cd "$(dirname "$0")" && pwd)
 [ $# -eq 1 ] || die 'usage: reliability.sh BUILD_FOLDER'
 build=$1
 
-# The tests of a program, one a line: SUITE.TEST, or SUITE.TEST/FAMILY, a tab and what the family is printed as.
+# The tests of a program, one per line: SUITE.TEST, or SUITE.TEST/FAMILY, a tab and the text that gtest prints for the
+# family.
 tests_of() {
   "$@" --gtest_list_tests |
     awk '/^[^ ]+\.( |$)/ { suite = $1; next }

@@ -20,12 +20,11 @@
 #
 #   tools/test.sh [--all] [--timescale VERSION|all] [--postgres VERSION,...|all] [--cluster] [--fuzz] [-R REGEX] [STAGE]...
 #
-# and prints how long each part took; README.md says how long to expect. Named stages run instead of the first three. A
-# password of a test server in any output is a failure. -R runs only tests with matching names, of dev unless stages are
-# named.
-# --timescale also tests against that release of TimescaleDB, which the server has to offer. --postgres names the
-# versions of the stage postgres and has it run the tests of faults as well; without it they are 14 and 18, without
-# those. --cluster and --fuzz are the stages of that name.
+# and prints how long each part took; README.md says how long to expect. If stages are named, these run instead of the
+# first three. A password of a test server in any output is a failure. -R runs only tests with matching names, of dev
+# unless stages are named. --timescale also tests against that release of TimescaleDB, which the server has to offer.
+# --postgres names the versions of the stage postgres and has it run the tests of faults as well; without it they are 14
+# and 18, without those. --cluster and --fuzz are the stages of that name.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 root=$(dirname "$here")
@@ -41,8 +40,8 @@ postgres_versions=14,18
 postgres_labels=server
 dev_is_built=
 summary=()
-last_line=     # of the last ctest run, that counts its tests
-closing_line=  # the same of the first run, which is dev's unless it is left out
+last_line=     # the line of the last ctest run with the number of its tests
+closing_line=  # the same line of the first run, which is that of dev unless dev is left out
 
 while [ $# -gt 0 ]; do
   case $1 in
@@ -91,14 +90,14 @@ build() {
   note "$stage" build "$since"
 }
 
-# What several stages run, once.
+# Steps that several stages need, run once.
 build_dev() {
   [ -n "$dev_is_built" ] || build dev all
   dev_is_built=yes
 }
 
-# report_disabled STAGE LOG: names the tests that the system does not allow to run. Root may run all of them, so that none of
-# them is missing where CI runs.
+# report_disabled STAGE LOG: names the tests that the system does not allow to run. For root it fails then, since root
+# may run all of them; so no test is missing in CI.
 report_disabled() {
   local names
   names=$(sed -nE 's/^[[:space:]]*[0-9]+ - (.*) \(Disabled\).*$/\1/p' "$2" | tr '\n' ' ')
@@ -107,7 +106,7 @@ report_disabled() {
   [ "$(id -u)" -ne 0 ] || die "root may run every test, but these were not run: $names"
 }
 
-# run_tests STAGE [CTEST OPTION]...: no test at all is a failure.
+# run_tests STAGE [CTEST OPTION]...: runs the tests; fails when there are none.
 run_tests() {
   local stage=$1 folder=$root/build/$1 since=$SECONDS
   shift

@@ -40,10 +40,10 @@ void ReadAlarms(PGconn* link, const std::string& query, Rows rows, std::vector<A
 void ReadReports(PGconn* link, const std::string& query, Rows rows, Reports& data);
 void ReadUserLogs(PGconn* link, const std::string& query, Rows rows, std::vector<UserLogRow>& records);
 
-// Reads the rows in single-row mode and discards them: what the server and the transfer take.
+// Reads the rows in single-row mode and discards them, to measure the server and the transfer alone.
 std::size_t CountRows(PGconn* link, const std::string& query);
 
-// The same of rows in the server's binary format.
+// The same for rows in the server's binary format.
 void ReadHistoryInBinary(PGconn* link, const std::string& query, History& data);
 void ReadAlarmsInBinary(PGconn* link, const std::string& query, std::vector<AlarmRecord>& records);
 void ReadReportsInBinary(PGconn* link, const std::string& query, Reports& data);

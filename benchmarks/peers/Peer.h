@@ -28,7 +28,7 @@ class Peer {
   virtual void InsertHistory(const std::vector<LogSample>& samples) = 0;
 };
 
-// The libraries that were found when this was configured, connected.
+// The libraries that CMake found, each connected.
 std::vector<std::unique_ptr<Peer>> AllPeers(const bench::BenchServer& server);
 
 std::unique_ptr<Peer> MakePqxx(const bench::BenchServer& server);

@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# What run.sh does to the primary of the cluster, and how it is mended.
+# What run.sh does to the primary of the cluster, and how it undoes it.
 
 describe_fault() {
   case $1 in
@@ -11,7 +11,7 @@ describe_fault() {
   esac
 }
 
-# The processes in the network namespace of a node, but for the one that keeps it.
+# The processes in the network namespace of a node, except the one that keeps the namespace.
 node_processes() {
   local process
   for process in /proc/[0-9]*; do

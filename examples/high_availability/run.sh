@@ -3,11 +3,11 @@
 #
 #   examples/high_availability/run.sh WRITER [FAULT]...
 #
-# WRITER is the program made of writer.cpp. The faults are crash, switchover, freeze, silence and loss; without any
-# all of them. Needs root, and Debian's packages patroni, etcd-server, haproxy and postgresql.
+# WRITER is the program made of writer.cpp. The faults are crash, switchover, freeze, silence and loss; by default all
+# of them. Needs root, and Debian's packages patroni, etcd-server, haproxy and postgresql.
 #
-# Everything runs in network namespaces and a process namespace of its own, on a private data folder: nothing else on
-# the machine is seen or touched, and nothing is left when the script ends, however it ends.
+# Everything runs in network namespaces and a process namespace of its own, on a private data folder: the script does
+# not see or touch anything else on the machine, and leaves nothing when it ends, however it ends.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 
@@ -25,7 +25,7 @@ for program in patroni patronictl etcd haproxy ip unshare nsenter setpriv "$post
   command -v "$program" >/dev/null || die "needs $program"
 done
 
-# The script runs once more, as the first process of the namespaces: with it everything in them ends.
+# The script runs itself again as the first process of the namespaces, so that everything in them ends with it.
 if [ -z "${HA_FOLDER:-}" ]; then
   HA_FOLDER=$(mktemp -d "${TMPDIR:-/tmp}/high-availability.XXXXXX")
   export HA_FOLDER
@@ -52,7 +52,7 @@ password=$(od -An -N16 -tx1 /dev/urandom | tr -d ' \n')
 
 # The clients: how they name the servers, and the text of the database.
 readonly limits='connect_timeout=2 tcp_user_timeout=3000 keepalives_idle=2 keepalives_interval=1 keepalives_count=3'
-readonly longest_fault=120 # seconds until it is mended in any case
+readonly longest_fault=120 # seconds; after that the fault is undone in any case
 clients=(hosts proxy defaults)
 declare -A host=([hosts]=$all_nodes [proxy]=127.0.0.1 [defaults]=$all_nodes)
 declare -A port=([hosts]=5432 [proxy]=5000 [defaults]=5432)

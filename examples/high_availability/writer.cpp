@@ -2,11 +2,11 @@
 //
 //   writer NAME HOST PORT DATABASE USER PASSWORD
 //
-// Every 50 ms it stores a sample with InsertLogData, again and again until that succeeds, and has a recorder
-// keep a log record. It creates the tables, says "writing" once it does, prints the messages of failures,
-// goes on until a line comes, and from then on until the next sample is stored and the recorder has nothing
-// left. Then it prints the longest time without a stored sample in seconds, the samples and the records that
-// were confirmed, and the text of the last failure.
+// It creates the tables and prints "writing". Then, every 50 ms, it stores a sample with InsertLogData,
+// repeating that until it succeeds, and passes a log record to a recorder. It prints the messages of
+// failures. After a line on standard input it goes on until the next sample is stored and the recorder has
+// nothing left. Then it prints the longest time without a stored sample in seconds, the number of samples and
+// of records that were confirmed, and the text of the last failure.
 
 #include <DbmsAPI/Diagnostics.h>
 #include <historian/Recorder.h>
@@ -43,7 +43,7 @@ std::string OneLine(const std::wstring& text) {
   return line;
 }
 
-// Stores the sample; false when no server has taken it for far too long.
+// Stores the sample; returns false when no server has accepted it for far too long.
 bool Store(Dbms& dbms, const LogSample& sample) {
   const auto end = Clock::now() + kLongEnough;
   std::string reported;

@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-# The passwords of test servers begin with a text that appears nowhere else, so that one in an output is found.
-# Needs say.sh.
+# The passwords of test servers begin with a text that appears nowhere else, so that a password in any output can be
+# found. Needs say.sh.
 #
 #   new_password                       prints one
 #   refuse_passwords DIRECTORY...      dies, naming the files, when a log or a record of ctest below them holds one

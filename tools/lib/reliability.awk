@@ -1,4 +1,4 @@
-# Makes docs/reliability.md of two inputs: the names of the tests, and the table that says what they show.
+# Makes docs/reliability.md from two inputs: the names of the tests, and the table that says what they show.
 #
 # Names: SUITE.TEST, or SUITE.TEST/FAMILY and after a tab the operations of the family. The table, tests/chaos/outcomes.txt:
 #
@@ -18,7 +18,7 @@ function trim(s) {
 }
 function has_test(test, family) { return (test in exists) || ((test "/" family) in exists) }
 
-# What a cell of the matrix says: the letter of its outcome.
+# The text of a cell of the matrix: the letter of its outcome.
 function cell(fault, family,    letter) {
   letter = (fault, family) in outcome ? outcome[fault, family] : (fault, "others") in outcome ? outcome[fault, "others"] : ""
   if (letter == "") fail(test_of[fault] " has no outcome for " family)

@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# Runs a program from a script that has to clean up when a signal ends it.
+# Runs a program from a script that must clean up when a signal ends it.
 #
 #   run_to_the_end COMMAND [ARGUMENT]...   gives the command's exit status
 #

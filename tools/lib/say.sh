@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# Messages of the scripts. They go to standard error, so that standard output is the program's alone.
+# Messages of the scripts. They go to standard error, so that standard output has only the output of the program.
 
 say() { printf '%s\n' "$*" >&2; }
 

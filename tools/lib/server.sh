@@ -1,6 +1,6 @@
 # shellcheck shell=bash
 # A private PostgreSQL for as long as a script runs, with a fresh data folder, a free loopback port and a random
-# password. The system's clusters are not used. With it come say.sh and run.sh.
+# password. The system's clusters are not used. Also loads say.sh and run.sh.
 #
 #   server_start FOLDER [NAME=VALUE]...   starts a server below FOLDER, with settings
 #   server_export                         exports where it is in DBMSAPI_TEST_HOST, _PORT, _USER and _PASSWORD
@@ -148,7 +148,7 @@ server_configure() {
   } >>"$server_folder/data/postgresql.conf"
 }
 
-# A port of 20000 to 29999 that nothing listens on; another program may still take it before the server does.
+# A port of 20000 to 29999 on which nothing listens. Another program may still take it before the server does.
 server_choose_port() {
   local try
   for try in 1 2 3 4 5 6 7 8 9 10; do

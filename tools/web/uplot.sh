@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Fetches uPlot, which draws the charts of historian serve: uplot.sh FOLDER
 #
-# FOLDER gets the package's files: dist/uPlot.iife.min.js, dist/uPlot.min.css, LICENSE (MIT).
+# The package's files in FOLDER are dist/uPlot.iife.min.js, dist/uPlot.min.css, LICENSE (MIT).
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 # shellcheck source=tools/lib/say.sh

@@ -2,9 +2,9 @@
 # Runs a Windows program under Wine, without a display: wine.sh PROGRAM.exe [ARGUMENT]...
 #
 # DBMSAPI_WINEPREFIX names Wine's folder, build/wine by default; tools/test_windows.sh makes it. Standard input is
-# read where it is a file. The output is shown when the program has ended, without carriage returns: Wine's services,
-# which outlive it, would keep a pipe open, but not a file. SIGINT and SIGTERM are passed on; Wine turns the first into
-# Ctrl-C.
+# read where it is a file. The output is shown when the program has ended, without carriage returns. It goes through a
+# file, because Wine's services outlive the program and would keep a pipe open. SIGINT and SIGTERM are passed on; Wine
+# turns the first into Ctrl-C.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 prefix=${DBMSAPI_WINEPREFIX:-$(dirname "$(dirname "$here")")/build/wine}
@@ -37,7 +37,7 @@ start() {
 
 start "${WINEDEBUG:--all}" "$@"
 
-# About once in ten thousand starts Wine ends with an error before it has started the program, and prints nothing.
+# In about one of ten thousand starts, Wine fails before it starts the program, and prints nothing.
 if [ "$status" -ne 0 ] && [ -z "$signalled" ] && [ ! -s "$work/out" ] && [ ! -s "$work/err" ]; then
   echo "wine.sh: $1 ended with status $status and printed nothing: starting it once more" >&2
   start "${WINEDEBUG:-err+all}" "$@"
