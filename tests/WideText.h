@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-// In UTF-32 or UTF-16, after the platform's wchar_t.
+// In UTF-32 or UTF-16, depending on the platform's wchar_t.
 inline std::wstring Wide(std::u32string_view text) {
   std::wstring wide;
   for (const char32_t c : text) {

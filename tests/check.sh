@@ -1,9 +1,9 @@
 # shellcheck shell=bash
-# Counts what a test finds wrong. For tests to source.
+# Counts the failures of a test. For tests to source.
 
 work=$(mktemp -d)  # for the files of the test
 trap 'rm -rf "$work"' EXIT
-case=  # what the test is at, for messages
+case=  # the current case, for messages
 failures=0
 
 fail() {

@@ -3,7 +3,7 @@
 # they have set `program`, the command to run, and `database`, the name of the database.
 
 : "${DBMSAPI_TEST_HOST:?names no test server; tools/server.sh starts one}"
-# libpq's environment: psql finds the server by it, and so does a program without arguments of its own.
+# libpq's environment, with which psql finds the server, and so does a program without connection arguments.
 export PGHOST=$DBMSAPI_TEST_HOST PGPORT=$DBMSAPI_TEST_PORT PGUSER=$DBMSAPI_TEST_USER
 export PGPASSWORD=$DBMSAPI_TEST_PASSWORD PGOPTIONS=--client-min-messages=warning
 unset PGDATABASE

@@ -9,7 +9,7 @@ objdump=${*: -1}
 historian_library=
 [ $# -lt 4 ] || historian_library=$3
 
-# Exported symbols of a DLL, one a line.
+# Exported symbols of a DLL, one per line.
 exported_by_dll() {
   "$objdump" --private-headers "$1" |
     awk '/^\[Ordinal\/Name Pointer\] Table/ { table = 1; next } table && /\[/ { print $NF } NF == 0 { table = 0 }' |
@@ -26,7 +26,7 @@ exported() {
     sed -E 's/^[A-Za-z] //' | sort -u
 }
 
-# The symbols of the list that match none of the patterns given.
+# The symbols of the list that match none of the patterns.
 stray() {
   grep -vE "^($2)" <<<"$1" || true
 }

@@ -10,7 +10,7 @@ std::string Narrow(const std::wstring& ascii) { return {ascii.begin(), ascii.end
 
 void ChaosTest::SetUp() {
   ASSERT_NO_FATAL_FAILURE(OperationsTest::SetUp());
-  // The gate reads what goes through it.
+  // No encryption, because the gate reads the messages.
   platform::SetVariable("PGSSLMODE", "disable");
   platform::SetVariable("PGGSSENCMODE", "disable");
   gate = NewGate();

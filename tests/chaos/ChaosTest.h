@@ -3,7 +3,7 @@
 #include "chaos/OperationsTest.h"
 #include "chaos/StatementGate.h"
 
-// A family of operations, and the faults that each of them meets.
+// Tests each operation of a family with a fault.
 class ChaosTest : public OperationsTest, public ::testing::WithParamInterface<Family> {
  protected:
   void SetUp() override;
@@ -11,21 +11,21 @@ class ChaosTest : public OperationsTest, public ::testing::WithParamInterface<Fa
 
   const std::vector<Operation>& Operations() const { return GetParam().operations; }
 
-  // A gate to the server, closed.
+  // A closed gate to the server.
   std::unique_ptr<StatementGate> NewGate() const;
-  // An object that reaches the server by the gate.
+  // An object that connects through the gate.
   std::shared_ptr<Dbms> NewGatedDbms() const;
-  // The same, connected, in a database that holds nothing of the operation.
+  // The same, connected, after everything of the operation was removed from the database.
   std::shared_ptr<Dbms> Begin(const Operation& operation);
   // The same without the gate.
   std::shared_ptr<Dbms> BeginDirectly(const Operation& operation);
 
-  // Locks what the operation needs, in a transaction of the independent channel. Returns a query that is true
-  // while somebody waits for a lock.
+  // Locks what the operation needs, in a transaction on the test's own connection. Returns a query that is
+  // true while somebody waits for a lock.
   std::string Hold(const Operation& operation);
 
-  // Lets a fault happen at each statement of each operation, and expects an exact outcome of it, a message
-  // that holds one of the causes, and an exact outcome of a second call.
+  // Lets a fault happen at each statement of each operation. Expects an exact outcome, a message that
+  // contains one of the causes, and an exact outcome of a second call.
   void AtEachStatement(StatementGate::Point point, const StatementGate::Fault& fault, const Texts& causes);
 
   std::unique_ptr<StatementGate> gate;

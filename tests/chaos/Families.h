@@ -7,24 +7,24 @@
 
 #include "DbmsAPI/Dbms.h"
 
-// What a second call does when the first has stored something.
+// What a second call does when the first one has stored something.
 enum class Again {
-  ChangesNothing,  // succeeds: what is there stays, what is missing is added
-  IsRefused,       // fails: the primary key does not let it in twice
+  ChangesNothing,  // succeeds: stored rows stay, missing ones are added
+  IsRefused,       // fails: the primary key refuses a second copy
   Adds             // succeeds, and stores it a second time
 };
 
 // An operation with its arguments, and what it leaves in the database.
 struct Operation {
   const char* name;
-  const char* table;    // that it works on, existing before; null when it creates or changes tables
-  std::string prepare;  // statements that take back what it has done
+  const char* table;    // the existing table that it uses; null when it creates or changes tables
+  std::string prepare;  // statements that undo the operation
   std::function<bool(Dbms&)> call;
-  std::string held;        // a query for a number: how much of its work the database holds
+  std::string held;        // a query for a number: how much of its work is in the database
   std::vector<int> holds;  // that number before its first statement and after each
   Again again = Again::ChangesNothing;
-  bool probes = false;             // a failure of its first statement goes unreported, and it goes on
-  bool setsReadCommitted = false;  // whatever the isolation level of the session
+  bool probes = false;             // when its first statement fails, it goes on and does not report that
+  bool setsReadCommitted = false;  // regardless of the session's isolation level
 
   int Statements() const { return static_cast<int>(holds.size()) - 1; }
   bool IsRead() const { return holds.front() == holds.back(); }

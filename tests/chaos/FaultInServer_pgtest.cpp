@@ -1,4 +1,5 @@
-// A statement fails in the midst of its work, by a trigger that meets another session or a full disk.
+// A statement fails in the middle of its work, because of a trigger that conflicts with another session, or a
+// full disk.
 
 #include <DbmsAPI/Diagnostics.h>
 #include <SQLAPI.h>
@@ -9,7 +10,7 @@
 
 namespace {
 
-// Waits until somebody waits for the lock that it holds, and then for theirs.
+// Waits until somebody waits for the lock that it holds, and then waits for theirs.
 constexpr char kCollides[] =
     "perform pg_advisory_xact_lock(1); "
     "while not exists (select from pg_locks where locktype = 'advisory' and objid = 1 and not granted "
@@ -40,7 +41,7 @@ class FaultInServer : public ChaosTest {
     }
   }
 
-  // Runs PL/pgSQL whenever the operation changes its table, or the tables that there are.
+  // Runs PL/pgSQL whenever the operation changes its table, or creates or drops tables.
   void Hook(const Operation& operation, const std::string& body) {
     const std::string end = " language plpgsql as $$ begin " + body + " return null; end $$";
     if (operation.table) {
@@ -74,7 +75,8 @@ TEST_P(FaultInServer, Deadlock) {
   ForEachWrite([&](const Operation& operation) {
     const auto dbms = BeginDirectly(operation), other = BeginDirectly(operation);
     Hook(operation, kCollides);
-    Execute(*dbms, L"set deadlock_timeout = '1ms'");  // whoever looks for a deadlock ends it as its victim
+    Execute(*dbms,
+            L"set deadlock_timeout = '1ms'");  // the session that detects a deadlock becomes its victim
     Execute(*other, L"set deadlock_timeout = '1h'");
     Execute(*other, L"begin; select pg_advisory_xact_lock(2)");
     auto called = std::async(std::launch::async, [&] { ExpectFailure(*dbms, operation, "40P01"); });
@@ -112,10 +114,10 @@ TEST_P(FaultInServer, SerializationFailure) {
   });
 }
 
-// A new page of the table does not fit on the disk. What needs none, by itself, is refused by a trigger.
+// The disk has no space for a new page of the table. A trigger refuses operations that need no new page.
 class FullDisk : public FaultInServer {
  protected:
-  // Every write to /dev/full fails for want of space.
+  // Every write to /dev/full fails with "no space left".
   void Fill(const std::string& table) {
     path_ = Value("select pg_relation_filepath('" + table + "')");
     Server("ln -sf /dev/full " + path_);

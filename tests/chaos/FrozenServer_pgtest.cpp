@@ -1,5 +1,5 @@
-// The server's processes are held, while its machine acknowledges what it receives. Each test has a server of
-// its own: private_server.sh.
+// The server's processes are stopped, while its machine still acknowledges what it receives. Each test has a
+// server of its own: private_server.sh.
 
 #include <pgAPI.h>
 
@@ -30,7 +30,7 @@ class FrozenServer : public ServerTest {
   }
   void Execute(const wchar_t* statement) { SACommand(&connection, statement).Execute(); }
 
-  // Freezes the server for an action, which has to fail, and gives its text.
+  // Freezes the server during an action, which must fail, and returns its error text.
   template <class Action>
   std::wstring TextWhileFrozen(Action action) {
     ControlServer("freeze");
@@ -119,7 +119,7 @@ TEST_F(FrozenServer, EndsAnAttemptToConnect) {
   EXPECT_TRUE(connection.isAlive());
 }
 
-// What remains of a wait that has just begun ends well when the server goes on.
+// A wait that has just begun succeeds when the server goes on.
 TEST_F(FrozenServer, GoesOnInTime) {
   Connect(L"");
   ControlServer("freeze");

@@ -5,7 +5,8 @@ namespace {
 constexpr std::int64_t kSeconds = 1700000000;
 constexpr std::int64_t kMs = kSeconds * 1000;
 
-// Not made in the call: libstdc++ 12 cannot undo the copy of a variant whose text finds no memory.
+// Not made in the call, because libstdc++ 12 cannot undo the copy of a variant when the allocation of its
+// text fails.
 const std::vector<UserLogBind> kNotCold = {L"cold"};
 
 std::vector<Operation> EventReportOperations() {

@@ -1,4 +1,4 @@
-// The server ends the connection's process, as an administrator or the server's own need for memory does.
+// The process of the connection is killed at the server, as by an administrator or for lack of memory.
 
 #include <future>
 
@@ -18,7 +18,8 @@ class KilledBackend : public ChaosTest {
     return StatementGate::Then::Relay;
   };
 
-  // The server's. A batch of samples gets what PQexec returns, which is libpq's own message after it.
+  // The server's message. A batch of samples gets libpq's own message, which follows it, because PQexec
+  // returns the last one.
   Texts Reason() const {
     return GetParam().name == std::string_view("TagHistory") ? Texts{kTerminated, kClosed}
                                                              : Texts{kTerminated};
@@ -31,7 +32,7 @@ class KilledBackend : public ChaosTest {
 
 TEST_P(KilledBackend, BeforeEachStatement) { AtEachStatement(Point::Before, kill, Reason()); }
 
-// The server says nothing when it has read only a half of a statement.
+// The server reports nothing when it has read only half of a statement.
 TEST_P(KilledBackend, InTheMiddleOfEachStatement) {
   AtEachStatement(Point::Inside, kill, {kTerminated, kClosed});
 }

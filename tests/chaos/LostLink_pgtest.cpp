@@ -1,4 +1,4 @@
-// The network between client and server fails, and the server does not know.
+// The network between client and server fails without the server noticing.
 
 #include <future>
 
@@ -23,7 +23,7 @@ TEST_P(CutLink, AfterEachStatement) { AtEachStatement(Point::After, Cut, {kClose
 
 INSTANTIATE_WITH_EACH_FAMILY(CutLink);
 
-// Nothing comes through any more until the system gives the link up.
+// Nothing comes through any more until the system gives the connection up.
 class SilentLink : public ChaosTest {
  protected:
   void SwallowFrom(Point point) {

@@ -3,7 +3,7 @@
 #include "chaos/Families.h"
 #include "server/DbmsTest.h"
 
-// What all tests of operations under a fault need.
+// Shared by all tests of operations under a fault.
 class OperationsTest : public DbmsTest {
  protected:
   void SetUp() override;
@@ -11,21 +11,21 @@ class OperationsTest : public DbmsTest {
 
   int Held(const Operation& operation) { return std::stoi(Value(operation.held)); }
 
-  // Calls the operation again after a fault: what it makes of what the database holds.
+  // Calls the operation again after a fault, and checks the result and what the database then holds.
   void ExpectItGoesOn(Dbms& dbms, const Operation& operation);
 };
 
 // Executes a statement of the client's own.
 void Execute(Dbms& dbms, const wchar_t* statement);
 
-// The message of the last failure, to be shown.
+// The message of the last failure, for output.
 std::string LastMessage(Dbms& dbms);
 
-// Whether it holds one of some texts.
+// Whether it contains one of the texts.
 using Texts = std::vector<std::wstring>;
 testing::AssertionResult Says(Dbms& dbms, const Texts& texts);
 
-// A hostSelector for a server that is there, which nobody may leave.
+// A hostSelector that must not be called, because the server is there.
 const wchar_t* KeepHost(const wchar_t* host);
 
 inline std::string NameOfFamily(const testing::TestParamInfo<Family>& family) { return family.param.name; }

@@ -1,4 +1,4 @@
-// The whole server fails. Each test has one of its own: private_server.sh.
+// The whole server fails. Each test has a server of its own: private_server.sh.
 
 #include <SQLAPI.h>
 
@@ -38,7 +38,7 @@ class PrivateServer : public OperationsTest {
       test(client);
     }
   }
-  // As many as the server has places for when each connects again and again.
+  // As many objects as the server has places for, while each of them reconnects.
   void ForTheFirstWriteOfEachFamily(const std::function<void(Client&)>& test) {
     for (const Family& family : Families()) {
       const auto first = std::find_if(family.operations.begin(), family.operations.end(),
@@ -51,7 +51,7 @@ class PrivateServer : public OperationsTest {
   void ConnectAll() {
     ForEachClient([](Client& client) { ASSERT_TRUE(client.dbms->Connect()) << LastMessage(*client.dbms); });
   }
-  // Each write is confirmed by true.
+  // Every write returns true.
   void WriteAll() {
     ForEachClient([&](Client& client) {
       if (client.operation->IsRead()) return;
@@ -59,13 +59,13 @@ class PrivateServer : public OperationsTest {
       ExpectHeld(client, true);
     });
   }
-  // All of a write, or nothing.
+  // Each write is stored completely or not at all.
   void ExpectHeld(const Client& client, bool whole) {
     if (client.operation->IsRead()) return;
     EXPECT_EQ(Held(*client.operation),
               whole ? client.operation->holds.back() : client.operation->holds.front());
   }
-  // Reads come last: what they prepare takes away what the writes have stored.
+  // Reads come last, because their preparation removes what the writes stored.
   void ExpectAllGoOn() {
     ForEachClient([&](Client& client) {
       if (!client.operation->IsRead()) ExpectItGoesOn(*client.dbms, *client.operation);
@@ -82,7 +82,7 @@ class PrivateServer : public OperationsTest {
       EXPECT_TRUE(Says(*client.dbms, causes));
     });
   }
-  // By a server that is there: nobody asks for another host.
+  // The server refuses, but it is there, so no other host is asked for.
   void ExpectAllRefused(const wchar_t* cause) {
     for (const Client& client : clients) client.dbms->hostSelector = KeepHost;
     ExpectAllFail({cause});
@@ -155,12 +155,12 @@ TEST_F(PrivateServer, StaysFrozen) {
   for (auto& [client, call] : calls) {
     SCOPED_TRACE(client->operation->name);
     EXPECT_FALSE(call.get());
-    // One that has looked for TimescaleDB in vain goes on, and connects again.
+    // An operation whose search for TimescaleDB failed goes on, and connects again.
     EXPECT_TRUE(Says(*client->dbms,
                      {client->operation->probes ? L"timeout expired" : L"The server did not answer for "}));
   }
   ControlServer("thaw");
-  // The server carries out what it has received: the first statement of each.
+  // The server executes what it has received: the first statement of each operation.
   Reconnect();
   for (auto& [client, call] : calls) {
     SCOPED_TRACE(client->operation->name);
@@ -180,7 +180,7 @@ TEST_F(PrivateServer, StartsUp) {
 }
 
 TEST_F(PrivateServer, ShutsDown) {
-  ControlServer("shut-down");  // the test's own connections keep it from ending
+  ControlServer("shut-down");  // the test's own connections keep the server from shutting down
   ExpectAllRefused(L"the database system is shutting down");
   ControlServer("stop");
   ControlServer("start");

@@ -76,7 +76,7 @@ Family Goose() {
     message.invalidityTime = L"1700000000123";
     return d.InsertGooseMessage(message);
   };
-  // Its time is the server's, so that no key recognises a message that is sent again.
+  // Its time is the server's, so no key detects a message that is sent again.
   return {"Goose",
           [](Dbms& d) { return d.CreateGooseTable(); },
           {{"InsertGooseMessage",

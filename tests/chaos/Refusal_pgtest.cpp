@@ -149,7 +149,7 @@ TEST_P(RefusedStatement, IsCancelled) {
   }
 }
 
-// As a standby does, or a primary that is fenced.
+// As a standby or a fenced primary would.
 TEST_P(RefusedStatement, WritesWhereOneMayOnlyRead) {
   for (const Operation& operation : Operations()) {
     SCOPED_TRACE(operation.name);

@@ -2,7 +2,7 @@
 
 namespace {
 
-// What the first release made, in UTC instants.
+// The table of the first release, with times in UTC.
 constexpr char kFirstAuditTable[] =
     "drop table if exists audit_table; "
     "create table audit_table (time timestamptz not null, operator_node text not null, "
@@ -34,7 +34,7 @@ constexpr char kOldValues[] =
 constexpr char kRemovedValues[] =
     "select 2 - (select count(*) from archive) - (select count(*) from pr_timelist)";
 
-// A stand-in for the extension's catalog and functions.
+// Imitates the extension's catalog and functions.
 constexpr char kChunks[] =
     "create schema if not exists timescaledb_information; "
     "create schema if not exists _timescaledb_catalog; "
@@ -52,7 +52,7 @@ bool CreateNothing(Dbms&) { return true; }
 
 }  // namespace
 
-// Of each change it asks first whether it is due; only the first is not.
+// Before each change it checks whether the change is due; only the first one is not.
 Family AuditTrail() {
   return {"AuditTrail",
           CreateNothing,

@@ -23,12 +23,12 @@ constexpr char kReadyOrCopyIn[] = "ZG";
 constexpr char kExecuted[] = "CIsE";  // completed, empty, suspended, failed
 constexpr char kPrepared[] = "1E";    // parsed, failed
 
-// Makes the server send what it has, without a Sync, which would commit.
+// A Flush, which makes the server send its answers; a Sync would commit.
 constexpr std::string_view kFlush("H\0\0\0\4", 5);
 
 bool EndsStatement(char letter) { return letter == kQuery || letter == kSync || letter == kCopyDone; }
 
-// Signing in, giving up a COPY, ending the connection.
+// Password, CopyFail and Terminate.
 bool IsOutsideOfStatements(char letter) {
   return letter == '\0' || letter == kPassword || letter == kCopyFail || letter == kTerminate;
 }
@@ -73,7 +73,7 @@ void StatementGate::Serve() {
   }
 }
 
-// Until one of the two ends, or a fault.
+// Runs until one of the two sides closes, or a fault.
 void StatementGate::Carry(Link& link) {
   ProtocolMessages questions(ProtocolMessages::From::Client), answers(ProtocolMessages::From::Server);
   char buffer[kBufferSize];
@@ -92,7 +92,7 @@ void StatementGate::Carry(Link& link) {
   }
 }
 
-// Holds the messages of a statement until the last of them.
+// Holds back the messages of a statement until the last one.
 bool StatementGate::Pass(Link& link, const ProtocolMessage& message) {
   Statement& statement = link.statement;
   if (message.letter == kSync) statement.withoutSync = statement.bytes.size();
@@ -138,7 +138,7 @@ void StatementGate::SendUpToThePoint(const Link& link, const Statement& statemen
   }
 }
 
-// Reads what the server sends, up to a message of one of these kinds.
+// Reads the server's messages up to one of these kinds.
 void StatementGate::AwaitAnswer(const Link& link, const std::string& letters) const {
   ProtocolMessages answers(ProtocolMessages::From::Server);
   char buffer[kBufferSize];

@@ -10,17 +10,19 @@
 #include "server/ProtocolMessages.h"
 
 // A proxy between a client and the server that counts the client's statements and lets a fault happen at one
-// of them. What the client sends until it waits for an answer counts as one: a query, a prepared statement's
-// preparation or execution, the data of a COPY. One connection at a time, unencrypted.
+// of them. Everything that the client sends before it waits for an answer counts as one statement: a query,
+// the preparation or execution of a prepared statement, the data of a COPY. One connection at a time,
+// unencrypted.
 class StatementGate {
  public:
   enum class Point {
     Before,  // the server has seen nothing of the statement
-    Inside,  // the server has executed it without committing, or has seen a half of it
-    After    // the server has executed it, its answer is held back
+    Inside,  // the server has executed it without committing, or has seen half of it
+    After    // the server has executed it, but its answer is held back
   };
-  // How it goes on after the fault: the client gets what the server still has to send until it closes the
-  // connection, or the link is closed at both ends at once. An answer held back is lost either way.
+  // What follows the fault: either the client gets what the server still sends until it closes the
+  // connection, or the connection is closed at both ends at once. An answer that was held back is lost in
+  // both cases.
   enum class Then { Relay, Close };
   // Called on the gate's thread with the process id of the server's end.
   using Fault = std::function<Then(int backend)>;
@@ -39,11 +41,11 @@ class StatementGate {
   bool Happened() const;   // the fault of the last At
 
  private:
-  // What has come of the statement that the client is sending.
+  // The part of the client's current statement that has been received.
   struct Statement {
     std::string bytes;
-    std::size_t withoutSync = 0;  // how many of them come before the final Sync; 0 when there is none
-    bool executes = false;        // false: only prepares
+    std::size_t withoutSync = 0;  // size of the part before the final Sync; 0 when there is none
+    bool executes = false;        // false: it only prepares
   };
   struct Link {
     platform::Socket client, server;

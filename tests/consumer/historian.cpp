@@ -1,4 +1,4 @@
-// Uses the installed library historian: loads two samples, and reads what it reports when the server fails.
+// Uses the installed library historian: loads two samples, and reads the error when the server refuses.
 //
 //   historian_consumer HOST PORT DATABASE USER PASSWORD
 

@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# What the tests of the examples share.
+# Shared by the tests of the examples.
 
 # EXAMPLES_EMULATOR runs programs that are built for Windows.
 program=(${EXAMPLES_EMULATOR:+"$EXAMPLES_EMULATOR"} "$1")

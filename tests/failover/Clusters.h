@@ -14,7 +14,7 @@ class Clusters {
   const std::wstring& primary() const { return primary_; }
   const std::wstring& standby() const { return standby_; }
 
-  // An object connected to the primary.
+  // An object that is connected to the primary.
   std::shared_ptr<Dbms> Connect() const;
   // The same for a given host, or list of hosts, and database text.
   std::shared_ptr<Dbms> ConnectTo(const std::wstring& host, const wchar_t* database = L"postgres") const;
@@ -34,5 +34,5 @@ class Clusters {
 
   std::wstring primary_, standby_, user_, password_;
   int port_;
-  std::string requests_;  // folder in which wishes are left
+  std::string requests_;  // folder for requests to clusters.sh
 };

@@ -94,7 +94,7 @@ TEST_F(Failover, TheServerDiesWhileSamplesAreInserted) {
   }
 }
 
-// A planned switchover: the replica takes over and the client is notified; nothing has failed.
+// A planned switchover: the replica takes over and the client is notified, without any failure.
 TEST_F(Failover, TheRoleChangesForOneObject) {
   const auto dbms = clusters.Connect();
   const auto bystander = clusters.Connect();

@@ -1,4 +1,4 @@
-// What the operations do on a standby, as docs/scaling.md says.
+// The results of the operations on a standby, as described in docs/scaling.md.
 
 #include <SQLAPI.h>
 #include <gtest/gtest.h>
@@ -23,7 +23,7 @@ bool Begins(const OperationCall& operation, std::string_view word) {
 // PurgeTagValueTable, GetUncompressedChunkMap and CompressChunk need TimescaleDB.
 bool IsForChunks(const OperationCall& operation) { return operation.number == 15 || operation.number >= 68; }
 
-// These write nothing: ResetGooseLog sends no statement, the others find their table as it should be.
+// These write nothing: ResetGooseLog sends no statement, the others find their tables up to date.
 bool OnlyLooks(const OperationCall& operation) {
   constexpr std::array<int, 6> kLooking = {1, 7, 18, 30, 34, 65};
   return Begins(operation, "Get") ||

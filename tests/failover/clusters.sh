@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Runs a command with two private clusters, the second a synchronous streaming replica of the first, on two loopback
-# addresses with one port. The replica is made by the commands of docs/scaling.md, as they are written there:
+# addresses with one port. The replica is made with exactly the commands of docs/scaling.md:
 #
 #   clusters.sh BUILD_FOLDER COMMAND [ARGUMENT]...
 #
@@ -29,7 +29,7 @@ pg_ctl() {
   server_as_owner "$(server_programs)/pg_ctl" --wait --timeout 60 --silent "$@" </dev/null >/dev/null 2>&1
 }
 
-# documented LANGUAGE NUMBER: a block of commands of the page, with the first cluster's address.
+# documented LANGUAGE NUMBER: prints a block of commands of the page, with the first cluster's address.
 documented() {
   awk -v first='```'"$1" -v number="$2" '/^## / { inside = /^## A synchronous standby/ }
     $0 == "```" { shown = 0 }
@@ -118,7 +118,7 @@ watch_requests() {
   done
 }
 
-# Immediately, since the first cluster would wait for a replica that is gone.
+# Stops them immediately, since the first cluster would wait for a replica that is gone.
 stop_clusters() {
   [ -z "$watcher" ] || kill "$watcher" 2>/dev/null || true
   if [ -n "$server_folder" ]; then

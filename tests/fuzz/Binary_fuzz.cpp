@@ -1,4 +1,5 @@
-// Values in the server's binary format: read within their bytes, and as the text that they give reads.
+// Values in the server's binary format: the reader stays within their bytes, and gives the same results as
+// for their texts.
 
 #include <SQLAPI.h>
 
@@ -15,7 +16,7 @@ namespace {
 
 constexpr unsigned kTypes[] = {16, 20, 21, 23, 25, 701, 1184, 1700};  // bool to numeric
 
-// What an action returns; nothing when it throws, which is a class 2 error.
+// The result of an action; no value when it throws, which must be a class 2 error.
 template <class Action>
 auto Try(Action action) -> std::optional<decltype(action())> {
   try {
@@ -55,7 +56,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   Try([&] { return pq::BinaryBool(cell); });
   if (!text) {
     REQUIRE(!value && !whole && !date);
-  } else if (type != kTypes[0]) {  // the texts of a boolean are no numbers
+  } else if (type != kTypes[0]) {  // the texts of booleans are not numbers
     REQUIRE(Bits(value) == Bits(Try([&] { return pq::ParseDouble(*text); })));
     REQUIRE(whole == Try([&] { return pq::ParseInteger(*text, INT64_MIN, INT64_MAX); }));
     const auto same = Try([&] { return pq::ParseDateTime(*text); });

@@ -1,5 +1,4 @@
-// Connection strings: what was put together is taken apart again, and any text is divided as it is
-// documented.
+// Connection strings: composed texts are split into their parts again, and any text is split as documented.
 
 #include <algorithm>
 
@@ -37,7 +36,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::size_t length = input.Take<std::uint8_t>();
   const std::wstring first = sys::FromUtf8(input.Bytes(length)), second = sys::FromUtf8(input.Rest());
 
-  // A name with anything in it survives in quotes.
+  // In quotes, any name is preserved.
   const std::wstring host = L"h" + Without(first, L"@"), name = L"dbname=" + Quoted(second), options = first;
   const std::wstring text = host + L"," + std::to_wstring(port) + L"@" + name + L";" + options;
   const auto keywords = pq::ReadConnectionString(text, first, second);
@@ -49,7 +48,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   REQUIRE(Find(keywords, "password") == sys::ToUtf8(second));
   REQUIRE(keywords.back() == std::pair<std::string, std::string>("client_encoding", "UTF8"));
 
-  // Without quotes the first '@' and the first ';' after it divide the text.
+  // Without quotes, the text is split at the first '@' and the first ';' after it.
   const std::wstring plain = Without(second, L"'\\");
   const std::size_t at = plain.find(L'@');
   const std::wstring rest = at == std::wstring::npos ? plain : plain.substr(at + 1);
@@ -59,7 +58,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   REQUIRE(Find(divided, "options") == sys::ToUtf8(end < rest.size() ? rest.substr(end + 1) : L""));
   if (at == std::wstring::npos) REQUIRE(Find(divided, "host").empty() && Find(divided, "port").empty());
 
-  // Any text is taken without a keyword of its own making.
+  // No text adds keywords other than the known ones.
   for (const auto& [keyword, value] : pq::ReadConnectionString(second, first, L"")) REQUIRE(!value.empty());
   return 0;
 }

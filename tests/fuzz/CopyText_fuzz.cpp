@@ -1,4 +1,5 @@
-// The text of COPY: a reader of the format gives every sample back, the value as the C library's ten digits.
+// The text of COPY: an independent reader of the format returns every sample, with its value in ten digits as
+// the C library writes them.
 
 #include <algorithm>
 #include <cfloat>
@@ -12,7 +13,7 @@
 
 namespace {
 
-// A field of a line, unescaped; null is a text of its own.
+// A field of a line, unescaped; the null marker is kept apart.
 struct Field {
   bool null = false;
   std::string text;

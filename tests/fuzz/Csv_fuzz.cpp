@@ -1,5 +1,5 @@
-// Files of samples: rows that were written are read back, rows without quotes are what a simple reference
-// reads, and any file gives samples or a reason why not.
+// Files of samples: written rows are read back, rows without quotes are read as by a simple reference, and
+// any file gives samples or an error.
 
 #include <algorithm>
 #include <cmath>
@@ -48,7 +48,7 @@ void RequireRoundTrip(fuzz::Input& input, char delimiter) {
   for (unsigned i = input.Below(4); i > 0; --i) {
     Row row;
     for (unsigned column = 0; column < width; ++column) {
-      // A row of empty cells is left out.
+      // Rows of empty cells are skipped.
       row.push_back((column == 0 ? "x" : "") + std::string(input.Bytes(input.Below(16))));
       content += (column == 0 ? std::string() : std::string(1, delimiter)) + Quoted(row.back());
     }
@@ -117,7 +117,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   std::string content(input.Rest());
   RequireSamplesOrAReason(content, options);
-  // The readers below would refuse what begins as a compressed file does.
+  // The readers below would refuse a text that begins like a compressed file.
   if (content.starts_with("\x1f\x8b")) return 0;
   Read(content, delimiter, encoding);
   std::replace(content.begin(), content.end(), '"', '\'');

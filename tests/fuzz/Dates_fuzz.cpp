@@ -1,4 +1,5 @@
-// Dates of the server's text: fields written are read back, and what else is read has fields in their ranges.
+// Dates in the server's text: written fields are read back, and any other text that is accepted gives fields
+// in their ranges.
 
 #include <SQLAPI.h>
 

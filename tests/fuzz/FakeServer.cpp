@@ -11,7 +11,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// After this silence of both sides the connection ends: one of them waits for what the other will never send.
+// When both sides have been silent for this long, one of them waits for something that the other will never
+// send, and the connection is closed.
 constexpr auto kSilence = 30ms;
 constexpr auto kPause = 1ms;
 constexpr std::size_t kMostPieces = 64;
@@ -20,7 +21,7 @@ constexpr std::uint32_t kVersion3 = 196608;
 
 bool Holds(const std::string& text, const char* part) { return text.find(part) != std::string::npos; }
 
-// The row of which the answer to a statement is made; empty when it gives none.
+// The row for the answer to a statement; empty when the statement returns no rows.
 std::vector<std::string> RowOf(const std::string& statement) {
   if (!statement.starts_with("select")) return {};
   if (Holds(statement, "from datalog")) return {"TAG", "1700000000.123", "0.1"};

@@ -11,15 +11,15 @@
 
 namespace fuzz {
 
-// A server on a port of 127.0.0.1 that answers the statements of some operations by rows of its own, one
-// connection after the other. Each answer passes the function given before it is sent.
+// A server on a port of 127.0.0.1 that answers the statements of some operations with fixed rows, one
+// connection after the other. Each answer goes through a function before it is sent.
 class FakeServer {
  public:
-  // How an answer is sent: its bytes, and whether the connection ends after them.
+  // How an answer is sent: its bytes, and whether the connection is closed after them.
   struct Answer {
     std::string bytes;
     bool ends = false;
-    std::size_t piece = 0;  // bytes at once, with a pause between; 0: all
+    std::size_t piece = 0;  // bytes per send, with a pause in between; 0: all at once
   };
   using Change = std::function<Answer(Messages)>;
 
@@ -28,11 +28,11 @@ class FakeServer {
 
   int Port() const { return listener_.Port(); }
 
-  // From now on answers are sent as they are, and the connection that is open ends.
+  // From now on sends answers unchanged, and closes the open connection.
   void Behave() { behaves_ = true; }
 
  private:
-  // The connection at the time, and what it has received.
+  // The current connection, and what it has received.
   struct Link {
     platform::Socket socket;
     bool behaves = false;

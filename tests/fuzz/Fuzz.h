@@ -1,6 +1,6 @@
 #pragma once
 
-// What the fuzz targets share. A target is a function that takes any bytes and ends the process when a
+// Shared by the fuzz targets. A target is a function that takes any bytes and ends the process when a
 // property does not hold. With the preset fuzz libFuzzer chooses the bytes; otherwise Replay.cpp reads them
 // from files.
 
@@ -26,7 +26,7 @@ namespace fuzz {
     }                                                                                       \
   } while (false)
 
-// Takes values off the front of the bytes; zeros once they are used up.
+// Takes values off the front of the bytes; zeros after their end.
 class Input {
  public:
   Input(const std::uint8_t* data, std::size_t size) : rest_(reinterpret_cast<const char*>(data), size) {}

@@ -14,7 +14,7 @@ namespace {
 
 constexpr int kMostAttempts = 4;
 
-// Messages that no answer here has, or not there.
+// Messages that the answers do not have, or not at this place.
 std::string Alien(Input& input) {
   constexpr std::string_view kTypes = "GHWdcEENASZIs3t12nvVCTDRKRRR";
   const char type = kTypes[input.Below(static_cast<unsigned>(kTypes.size()))];
@@ -31,7 +31,7 @@ std::string Alien(Input& input) {
   }
 }
 
-// Lengths that are none, or of a message that never comes to its end.
+// Lengths that are invalid, or of a message that never ends.
 std::uint32_t BadLength(Input& input) {
   constexpr std::uint32_t kLengths[] = {0, 1, 3, 4, 5, 0xFFFFFFFF, 0x7FFFFFFF, 0x80000000, 30001, 1 << 20};
   return kLengths[input.Below(std::size(kLengths))];
@@ -41,7 +41,7 @@ void Overwrite(std::string& bytes, std::size_t at, const std::string& by) {
   bytes.replace(std::min(at, bytes.size()), by.size(), by);
 }
 
-// One change of an answer, which has a message at least.
+// Makes one change of an answer, which has at least one message.
 void ChangeMessages(Input& input, Messages& messages) {
   const std::size_t at = input.Below(255) % messages.size();
   std::string& message = messages[at];

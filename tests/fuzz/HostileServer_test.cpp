@@ -1,4 +1,4 @@
-// Operations against servers that are hostile in ways that follow from a number.
+// Operations against servers whose hostile changes are derived from a number.
 
 #include "HostileServer.h"
 

@@ -8,7 +8,7 @@
 
 namespace {
 
-// Made, and neither returned nor freed.
+// Results that were made, and neither returned nor freed.
 std::set<PGresult*> unreturned;
 
 template <class Function>
@@ -18,7 +18,7 @@ Function* InLibpq(const char* name) {
 
 }  // namespace
 
-// These come before libpq's own functions, for libpq itself as well.
+// These replace libpq's own functions, also within libpq.
 extern "C" {
 
 [[gnu::visibility("default")]] PGresult* PQmakeEmptyPGresult(PGconn* connection, ExecStatusType status) {

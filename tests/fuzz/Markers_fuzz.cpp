@@ -1,4 +1,5 @@
-// Statements: the markers found are those of a simple reference, and replacing them leaves none.
+// Statements: the scanner finds the same markers as a simple reference, and after replacing them none is
+// left.
 
 #include <algorithm>
 #include <vector>

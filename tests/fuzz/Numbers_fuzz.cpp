@@ -1,4 +1,4 @@
-// Numbers of the server's text: doubles as the C library reads them, integers as whole numbers of any length.
+// Numbers in the server's text: doubles are compared with the C library, integers with arithmetic on digits.
 
 #include <SQLAPI.h>
 
@@ -77,7 +77,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   const std::string text(input.Rest());
   if (const auto read = Double(text)) {
-    const std::string c = text.c_str();  // the C library's ends at a NUL
+    const std::string c = text.c_str();  // the C library stops at a NUL
     REQUIRE(c == text);
     REQUIRE(SameBits(*read, std::strtod(c.c_str(), nullptr)));
   }

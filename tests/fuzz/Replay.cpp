@@ -1,4 +1,4 @@
-// Gives a target each file of a directory.
+// Runs a target with each file of a directory.
 
 #include <filesystem>
 #include <fstream>

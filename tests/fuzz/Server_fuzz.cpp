@@ -1,4 +1,4 @@
-// Operations against a server whose answers are changed as the bytes say.
+// Operations against a server whose answers are changed according to the bytes.
 
 #include "Fuzz.h"
 #include "HostileServer.h"

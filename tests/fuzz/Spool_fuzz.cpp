@@ -1,5 +1,5 @@
-// The spool: records come back as they went in, any bytes are records or are refused, and a damaged file
-// gives back nothing that was not put into it.
+// The spool: records are read as they were written, any bytes are read as records or refused, and a damaged
+// file gives no record that was not written.
 
 #include <fstream>
 #include <sstream>
@@ -18,8 +18,7 @@ namespace {
 
 constexpr GenuineSamples kSamples(20, 50);
 
-// Takes records off the bytes as long as there are any; what each is written as again is what it was read
-// from.
+// Reads records as long as there are any; writing each one again must give the bytes that it was read from.
 template <class Take, class Text>
 void RequireRecords(std::string_view bytes, Take take, Text text) {
   for (;;) {
@@ -41,7 +40,7 @@ std::string Written(const Record& record) {
   return bytes;
 }
 
-// What is read of any bytes and written again is read as the same.
+// Any record that was read, written and read again is the same.
 template <class Take>
 void RequireRewritten(std::string_view bytes, Take take) {
   while (const auto record = take(bytes)) {
@@ -53,7 +52,7 @@ void RequireRewritten(std::string_view bytes, Take take) {
 }
 
 void RequireBlocks(std::string_view bytes, std::size_t count) {
-  // A tag that is not UTF-8 is carried as it is: it is compared by its bytes.
+  // A tag that is not UTF-8 is kept unchanged, so it is compared by its bytes.
   RequireRecords(bytes, TakeSample, [](const SampleView& sample) {
     std::string text = Written(LogSample{sample.timeMs, L"", sample.value});
     text.resize(text.size() - sizeof(std::uint32_t));

@@ -1,4 +1,4 @@
-// UTF-8 to wide text and back, against a decoder that goes by the table of the standard.
+// UTF-8 to wide text and back, compared with a decoder that follows the table of the standard.
 
 #include "Fuzz.h"
 #include "port/Utf8.h"
@@ -60,7 +60,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   REQUIRE(Decode(back, again) && again == Points(wide));
 
-  // Any wide text becomes well-formed, and what is well-formed in it stays.
+  // Any wide text becomes well-formed, and its well-formed parts stay unchanged.
   std::wstring any(size / sizeof(wchar_t), L'\0');
   if (!any.empty()) std::memcpy(any.data(), data, any.size() * sizeof(wchar_t));
   std::u32string points;

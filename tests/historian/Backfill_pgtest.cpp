@@ -29,7 +29,7 @@ class BackfillTest : public HistorianTest {
     Run("alter table loaded rename to datalog");
   }
 
-  // Rows of the one table that the other does not have, to the bit.
+  // Rows that only one of the two tables has, compared bit by bit.
   void ExpectSameAsInserted() {
     const std::string rows = "select time, tag_name, float8send(value) from ";
     EXPECT_EQ(Value("select count(*) from datalog"), Value("select count(*) from inserted"));
@@ -89,8 +89,8 @@ TEST_F(BackfillTest, StoresWhatInsertLogDataStores) {
   ExpectSameAsInserted();
 }
 
-// InsertLogData's sort leaves the order of equal keys open; in a batch that is sorted already the first one
-// stays, as here.
+// The sort of InsertLogData does not define the order of equal keys, but in a batch that is sorted already,
+// as here, the first one is kept.
 TEST_F(BackfillTest, KeepsTheFirstOfSamplesWithOneTimeAndTagInABatch) {
   const std::vector<LogSample> samples = {
       {kStart, L"A", 1}, {kStart, L"A", 2}, {kStart, L"B", 3}, {kStart, L"B", DBL_MAX}};
@@ -123,7 +123,7 @@ TEST_F(BackfillTest, KeepsTheFirstOfSamplesInDifferentBatches) {
   EXPECT_EQ(Value("select count(*) from datalog where value = -1"), "100");
 }
 
-TEST_F(BackfillTest, PassesOverBatchesThatAreStored) {
+TEST_F(BackfillTest, SkipsBatchesThatAreStored) {
   const auto samples = Cycles(kStart, 100, 10);
   EXPECT_EQ(Load(samples, 100).counts.batches, 10);
   Run("delete from datalog");

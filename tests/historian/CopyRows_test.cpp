@@ -30,7 +30,7 @@ std::string SqlStateOf(const std::function<void()>& body) {
   return "nothing thrown";
 }
 
-// A value after it was written with ten digits and parsed by the server.
+// A value as the server parses it from ten digits.
 double ByLibrary(double value) {
   char text[64];
   const auto end = std::to_chars(text, text + sizeof text, value, std::chars_format::general, 10).ptr;
@@ -77,7 +77,7 @@ TEST(CopyRowsTest, LeavesOutWhatCannotBeStored) {
   EXPECT_EQ(copy.rows, 1);
 }
 
-TEST(CopyRowsTest, OfNoSamplesMakesAnEmptyCopy) {
+TEST(CopyRowsTest, MakesAnEmptyCopyOfNoSamples) {
   const CopyRows copy = MakeCopyRows({});
   EXPECT_EQ(copy.bytes, kHeader + kTrailer);
   EXPECT_EQ(copy.rows, 0);
@@ -98,13 +98,13 @@ TEST(CopyRowsTest, KeepsTheFirstOfSamplesWithOneTimeAndTag) {
   EXPECT_EQ(copy.bytes, MakeCopyRows({{1000, L"A", 2}, {2000, L"A", 1}, {2000, L"B", 5}}).bytes);
 }
 
-TEST(CopyRowsTest, TakesNamesThatBecomeTheSameTextForOne) {
+TEST(CopyRowsTest, TreatsNamesThatBecomeTheSameTextAsOne) {
   const CopyRows copy = MakeCopyRows({{1000, L"\xD800", 1}, {1000, L"\xDFFF", 2}});
   EXPECT_EQ(copy.rows, 1);
   EXPECT_EQ(copy.repeated, 1);
 }
 
-TEST(CopyRowsTest, LosesRowsByTheirKeys) {
+TEST(CopyRowsTest, RemovesRowsByTheirKeys) {
   const std::vector<LogSample> samples = {
       {1000, L"A", 1}, {1000, L"", 0}, {1000, L"B", DBL_MAX}, {2000, L"A", 3}, {2000, L"A", 4}};
   const CopyRows copy = MakeCopyRows(samples);
@@ -147,12 +147,12 @@ TEST(StoredValueTest, KeepsTenSignificantDigits) {
             std::numeric_limits<double>::denorm_min());
 }
 
-TEST(StoredValueTest, RefusesWhatTenDigitsMakeTooGreat) {
+TEST(StoredValueTest, RefusesValuesThatRoundOutOfRange) {
   EXPECT_EQ(SqlStateOf([] { StoredValue(-DBL_MAX); }), "22003");
   EXPECT_EQ(SqlStateOf([] { StoredValue(std::nextafter(DBL_MAX, 0)); }), "22003");
 }
 
-TEST(StoredValueTest, EqualsWhatTheTextOfTenDigitsReadsAs) {
+TEST(StoredValueTest, EqualsTheParsedTextOfTenDigits) {
   std::mt19937_64 random(2);
   for (int i = 0; i < 2000000; ++i) {
     const auto value = std::bit_cast<double>(random());
@@ -162,7 +162,7 @@ TEST(StoredValueTest, EqualsWhatTheTextOfTenDigitsReadsAs) {
 }
 
 // The values that a plant has, and halves of the tenth digit and their neighbours, where rounding is decided.
-TEST(StoredValueTest, EqualsThatForValuesNextToAHalf) {
+TEST(StoredValueTest, EqualsTheParsedTextNextToAHalf) {
   std::mt19937_64 random(3);
   std::uniform_int_distribution<int> exponents(-16, 17);
   for (int i = 0; i < 300000; ++i) {
@@ -175,7 +175,7 @@ TEST(StoredValueTest, EqualsThatForValuesNextToAHalf) {
   }
 }
 
-TEST(StoredValueTest, EqualsThatNextToPowersOfTen) {
+TEST(StoredValueTest, EqualsTheParsedTextNextToPowersOfTen) {
   for (int power = -20; power <= 20; ++power) {
     double value = std::pow(10.0, power);
     for (int i = 0; i < 100; ++i) value = std::nextafter(value, 0);

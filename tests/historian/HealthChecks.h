@@ -10,10 +10,10 @@
 
 namespace historian {
 
-// Checks the store over a new connection each time, and follows the advice.
+// Checks the store over a new connection each time, and carries out the advice.
 struct HealthChecks {
   std::function<std::shared_ptr<Dbms>()> connect;
-  std::function<void(const std::string&)> run;  // a statement, as an administrator
+  std::function<void(const std::string&)> run;  // runs a statement as an administrator
   HealthOptions options;
 
   HealthReport Report() const { return CheckHealth(*connect(), options); }
@@ -44,7 +44,7 @@ struct HealthChecks {
     return finding;
   }
 
-  // The check reports this, and passes once its advice was followed.
+  // Expects that the check reports this, and that it passes after its advice was carried out.
   void ExpectCure(const std::string& check, Verdict verdict, const std::string& part) const {
     const Finding finding = Expect(check, verdict, part);
     CarryOut(finding.advice);

@@ -1,4 +1,4 @@
-// Checks that do not need TimescaleDB. Each is made to fail, and its advice followed.
+// Checks that do not need TimescaleDB. Each is made to fail, then its advice is carried out.
 
 #include "historian/Health.h"
 
@@ -20,7 +20,8 @@ class HealthTest : public HistorianTest {
     database.assign(wide.begin(), wide.end());
   }
 
-  // An account of this database's own, for accounts are the server's. May do what an account may by default.
+  // An account with default rights. Its name contains the database's, because accounts belong to the whole
+  // server.
   void CreateReader() {
     Run("create role " + Reader() + " login password 'reader'");
     checks.connect = [this] {
@@ -110,7 +111,7 @@ TEST_F(HealthTest, SettingsOfAnAccountAreChangedThere) {
   DropReader();
 }
 
-// Of the whole server: other tests may run beside this one, and lose no more than speed.
+// Changes the whole server. Other tests that run at the same time only become slower.
 TEST_F(HealthTest, SettingsOfTheServerAreChangedThere) {
   for (const std::string setting : {"fsync", "full_page_writes"}) {
     const auto wait = [&](Verdict verdict) {

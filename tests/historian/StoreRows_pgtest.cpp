@@ -48,7 +48,7 @@ TEST_F(StoreRowsTest, RowsThatAreThereAreLeftOut) {
   EXPECT_EQ(Created(), "0");
 }
 
-// The first and the last instant of all, and a session that writes dates its own way.
+// The first and the last possible instant, and a session with another date style.
 TEST_F(StoreRowsTest, RowsOfAnyTimeAreFoundWhateverTheSessionSets) {
   SetForSessions("datestyle to 'SQL, DMY'");
   SetForSessions("timezone to 'America/St_Johns'");

@@ -12,7 +12,7 @@
 
 namespace historian {
 
-// What plain SQL over datalog gives for the buckets of a trend.
+// Computes the buckets of a trend by plain SQL over datalog.
 struct Reference {
   std::function<std::vector<std::string>(const std::string&)> rows;  // runs a query
 
@@ -48,7 +48,7 @@ struct Reference {
            std::to_string(Milliseconds(to)) + " / 1000.0)";
   }
 
-  // By the begin of the bucket. The means are those of the means of the units; a unit of 1 ms is a sample.
+  // Buckets by their beginning. The means are those of the means of the units; a unit of 1 ms is a sample.
   std::map<std::int64_t, Values> Buckets(const std::string& tag, Time from, Time to, std::int64_t width,
                                          std::int64_t unit) const {
     const std::int64_t begin = Milliseconds(from);
@@ -96,7 +96,8 @@ struct Reference {
     }
   }
 
-  // Everything that a trend must be for these arguments. Gives the number of tags that came as their samples.
+  // Checks everything about a trend for these arguments. Returns the number of tags that were returned sample
+  // by sample.
   int Check(const Trend& trend, const std::vector<std::string>& tags, Time from, Time to, int most) const {
     int raw = 0;
     EXPECT_EQ(trend.tags.size(), tags.size());

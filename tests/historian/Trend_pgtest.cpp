@@ -27,7 +27,7 @@ class TrendTest : public HistorianTest {
 
   std::int64_t Random(std::int64_t below) { return static_cast<std::int64_t>(random()) % below; }
 
-  // Bursts at random, gaps of minutes, one value in ten missing.
+  // Random bursts, gaps of minutes, one value in ten missing.
   void StoreRandomTags(int tags, int samples) {
     for (int tag = 0; tag < tags; ++tag) {
       std::vector<std::pair<std::int64_t, double>> values;
@@ -144,7 +144,7 @@ TEST_F(TrendTest, ATagAskedForTwiceComesTwice) {
   EXPECT_EQ(trend.tags[2].buckets.size(), 1u);
 }
 
-TEST_F(TrendTest, RefusesArgumentsThatMakeNoSense) {
+TEST_F(TrendTest, RefusesInvalidArguments) {
   EXPECT_THROW(ReadTrend(*dbms, {"A"}, At(0), At(0), 5), std::invalid_argument);
   EXPECT_THROW(ReadTrend(*dbms, {"A"}, At(1), At(0), 5), std::invalid_argument);
   EXPECT_THROW(ReadTrend(*dbms, {"A"}, At(0), At(1), 0), std::invalid_argument);

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Checks that docs/reliability.md is what the tests and their table of outcomes make, and that a table which does not
-# agree with the tests is refused: reliability.sh BUILD_FOLDER
+# Checks that docs/reliability.md matches the tests and their table of outcomes, and that a table which does not match
+# the tests is refused: reliability.sh BUILD_FOLDER
 set -euo pipefail
 cd "$(dirname "$0")/../.."
 # shellcheck source=tests/check.sh

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Adds one violation after the other to a small valid tree, and expects the check to report each:
-# violations.sh CHECK_INCLUDES
+# Adds violations to a small valid tree, one at a time, and expects the check to report each: violations.sh
+# CHECK_INCLUDES
 set -euo pipefail
 check=$1
 # shellcheck source=tests/check.sh

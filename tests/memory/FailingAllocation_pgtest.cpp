@@ -10,7 +10,7 @@
 
 namespace {
 
-// Longer operations take long to repeat, so one object serves all their allocations.
+// Longer operations take long to repeat, so one object is used for all their allocations.
 constexpr int kShortStatements = 10;
 
 class FailingAllocation : public OperationsTest, public ::testing::WithParamInterface<Family> {

@@ -5,7 +5,7 @@
 
 namespace {
 
-thread_local std::size_t untilFailure = 0;  // 0: none will fail
+thread_local std::size_t untilFailure = 0;  // 0: none fails
 thread_local bool failed = false;
 
 }  // namespace

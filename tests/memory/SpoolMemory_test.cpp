@@ -9,8 +9,7 @@
 namespace historian::recorder {
 namespace {
 
-// The text that says why a spool refuses takes memory. An append that did not end would leave every later
-// one waiting.
+// The reason for a refusal needs memory. If the append did not end without it, every later one would wait.
 TEST(SpoolMemory, AnAppendThatIsRefusedEndsWithoutMemoryForItsText) {
   SpoolDirectory directory;
   Piece piece;

@@ -34,7 +34,7 @@ class SilentNetwork : public DbmsTest {
     silent_ = false;
   }
 
-  // Runs an operation, which has to fail within the limit, and gives the text that it leaves.
+  // Runs an operation, which must fail within the limit, and returns its error text.
   template <class Operation>
   std::wstring TextOfFailure(Operation operation) {
     auto done = Start(operation);
@@ -92,7 +92,7 @@ TEST_F(SilentNetwork, LosesTheBatch) {
   ExpectThatItGoesOn();
 }
 
-// The server works on the statement when the network dies: nothing is on its way that could go unanswered.
+// The server is working on the statement when the network fails, so no data is left unacknowledged.
 TEST_F(SilentNetwork, LosesTheAnswer) {
   Run("begin; lock table datalog in access exclusive mode");
   auto done = Start(GetOldestTime);

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Makes the Debian packages, a pair for each of DbmsAPI and historian and one of the program, looks at what is in them, and
+# Makes the Debian packages, a pair for each of DbmsAPI and historian and one of the program, checks their contents, and
 # uses them as a client's own project does: debian.sh SOURCE_FOLDER
 set -euo pipefail
 source=$(cd "$1" && pwd)
@@ -19,7 +19,7 @@ quietly() {
 }
 
 cd "$source"
-# Without optimisation nothing is hardened; -Og takes no longer than none.
+# Hardening needs optimisation; compiling with -Og takes no longer than without.
 quietly cmake --preset package -B build/package.test -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_FLAGS_RELEASE=-Og
 quietly cmake --build build/package.test --parallel 2
 quietly cpack --config build/package.test/CPackConfig.cmake -B "$work/packages"
@@ -62,7 +62,7 @@ extract() {
   for package in "${@:2}"; do dpkg-deb --extract "$package" "$1"; done
 }
 
-# Programs run with the former, and are built with the latter.
+# Programs run with the runtime packages and are built with the -dev packages.
 extract "$work/runtime" "${runtime[0]}" "${historian[0]}"
 if find "$work/runtime" -name '*.h' -o -name '*.so' -o -name '*.pc' -o -name '*.cmake' | grep .; then
   fail 'is not for running programs'
@@ -75,7 +75,7 @@ dpkg-deb --fsys-tarfile "${program[0]}" | tar -x -C "$work" ./usr/bin/historian
 # The program runs with the packages of the libraries, and its package has the manual and the completion.
 extract "$work/installed" "${runtime[0]}" "${historian[0]}" "${program[0]}"
 "$work/installed/usr/bin/historian" import "$source/examples/data/machine.csv" --dry-run --json >/dev/null
-# packs FILE.gz: whether it is what gzip makes without a time, so that the same sources make the same package.
+# packs FILE.gz: whether the file is as gzip makes it without a time, so that the same sources make the same package.
 packs() { gzip --decompress --stdout "$1" | gzip -9 -n | cmp -s - "$1"; }
 subcommands=$("$work/installed/usr/bin/historian" --help | sed -n '/^Subcommands:/,/^$/s/^  \([a-z]*\) .*/\1/p')
 [ "$(wc -w <<<"$subcommands")" -ge 10 ] || fail "--help names the subcommands $subcommands"
@@ -95,8 +95,8 @@ _historian
 EOF
 )" bash "$work/installed/usr/share/bash-completion/completions/historian" || fail 'bash does not complete an option of the program'
 
-# Each package says what it may be used for and what has changed; those for people bring their documents.
-# brings PACKAGE FILE...: its directory of documents holds these of the sources, and nothing else.
+# Each package has the licence and the changes; some have further documents. brings PACKAGE FILE...: its directory of
+# documents has exactly these files of the sources.
 brings() {
   local name folder found
   name=$(dpkg-deb --field "$1" Package)

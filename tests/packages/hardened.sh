@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Checks that programs and libraries are hardened as those of Debian are: hardened.sh FILE...
+# Checks that programs and libraries are hardened like those of Debian: hardened.sh FILE...
 set -euo pipefail
 [ $# -gt 0 ] || {
   echo 'names no file'
@@ -25,6 +25,7 @@ for file in "$@"; do
   # Flags of a segment are the column before the last one.
   expect "$file" 'stack that holds no code' "$headers" 'GNU_STACK.* RW +0x'
 done
-# A small library may call none of the functions that have a checked form; all have the same flags.
+# A small library may call no function that has a checked variant, so it is enough that one file calls some: all are
+# built with the same flags.
 expect "$*" 'checked functions (_FORTIFY_SOURCE)' "$all_symbols" ' __[a-z]+_chk(@|$)'
 exit "$status"

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Makes the zip for Windows and uses what is in it as a client's own project does:
+# Makes the zip for Windows and uses its contents as a client's own project does:
 #
 #   zip.sh BUILD_FOLDER [CMAKE OPTION]...
 set -euo pipefail
@@ -37,7 +37,7 @@ for file in LICENSE CHANGELOG.md copyright README.md docs/windows.md docs/progra
 done
 "$here/../consumer/against.sh" "$prefix" "$@"
 
-# The program runs as it is unpacked, with the site's libpq beside it.
+# The unpacked program runs with the site's libpq beside it.
 cp "${CONSUMER_LIBPQ:?}"/*.dll "$prefix/bin"
 said=$("${CONSUMER_EMULATOR:?}" "$prefix/bin/historian.exe" --version)
 [[ $said == 'historian 0.'* ]] || {

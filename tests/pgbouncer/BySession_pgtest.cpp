@@ -20,7 +20,7 @@ class PgBouncerBySession : public DbmsTest {
   }
 };
 
-// What each of the operations returned, with the last error by then.
+// The result of each operation, with the last error at that time.
 std::vector<std::pair<bool, std::wstring>> ResultsOfAllOperations(Dbms& dbms) {
   std::vector<std::pair<bool, std::wstring>> results;
   for (const OperationCall& operation : AllOperations()) {

@@ -14,8 +14,8 @@ ReportDigitalData Row(std::int64_t time) {
 
 class PgBouncerByTransaction : public DbmsTest {};
 
-// Two clients have prepared statements of one name on two connections. The third one is given the connection
-// of the other client: the values go into the other client's statement.
+// Two clients have prepared statements with the same name on two connections. The next transaction gets the
+// connection of the other client, so its values go into the other client's statement.
 TEST_F(PgBouncerByTransaction, StoresValuesByTheStatementOfAnotherClient) {
   const auto hours = NewDbms(), days = NewDbms();
   ASSERT_TRUE(hours->CreateReportDataTables(0)) << hours->GetLastError();

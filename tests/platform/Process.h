@@ -2,10 +2,10 @@
 
 namespace platform {
 
-// Unique among the processes that run.
+// Unique among the running processes.
 int ProcessId();
 
-// Memory that the process occupies.
+// The memory that the process uses.
 long ResidentKilobytes();
 
 // Sets an environment variable for the process and for the libraries in it; null removes it.

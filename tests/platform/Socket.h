@@ -38,7 +38,7 @@ class Socket {
   Handle Get() const { return handle_; }
   void Close();
 
-  // Sends everything, waiting for a receiver that does not read. Returns false when the other side is gone,
+  // Sends everything, and waits while the receiver does not read. Returns false when the other side is gone,
   // or when `cancel` becomes readable or its other side closes it.
   bool SendAll(const char* bytes, std::size_t count, const Socket& cancel) const;
   // Returns the number of bytes received, 0 when the other side is gone.
@@ -52,8 +52,8 @@ class Socket {
 // Waits until a socket has something to receive or to accept, or has failed; returns the index of the first.
 std::size_t WaitForAny(std::initializer_list<const Socket*> sockets);
 
-// Sends as much as the buffers of a foreign socket take, without waiting. Returns false when that is
-// nothing.
+// Sends as much as fits into the buffers of a foreign socket, without waiting. Returns false when nothing
+// fits.
 bool SendWithoutWaiting(int socket, const char* bytes, std::size_t count);
 
 }  // namespace platform

@@ -16,8 +16,8 @@ std::tm LocalTime(std::int64_t seconds);
 // zone to all years.
 std::int64_t KnownFrom();
 
-// Whether the offset is right at an instant, and the same a day before and after. Around a clock change,
-// local times occur twice or not at all.
+// Whether the offset is right at an instant, and the same a day before and a day after. Around a clock
+// change, local times are repeated or skipped.
 bool IsSettled(std::int64_t seconds);
 
 }  // namespace platform

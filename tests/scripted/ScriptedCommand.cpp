@@ -28,7 +28,7 @@ std::wstring Written(const SAValue& value) {
   return L"?";
 }
 
-// As the client layer does.
+// The same as in the client layer.
 void RefuseNul(const SAString& text) {
   if (pq::HoldsNul(text)) throw SAException(SA_Library_Error, 0, L"a text holds a NUL character");
 }

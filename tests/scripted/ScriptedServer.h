@@ -9,7 +9,7 @@
 
 namespace scripted {
 
-using CellText = std::optional<std::wstring>;  // nothing: SQL NULL
+using CellText = std::optional<std::wstring>;  // no value: SQL NULL
 using Row = std::vector<CellText>;
 using Rows = std::vector<Row>;
 
@@ -48,11 +48,11 @@ class Server {
   // Answers a statement of exactly this text with these rows; others are answered without rows. A later reply
   // to the same text replaces the earlier one.
   void Answer(const std::wstring& statement, Rows rows);
-  // The same, once. Several are used in their order, before Answer's rows.
+  // The same, once. Several such answers are used in order, before the rows of Answer.
   void AnswerOnce(const std::wstring& statement, Rows rows);
   // Delivers `count` of the rows, then fails.
   void FailAfterRows(const std::wstring& statement, Rows rows, std::size_t count);
-  // Fails the k-th statement from now on, counting from 1; plain and native ones alike. A native one whose
+  // Fails the k-th statement from now on, counting from 1, plain and native ones together. A native one whose
   // failure has no text gets no result, as on a lost connection.
   void FailStatement(std::size_t k, Failure failure = {});
   // Refuses connections with this failure until AcceptConnections.
@@ -79,9 +79,9 @@ class Server {
   // Forgets the record, keeps the script.
   void Forget();
 
-  // ---- For the client's bodies ----
+  // ---- For the scripted client layer ----
 
-  // Records a statement and gives its answer; throws SAException where the script says so.
+  // Records a statement and returns its answer; throws SAException if the script says so.
   Reply Execute(const Sent& statement);
   // The same for native calls: the failure's text instead of an exception.
   std::optional<Failure> ExecuteNative(const Sent& statement);

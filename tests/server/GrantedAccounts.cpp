@@ -17,12 +17,12 @@ enum class Right { Read, Look, Write, Own, Create };
 
 constexpr std::array<const char*, 3> kAccounts = {"reader", "writer", "owner"};
 
-// What each operation needs once the tables exist. DropGridTable comes last; those for chunks need a
-// hypertable.
+// The right that each operation needs once the tables exist. DropGridTable comes last; those for chunks need
+// a hypertable.
 const std::map<Right, std::vector<int>>& Operations() {
   static const std::map<Right, std::vector<int>> operations = {
       {Right::Read, {1, 2, 4, 6, 9, 12, 13, 23, 25, 28, 29, 33, 47, 48, 62, 65}},
-      // GetUsers and GetLoggedInUserIds are here, as passwords are not for every reader.
+      // GetUsers and GetLoggedInUserIds are here, because not every reader may see passwords.
       {Right::Write, {5,  8,  11, 16, 17, 19, 20, 24, 26, 27, 31, 32, 36, 37, 38,
                       39, 41, 44, 46, 51, 52, 53, 55, 56, 58, 59, 61, 63, 66}},
       {Right::Own, {15, 45, 49}},

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <string>
 
-// Brings the server of a test that private_server.sh runs into a state.
+// Controls the server of a test that private_server.sh runs.
 inline void ControlServer(const std::string& state) {
   const char* const program = std::getenv("DBMSAPI_SERVER_CONTROL");
   ASSERT_NE(program, nullptr) << "needs private_server.sh";

@@ -2,7 +2,7 @@
 
 namespace {
 
-constexpr char kPassword = 'p';        // the letter of all messages of signing in
+constexpr char kPassword = 'p';        // the letter of all authentication messages
 constexpr int kUnixSocketPort = 5432;  // a part of the name only
 
 }  // namespace
@@ -46,7 +46,7 @@ void ProtocolTap::Carry(const platform::Socket& client, const platform::Socket& 
     const bool fromClient = ready == 1;
     const std::size_t count = (fromClient ? client : server).Receive(buffer, sizeof buffer);
     if (count == 0) return;
-    // Before it is passed on, so that whoever has the answer finds the message recorded.
+    // Recorded before it is passed on, so that it is there when the client has the answer.
     if (fromClient) {
       messages.Add(buffer, count);
       Note(messages);

@@ -41,8 +41,8 @@ Result Execute(PGconn* channel, std::string_view statements) {
   return result;
 }
 
-// The server's processes end some milliseconds after their connections are closed, and "drop database" waits
-// 100 ms before it looks again. Connections that a test leaves open are for "with (force)".
+// Waits, because the server's processes end some milliseconds after their connections are closed, and "drop
+// database" would check again only after 100 ms. "with (force)" closes connections that a test leaves open.
 void LetProcessesEnd(PGconn* maintenance, const std::string& database) {
   for (int attempt = 0; attempt < 10; ++attempt) {
     const Result processes =

@@ -47,7 +47,7 @@ class ServerTest : public ::testing::Test {
   // Repeats the query until it returns true; throws after a long time.
   void WaitUntil(std::string_view query);
 
-  // The server processes of other connections to the test's database, as a query for use in the above.
+  // A query for the server processes of other connections to the test's database, for use in WaitUntil.
   static constexpr std::string_view kOtherBackends =
       "(select pid from pg_stat_activity where datname = current_database() and pid <> pg_backend_pid() "
       "and backend_type = 'client backend')";

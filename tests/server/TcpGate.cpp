@@ -26,7 +26,7 @@ void TcpGate::Plan(Fault fault, std::int64_t bytes) {
   faultAt_ = bytes_ + bytes;
 }
 
-// How many of the bytes received go through, and what happens after them.
+// How many of the received bytes are passed on, and what happens after them.
 TcpGate::Fault TcpGate::Count(std::size_t received, std::size_t& through) {
   const std::lock_guard lock(mutex_);
   const std::int64_t before = bytes_;
@@ -58,7 +58,7 @@ void TcpGate::Carry(Socket client, int number) {
     if (ready == 0) return;
     const bool fromClient = ready == 1;
     if (!fromClient && number <= withoutAnswers_) {
-      if (!Discard(server)) fault = Fault::Stall;  // the client does not learn of it
+      if (!Discard(server)) fault = Fault::Stall;  // the client is not notified
     } else if (!Pass(fromClient ? client : server, fromClient ? server : client, fromClient, fault))
       return;
   }

@@ -21,14 +21,12 @@ class TcpGate {
 
   int Port() const { return listener_.Port(); }  // on 127.0.0.1
 
-  // What happens once so many more bytes have come from clients; the bytes before are let through. It happens
-  // to one connection, later ones are let through.
-  void CutAfter(std::int64_t bytes) { Plan(Fault::Cut, bytes); }  // closed at both ends
-  void SwallowAfter(std::int64_t bytes) {
-    Plan(Fault::Swallow, bytes);
-  }  // open, and nothing goes through any more
-  void StallAfter(std::int64_t bytes) { Plan(Fault::Stall, bytes); }  // open, and nothing is read any more
-  // From now on nothing of what the server sends comes through, on the connections there are.
+  // Each passes on this many more bytes from clients, then does its fault to one connection. Later
+  // connections are passed on.
+  void CutAfter(std::int64_t bytes) { Plan(Fault::Cut, bytes); }          // closes it at both ends
+  void SwallowAfter(std::int64_t bytes) { Plan(Fault::Swallow, bytes); }  // open, but passes nothing on
+  void StallAfter(std::int64_t bytes) { Plan(Fault::Stall, bytes); }      // open, but reads nothing
+  // From now on nothing from the server is passed on, on the existing connections.
   void SwallowAnswers() { withoutAnswers_ = connections_.load(); }
   // From now on, later connections are closed at once.
   void TurnAway() { turnsAway_ = true; }

@@ -3,14 +3,14 @@
 #
 #   private_server.sh [--full-disk LIBRARY] BUILD_FOLDER COMMAND [ARGUMENT]...
 #
-# The command finds the server as tools/server.sh says. DBMSAPI_SERVER_CONTROL is a command that returns when it has done
-# what its argument says:
+# The command finds the server as tools/server.sh says. DBMSAPI_SERVER_CONTROL is a command that does what its argument
+# says, and then returns:
 #
-#   stop         stops it at once, as when its machine loses power
+#   stop         stops it immediately, as when its machine loses power
 #   start        starts it
 #   restart      stops it in order, without waiting for its clients, and starts it
-#   freeze       holds all its processes; thaw lets them go on
-#   start-up     starts it, and keeps it from completing that until finish-start-up
+#   freeze       stops all its processes with SIGSTOP; thaw lets them go on
+#   start-up     starts it, but keeps the start-up from completing until finish-start-up
 #   shut-down    stops it in order, when its clients are gone; does not wait for that
 #   fill         keeps its tables and indexes from growing, which needs the library full_disk; empty lets them grow
 set -euo pipefail
@@ -94,7 +94,7 @@ fi
 [ $# -ge 2 ] || die "usage: private_server.sh [--full-disk LIBRARY] BUILD_FOLDER COMMAND [ARGUMENT]..."
 build=$1
 shift
-# Without fsync: even a hard stop of the processes loses nothing, as the system keeps its cache.
+# Without fsync, because even a hard stop of the processes loses nothing: the system keeps its cache.
 server_start "$build" fsync=off max_connections=80
 trap thaw_and_stop EXIT
 chmod 755 "$server_folder"

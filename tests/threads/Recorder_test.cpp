@@ -1,4 +1,4 @@
-// A recorder that many threads use, and loading with several connections.
+// A recorder used by many threads, and Backfill with several connections.
 
 #include "historian/Recorder.h"
 
@@ -17,7 +17,7 @@ constexpr std::int64_t kPerCall = 100;
 
 class RecorderThreads : public RecorderTest {
  protected:
-  // What one of the recording threads does; its tag names are its own.
+  // The work of one recording thread, with tag names of its own.
   static void RecordSomething(Recorder& recorder, int thread, int calls) {
     for (int call = 0; call < calls; ++call) {
       EXPECT_TRUE(recorder.Record(Samples(call * kPerCall, kPerCall, L"TAG" + std::to_wstring(thread))));
@@ -88,7 +88,7 @@ TEST_F(RecorderThreads, EndsInTheMiddleOfItsWork) {
 class BackfillThreads : public HistorianTest {};
 
 TEST_F(BackfillThreads, LoadOverSeveralConnections) {
-  // Each batch has one half of the one before.
+  // Each batch repeats half of the one before.
   std::vector<LogSample> samples;
   for (int batch = 0; batch < 60; ++batch) {
     const auto cycles = Cycles(kFirstMs + batch * 5000, 10, 20);

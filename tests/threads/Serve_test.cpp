@@ -1,4 +1,4 @@
-// What answers the page of historian serve: many requests at the same time.
+// The answers for the page of historian serve: many requests at the same time.
 
 #include "historian/command/serve/ServeTest.h"
 
@@ -22,7 +22,7 @@ class ServeThreads : public ServeTest {
 };
 
 TEST_F(ServeThreads, EachRequestHasAConnectionToItself) {
-  dbms.reset();  // else it has a connection, too
+  dbms.reset();  // otherwise it has a connection, too
   Pool pool(ServerUnderTest(), {2, kThreads});
   std::atomic<int> under_way{0}, most{0}, good{0};
   OnThreads(kThreads, [&] {
@@ -94,7 +94,7 @@ TEST_F(ServeThreads, RequestsGoOnAfterTheirConnectionsWereLost) {
   EXPECT_EQ(good, kThreads * kRounds);
 }
 
-// A pool that lets nobody wait refuses a second reader.
+// With a pool that lets nobody wait, a second reader would be refused.
 TEST_F(ServeThreads, OneRequestReadsTheTagsForAll) {
   Run("insert into datalog values ('2026-03-02 06:00:00Z', 'A', 1), ('2026-03-02 06:00:00Z', 'B', 1)");
   Pool pool(ServerUnderTest(), {1, 0});

@@ -44,7 +44,7 @@ TEST_F(Sessions, EachThreadWorksWithItsOwnObject) {
   EXPECT_EQ(Value("select count(*) from system_log"), std::to_string(kThreads * kRounds));
 }
 
-TEST_F(Sessions, ObjectsAtRestMoveWhileOthersWork) {
+TEST_F(Sessions, IdleObjectsChangeHostsWhileOthersWork) {
   ASSERT_TRUE(NewDbms()->CreateUserTables());
   std::vector<std::shared_ptr<Dbms>> resting;
   int asked = 0;
@@ -77,7 +77,7 @@ TEST_F(Sessions, ObjectsAtRestMoveWhileOthersWork) {
   EXPECT_EQ(asked, 5 * kRounds);
 }
 
-// Tables that imitate an extension whose hypertables are all set up.
+// Tables that imitate an extension in which all hypertables are set up.
 class Detection : public DbmsTest {
  protected:
   void SetUp() override {
@@ -93,7 +93,7 @@ class Detection : public DbmsTest {
     Run("insert into timescaledb_information.jobs values ('policy_compression', 'system_log'), "
         "('policy_compression', 'audit_table')");
     Run("create function compress_chunk(text) returns text language sql as 'select $1'");
-    // Sessions look for pg_extension here before they look in the server's catalog.
+    // Sessions find pg_extension here before that of the server's catalog.
     SetForSessions("search_path to public, pg_catalog");
   }
   void TearDown() override {
@@ -104,7 +104,7 @@ class Detection : public DbmsTest {
   }
 };
 
-TEST_F(Detection, TheVersionIsFoundWhileOthersGoByIt) {
+TEST_F(Detection, TheVersionIsDetectedWhileOthersUseIt) {
   ASSERT_TRUE(NewDbms()->CreateAuditTable());
   std::atomic<int> good{0};
   std::atomic<int> relapses{0};
@@ -122,7 +122,7 @@ TEST_F(Detection, TheVersionIsFoundWhileOthersGoByIt) {
       if (dbms->CreateAuditTable()) ++good;
     }
   };
-  // The plain variant compresses only while the version is unknown. A reader sees that end once.
+  // The plain variant compresses only while the version is unknown. Each reader sees the change once.
   const auto read = [&] {
     const auto plain = NewDbms(DbmsType::PostgreSQL);
     bool known = false;

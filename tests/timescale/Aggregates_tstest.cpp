@@ -1,4 +1,4 @@
-// Samples spread over days, and the aggregates over them.
+// Samples over several days, and their aggregates.
 
 #include <SQLAPI.h>
 

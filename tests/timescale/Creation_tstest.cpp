@@ -8,8 +8,8 @@ const std::vector<UserLogColumn> kColumns = {{L"number", 0, 0}, {L"litres", 1, 0
 
 class Creation : public TimescaleTest {};
 
-// Up to 2.19 the view of jobs names an aggregate's policy by its internal table: the policy is not found,
-// and making it a second time fails.
+// Up to 2.19 the view of jobs names an aggregate's policy by its internal table: the policy is not found, and
+// adding it again fails.
 bool FindsPoliciesOfAggregates(const Release& release) { return release >= Release{2, 20, 0}; }
 
 constexpr wchar_t kPolicyExists[] = L"retention policy already exists for hypertable \"datalog_1m\"";
@@ -104,14 +104,14 @@ TEST_F(Creation, KeepsAnAggregatesPolicyWhoseAgeContainsTheNewOne) {
   ASSERT_EQ(Retention("datalog_1m"), "40 days");
   ASSERT_TRUE(dbms->CreateLogTable(0)) << dbms->GetLastError();
   EXPECT_EQ(Retention("datalog"), "none");
-  // "40 days" contains "0 days", so the policy stays; so it does where policies are not found.
+  // "40 days" contains "0 days", so the policy stays. It also stays on releases where policies are not found.
   EXPECT_EQ(Retention("datalog_1m"), "40 days");
   EXPECT_EQ(Retention("datalog_1h"), FindsPoliciesOfAggregates(release()) ? "none" : "365 days");
   Run("select remove_retention_policy('datalog_1m', if_exists => true)");
   Run("select remove_retention_policy('datalog_1h', if_exists => true)");
   EXPECT_EQ(Retention("datalog_1m"), "none");
   EXPECT_EQ(Retention("datalog_1h"), "none");
-  // "730 days" does as well.
+  // "730 days" contains it, too.
   ASSERT_TRUE(dbms->CreateLogTable(365)) << dbms->GetLastError();
   ASSERT_TRUE(dbms->CreateLogTable(0)) << dbms->GetLastError();
   EXPECT_EQ(Retention("datalog_1m"), "730 days");

@@ -1,4 +1,4 @@
-// Before CreateSystemLogTable has run in the process.
+// Operations before CreateSystemLogTable has run in the process.
 
 #include <algorithm>
 #include <thread>

@@ -1,4 +1,4 @@
-// Checks that need TimescaleDB. Each is made to warn, and its advice followed.
+// Checks that need TimescaleDB. Each is made to warn, then its advice is carried out.
 
 #include "TimescaleTest.h"
 #include "historian/HealthChecks.h"
@@ -19,7 +19,7 @@ class HistorianHealth : public TimescaleTest {
     ASSERT_TRUE(dbms->CreateAlarmTable(10)) << dbms->GetLastError();
   }
 
-  // Samples of so many days, a minute apart, the last of which are so old.
+  // Samples a minute apart over some days; parameters are the number of days and the age of the last one.
   void Store(const std::string& length, const std::string& age) {
     Run("insert into datalog select time, 'A', 1 from generate_series(now() - interval '" + age +
         "' - interval '" + length + "', now() - interval '" + age + "', interval '1 minute') time");
@@ -165,7 +165,7 @@ TEST_F(HistorianHealth, DroppedSamplesAreNotRefreshed) {
   Run("call refresh_continuous_aggregate('datalog_1h', null, now() - interval '1 day')");
   Run("call refresh_continuous_aggregate('datalog_1m', null, now() - interval '1 day')");
   Run("select drop_chunks('datalog', now() - interval '2 days')");
-  // That would empty the aggregates.
+  // A refresh would empty the aggregates.
   checks.Expect("refresh datalog_1m", Verdict::Ok, "");
   checks.Expect("refresh datalog_1h", Verdict::Ok, "");
 }
@@ -174,7 +174,7 @@ TEST_F(HistorianHealth, LocksAreCountedAsTheServerTakesThem) {
   Store("9 days", "1 day");
   Run("select compress_chunk(chunk) from (select chunk from show_chunks('datalog') chunk limit 4) few");
   Run("begin; select count(*) from datalog");
-  // Also the table, its index and the catalog's.
+  // Also locks of the table, its index and the catalog.
   const int taken = std::stoi(Value(
       "select count(*) from pg_locks l join pg_class c on c.oid = l.relation where l.pid = pg_backend_pid() "
       "and c.relnamespace = '_timescaledb_internal'::regnamespace"));

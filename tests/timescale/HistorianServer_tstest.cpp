@@ -1,5 +1,5 @@
-// Findings of a whole server, with advice that restarts it or frees its disk. Each test has a server of its
-// own: tests/historian/disk/small_disk.sh.
+// Findings about a whole server, with advice that restarts it or frees its disk. Each test has a server of
+// its own: tests/historian/disk/small_disk.sh.
 
 #include <filesystem>
 
@@ -23,14 +23,14 @@ class HistorianServer : public TimescaleTest {
     Run("select alter_job(job_id, scheduled => false) from timescaledb_information.jobs");
   }
 
-  // So many samples of each of so many days, the last of which is 30 days ago.
+  // Samples on each of some days, the last of which is 30 days ago.
   void Store(int days, int samples) {
     Run("insert into datalog select date_trunc('day', now()) - day * interval '1 day' + sample * interval '1 ms', 'A', "
         "random() from generate_series(30, " +
         std::to_string(29 + days) + ") day, generate_series(1, " + std::to_string(samples) + ") sample");
   }
 
-  // A statement, or what an advice says in words.
+  // Carries out an advice: a statement, or an action in words.
   void CarryOut(const std::string& step) {
     if (step != "restart the server") return Run(step);
     ControlServer("restart");

@@ -1,4 +1,4 @@
-// Trends over samples and continuous aggregates that hold a part of them.
+// Trends over samples and continuous aggregates of a part of them.
 
 #include <cfloat>
 #include <random>
@@ -20,7 +20,7 @@ using std::chrono::milliseconds;
 constexpr std::int64_t kMinute = 60'000, kHour = 60 * kMinute, kDay = 24 * kHour;
 constexpr std::int64_t kMidnight = 19'675 * kDay;  // 2023-11-14
 constexpr std::int64_t kStart = kMidnight + 20 * kHour;
-constexpr std::int64_t kLength = 8 * kHour;  // over a midnight, that is over two chunks
+constexpr std::int64_t kLength = 8 * kHour;  // across midnight, so in two chunks
 constexpr std::int64_t kMinutesEnd = kStart + 5 * kHour + 7 * kMinute;
 constexpr std::int64_t kHoursEnd = kStart + 4 * kHour;
 
@@ -73,7 +73,7 @@ class HistorianTrend : public TimescaleTest {
     }
   }
 
-  // A role for this database: all databases of a server share their roles.
+  // A role named after this database, because all databases of a server share their roles.
   std::string Reader() { return Value("select current_database() || '_reader'"); }
 
   // The table that an aggregate keeps its rows in.
@@ -107,7 +107,7 @@ TEST_F(HistorianTrend, HasNoSeamAroundTheWatermarks) {
 TEST_F(HistorianTrend, LateSamplesAreSeenBeforeTheyAreRefreshed) {
   Store(kStart - 3 * kHour, kLength, 600'000);
   CheckAtRandom(20);
-  // The refresh has begun to take them over into its own list, for another part of the time.
+  // A refresh of another range has begun and moved them to its own list.
   Refresh("datalog_1m", kStart - kHour, kStart + kHour);
   Refresh("datalog_1h", kStart - 2 * kHour, kStart);
   CheckAtRandom(20);
@@ -177,7 +177,7 @@ TEST_F(HistorianTrend, DroppedSamplesAreShownByTheAggregates) {
   for (const auto& bucket : seconds.tags[0].buckets)
     historian::Reference::Expect(bucket, minutes.at(bucket.time.time_since_epoch().count()));
   EXPECT_FALSE(seconds.tags[0].raw);
-  // Where there are samples, nothing has changed.
+  // Nothing has changed in ranges with samples.
   Check(boundary.time_since_epoch().count(), kStart + kLength, 1000);
 }
 
@@ -224,7 +224,7 @@ TEST_F(HistorianTrend, TagsAreListedToTheHour) {
     EXPECT_LT(off(fields[2], tag.last), kHour) << tag.name;
     EXPECT_EQ(std::to_string(*tag.samples), fields[3]);
   }
-  // A tag that is being recorded is exact at its end.
+  // For a tag that is still recorded, the last time is exact.
   EXPECT_EQ(
       std::to_string(listed[0].last.time_since_epoch().count()),
       Value("select floor(extract(epoch from max(time)) * 1000)::bigint from datalog where tag_name = 'A'"));

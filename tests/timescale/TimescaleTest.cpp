@@ -82,7 +82,7 @@ void TimescaleTest::InFreshProcess(const std::function<void()>& body) {
 }
 
 std::string TimescaleTest::Retention(const std::string& table) {
-  // An aggregate's jobs bear its own name or that of its internal table, depending on the release.
+  // An aggregate's jobs have its own name or that of its internal table, depending on the release.
   return Value(
       "select coalesce((select j.config->>'drop_after' from timescaledb_information.jobs j "
       "where j.proc_name = 'policy_retention' and j.hypertable_name in ('" +

@@ -8,7 +8,7 @@
 #include "DbmsAPI/Dbms.h"
 #include "server/ServerTest.h"
 
-// A release of the extension, as 2.18.2.
+// A release of the extension, such as 2.18.2.
 struct Release {
   int major = 0, minor = 0, patch = 0;
   friend auto operator<=>(const Release&, const Release&) = default;
@@ -35,7 +35,7 @@ class TimescaleTest : public ServerTest {
   static void ExpectFailure(bool result, Dbms& dbms, const std::wstring& text);
 
   // Runs the body in a separate process, in which the library has not seen the extension, with a database of
-  // its own. Its failures are this test's.
+  // its own. Its failures count for this test.
   static void InFreshProcess(const std::function<void()>& body);
 
   // The age of a table's or an aggregate's retention policy, "none" without one.

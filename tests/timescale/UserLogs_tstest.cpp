@@ -16,7 +16,7 @@ class UserLogs : public TimescaleTest {
  protected:
   void SetUp() override {
     TimescaleTest::SetUp();
-    // A deadlock is looked for after this time.
+    // The server looks for a deadlock after this time.
     Run("alter database " + Value("select current_database()") + " set deadlock_timeout = '20ms'");
     dbms = NewDbms();
   }
@@ -28,7 +28,7 @@ class UserLogs : public TimescaleTest {
   std::shared_ptr<Dbms> dbms;
 };
 
-// Dropping a hypertable may deadlock with a reader of its chunks; either is chosen to fail.
+// Dropping a hypertable may deadlock with a reader of its chunks; either of them may fail.
 TEST_F(UserLogs, AChangeOfLayoutBesideReadersIsMadeOrFailsWhole) {
   const Columns layouts[] = {{{L"a", 0, 0}}, {{L"a", 0, 0}, {L"b", 1, 0}}};
   ASSERT_TRUE(dbms->CreateUserLogTable(L"batches", layouts[0], 0)) << dbms->GetLastError();

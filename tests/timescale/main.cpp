@@ -10,7 +10,7 @@ constexpr int kNotRun = 77;
 
 int main(int argc, char** argv) {
   ::testing::InitGoogleTest(&argc, argv);
-  // Failures are looked at through GetLastError.
+  // Tests read failures from GetLastError.
   SetDbmsDebugSink([](const wchar_t*) {});
   if (ReleaseUnderTest().empty()) {
     std::cout << "TimescaleDB is not available on this server: "

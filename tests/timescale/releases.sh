@@ -8,7 +8,7 @@
 set -euo pipefail
 tests=$1
 wanted=${2:-}
-not_run=77  # the program's exit status when it has said so
+not_run=77  # the program's exit status when nothing was run
 
 query() {
   PGPASSWORD=${DBMSAPI_TEST_PASSWORD:-} psql --no-psqlrc --tuples-only --no-align --quiet --host "$DBMSAPI_TEST_HOST" \
@@ -20,7 +20,7 @@ offered=$(query "select version from pg_available_extension_versions where name 
 
 older() { [ "$1" != "$2" ] && [ "$(printf '%s\n' "$1" "$2" | sort --version-sort | head -n 1)" = "$1" ]; }
 
-# The tests that a release, or this server, cannot run.
+# The tests that cannot run on a release or on this server.
 not_for() {
   local names=()
   ! older "$1" 2.15.0 || names+=(HistorianJobs.ARefreshCountedAsFailedIsToComeBackSoon)

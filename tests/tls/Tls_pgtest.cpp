@@ -20,7 +20,7 @@ class Tls : public DbmsTest {
     ASSERT_NO_FATAL_FAILURE(DbmsTest::SetUp());
   }
 
-  // Has the server show a certificate to connections to come.
+  // Makes the server use a certificate for later connections.
   void Show(const std::string& name) {
     Run("alter system set ssl_cert_file to '" + directory_ + "/" + name + ".crt'");
     Run("alter system set ssl_key_file to '" + directory_ + "/" + name + ".key'");
@@ -36,8 +36,8 @@ class Tls : public DbmsTest {
                          User().c_str(), Password().c_str());
   }
 
-  // Connects again and again until the error, empty for none, holds the text: the server takes a moment to
-  // show another certificate.
+  // Connects repeatedly until the error (empty: none) contains the text, because the server takes a moment to
+  // use another certificate.
   testing::AssertionResult Comes(const std::wstring& host, const std::string& authority,
                                  const std::wstring& text) const {
     std::wstring error;

@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# A package that cannot be fetched, or is not the one named, ends the script with the reason. One that is there is not
+# A package that cannot be fetched, or is not the expected one, ends the script with the reason. An existing one is not
 # fetched again: fetch.sh TOOLS_DIRECTORY
 set -euo pipefail
 tools=$1
 # shellcheck source=tests/check.sh
 . "$(dirname "$0")/../check.sh"
 
-# In place of npm: gives the package of this directory, or the error of a registry that is out of reach.
+# Replaces npm: delivers the package of this directory, or fails as for a registry that cannot be reached.
 mkdir -p "$work/bin" "$work/package"
 echo 'a program' >"$work/package/program"
 tar -czf "$work/good.tgz" -C "$work" package

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# A test server's password in the output of a test is found, wherever it is: passwords.sh TOOLS_DIRECTORY
+# A test server's password is found anywhere in the output of a test: passwords.sh TOOLS_DIRECTORY
 set -euo pipefail
 tools=$1
 # shellcheck source=tools/lib/say.sh
@@ -24,7 +24,7 @@ for log in dev.test.log dev/Testing/Temporary/LastTest.log dev/Testing/Temporary
   cp "$work/kept" "$work/$log"
 done
 
-# What the servers of the tests have is one of these.
+# The servers of the tests have such passwords.
 said=$("$tools/server.sh" bash -c 'echo "$DBMSAPI_TEST_PASSWORD"')
 [[ $said == "$password_mark"* ]] || die "the server's password is another one"
 echo 'a password in an output is found'

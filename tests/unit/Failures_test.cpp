@@ -1,4 +1,4 @@
-// What every operation does when the server refuses or a statement fails.
+// Every operation when the server refuses the connection or a statement fails.
 
 #include "AllOperations.h"
 #include "DbmsAPI/frame/Timescale.h"
@@ -78,7 +78,7 @@ TEST_F(EveryOperation, LosesAServerThatDiesUnderIt) {
     server.FailStatement(1, {3, 7, L"server closed the connection unexpectedly"});
     EXPECT_FALSE(operation.call(*object));
     EXPECT_EQ(Access::Host(*object), L"standby");
-    std::erase(server.events, L"connected?");  // asks nobody
+    std::erase(server.events, L"connected?");  // without asking the server
     ASSERT_FALSE(server.events.empty());
     EXPECT_EQ(server.events.back(), L"destroy");
     server.alive = true;

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-// The statements that turn a table into a compressed hypertable, as each version of the extension takes them.
+// The statements that turn a table into a compressed hypertable, for each version of the extension.
 namespace hypertable {
 
 // Versions before and after each change of syntax; 0 is a server without the extension.

@@ -27,7 +27,7 @@ struct NullArgument {
   std::function<bool(Dbms&)> call;
 };
 
-// Every pointer of every operation that may not be null.
+// Every pointer parameter that must not be null, of every operation.
 const std::vector<NullArgument> kNullArguments = {
     {"CreateUserLogTable", L"name",
      [](Dbms& d) {

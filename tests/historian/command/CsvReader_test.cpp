@@ -80,7 +80,7 @@ TEST(CsvReader, ReportsAQuoteThatIsNeverClosed) {
   EXPECT_EQ(reading.problems, std::vector<std::string>{"1 the quote that opens the cell is never closed"});
 }
 
-TEST(CsvReader, RefusesAQuoteThatTakesInTheRestOfALargeFile) {
+TEST(CsvReader, RefusesAQuoteThatIsNotClosedInALargeFile) {
   EXPECT_THROW(Read("a,b\n1,\"2\n" + std::string(20 << 20, 'x')), Refusal);
 }
 
@@ -144,7 +144,7 @@ TEST(CsvEncodings, RecogniseUtf16WithoutAMark) {
   EXPECT_EQ(DetectEncoding(std::string("\0t\0i\0m\0e\0,\0a\0\n", 14)), Encoding::Utf16Big);
 }
 
-TEST(CsvEncodings, TakeACharacterThatTheBeginningCutsForUtf8) {
+TEST(CsvEncodings, RecogniseUtf8WhoseBeginningEndsWithinACharacter) {
   EXPECT_EQ(DetectEncoding("abc \xE2\x82"), Encoding::Utf8);
 }
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-// A file with a content, which goes with the object.
+// A file with a content, removed with the object.
 class TemporaryFile {
  public:
   explicit TemporaryFile(std::string_view content, const std::string& ending = ".csv") {

@@ -12,7 +12,7 @@ using historian::Time;
 
 namespace {
 
-// The instant as UTC text, or what is wrong.
+// The instant as UTC text, or the error.
 std::string Read(const std::string& format, const std::string& text, const std::string& zone = "UTC",
                  bool truncate = false) {
   const auto in = FindZone(zone);
@@ -57,7 +57,7 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"epoch", "1795293605.25", "2026-11-21T20:40:05.250Z"},
         Case{"epoch-ms", "1795293605123", "2026-11-21T20:40:05.123Z"},
         Case{"excel", "46347.5", "2026-11-21T12:00:00Z"}, Case{"excel", "46347", "2026-11-21T00:00:00Z"},
-        // 20:40:05 is 0.8611689814814... of a day, and written with as many decimals as it may be.
+        // 20:40:05 is 0.8611689814814... of a day, and is written here with different numbers of decimals.
         Case{"excel", "46347.86117", "2026-11-21T20:40:05Z"},
         Case{"excel", "46347,861169", "2026-11-21T20:40:05Z"},
         Case{"excel", "46347.861168981", "2026-11-21T20:40:05Z"},
@@ -86,12 +86,12 @@ INSTANTIATE_TEST_SUITE_P(
                     Case{"%d%m%Y %H%M", "2026", "is not a time of the format given"},
                     Case{"%d%m%Y", "21112026 2040", "continues after a time in the format given"}));
 
-TEST(Times, AreCutToMillisecondsWhereAskedFor) {
+TEST(Times, AreCutToMillisecondsOnRequest) {
   EXPECT_EQ(Read("iso", "2026-11-21 20:40:05.123999", "UTC", true), "2026-11-21T20:40:05.123Z");
   EXPECT_EQ(Read("epoch", "1795293605.0005", "UTC", true), "2026-11-21T20:40:05Z");
 }
 
-TEST(Times, WithoutAZoneAreOfTheOneGiven) {
+TEST(Times, WithoutAZoneAreInTheGivenOne) {
   EXPECT_EQ(Read("iso", "2026-07-01 12:00", "+05:30"), "2026-07-01T06:30:00Z");
   EXPECT_EQ(Read("iso", "2026-07-01 12:00", "-0800"), "2026-07-01T20:00:00Z");
   EXPECT_EQ(Read("iso", "2026-07-01 12:00Z", "+05:30"), "2026-07-01T12:00:00Z");
@@ -173,7 +173,7 @@ TEST(Numbers, MayBeMissing) {
   EXPECT_EQ(ReadNumber('.', "kaputt", {"KAPUTT"}), "null");
 }
 
-TEST(Numbers, ThatAreNoneSayWhatHelps) {
+TEST(Numbers, ThatAreInvalidNameTheOptionThatHelps) {
   EXPECT_EQ(ReadNumber('.', "21,5"), "is a number with a decimal comma (--decimal comma)");
   EXPECT_EQ(ReadNumber(',', "21.5"), "is a number with a decimal point (--decimal point)");
   EXPECT_EQ(ReadNumber('.', "1e999"), "is outside the range of a double");

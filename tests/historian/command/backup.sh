@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# docs/running.md: what its commands dump and restore is the same store: backup.sh PROGRAM DOCUMENT [timescaledb]
+# The commands of docs/running.md dump a store and restore the same store: backup.sh PROGRAM DOCUMENT [timescaledb]
 set -euo pipefail
 # shellcheck source=tests/historian/command/program.sh
 . "$(dirname "$0")/program.sh"

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# historian export: what it writes, and that import reads it back: export.sh PROGRAM
+# historian export: its output, and that import reads it back: export.sh PROGRAM
 set -euo pipefail
 # shellcheck source=tests/historian/command/program.sh
 . "$(dirname "$0")/program.sh"

@@ -114,7 +114,7 @@ locker=$!
 exec 4>"$work/locker"
 echo 'begin; lock table datalog in share row exclusive mode;' >&4
 until [ "$(sql "select count(*) from pg_locks where relation = 'datalog'::regclass and mode = 'ShareRowExclusiveLock' and granted")" = 1 ]; do sleep 0.05; done
-# A shell starts what runs beside it with SIGINT ignored.
+# A shell starts background commands with SIGINT ignored.
 env --default-signal=INT "${program[@]}" import "$work/large.csv" >"$work/out" 2>"$work/err" 4>&- &
 import=$!
 until [ "$(sql "select count(*) from pg_locks where relation = 'datalog'::regclass and not granted")" = 1 ]; do sleep 0.05; done

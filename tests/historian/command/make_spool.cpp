@@ -1,4 +1,4 @@
-// Leaves a spool with 1,000 samples and an alarm that no server has seen: make_spool FILE
+// Writes a spool with 1,000 samples and an alarm that were not sent to any server: make_spool FILE
 #include <DbmsAPI/Diagnostics.h>
 
 #include "historian/Recorder.h"

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Files and results that are larger than the memory the program may have: memory.sh PROGRAM
+# Files and results that are larger than the memory that the program may use: memory.sh PROGRAM
 set -euo pipefail
 # shellcheck source=tests/historian/command/program.sh
 . "$(dirname "$0")/program.sh"

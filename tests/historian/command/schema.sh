@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# docs/schema.md: its tables have the columns that it lists, and its queries run: schema.sh PROGRAM DOCUMENT
+# The tables have the columns that docs/schema.md lists, and its queries run: schema.sh PROGRAM DOCUMENT
 set -euo pipefail
 # shellcheck source=tests/historian/command/program.sh
 . "$(dirname "$0")/program.sh"
@@ -19,7 +19,7 @@ sql "insert into datalog values ('2026-03-02 06:00Z', 'STOPPED', 1)
 ; insert into audit_table (time, ip_addr, user_id, message) values ('2026-03-02 07:00Z', '10.0.0.1', 'jo', 'set')
 ; insert into report_data_analog_hour select '2026-03-02 07:00Z', 'BOILER.TEMP', 1, 1, 1, 1, 1, 1, 1, now(), 1, now(), 1, 1, 1, now(), 1, now()"
 
-# columns TABLE: the columns that the document lists, lines of "name type".
+# columns TABLE: the columns that the document lists, as lines of "name type".
 documented() {
   awk -v heading="### \`$1\`" '$0 == heading { inside = 1; next } /^#/ { inside = 0 }
     inside && /^\| `/ { split($0, cell, /[|` ]+/); print cell[2], cell[3] }' "$document"

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# historian serve: what it says, refuses, and how it ends: serve.sh PROGRAM
+# historian serve: its messages, its refusals, and how it ends: serve.sh PROGRAM
 set -euo pipefail
 # shellcheck source=tests/historian/command/program.sh
 . "$(dirname "$0")/program.sh"
@@ -17,7 +17,7 @@ run init
 
 case='misuse'
 run serve --listen 127.0.0.1:http
-expect_refused '--listen "127.0.0.1:http": the port has to be a number up to 65535'
+expect_refused '--listen "127.0.0.1:http": the port must be a number up to 65535'
 run serve --listen ::1
 expect_refused '--listen "::1": an IPv6 address goes in brackets: [::1]:8470'
 run serve --listen 192.0.2.1:0
@@ -43,7 +43,7 @@ start() {
   url=$(json .url)
 }
 
-# Ends it by a signal; it is to end by itself, with status 0 and without a word.
+# Sends it a signal and expects that it ends with status 0 and without a message.
 end_by() {
   kill -s "$1" "$served"
   status=0

@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
-# What a terminal gets that a file does not: its width, colours, progress: terminal.sh PROGRAM
+# Output for a terminal only: its width, colours, progress: terminal.sh PROGRAM
 set -euo pipefail
 # shellcheck source=tests/historian/command/program.sh
 . "$(dirname "$0")/program.sh"
 
-# Runs the program in a terminal of so many columns.
+# Runs the program in a terminal with this many columns.
 run_in_terminal() {
   local command
   command="stty cols $1; exec $(printf '%q ' "${program[@]}" "${@:2}")"
@@ -13,7 +13,7 @@ run_in_terminal() {
   out=$(tr -d '\r' <"$work/out")
   err=$out
 }
-# The widest line, colours aside.
+# The width of the widest line, without colours.
 width() { sed 's/\x1b\[[0-9]*m//g' <<<"$out" | wc --max-line-length; }
 
 fresh_database

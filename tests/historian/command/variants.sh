@@ -15,7 +15,7 @@ expected=$(stored)
 expect_equal "${expected%%|*}" 140 "the number of samples"
 refused=0 loaded=0
 
-# variant NAME FILE [OPTION]...: the file, with the options, has the same samples.
+# variant NAME FILE [OPTION]...: the file, read with the options, has the same samples.
 variant() {
   case=$1
   local file=$2
@@ -39,7 +39,7 @@ refused() {
   refused=$((refused + 1))
 }
 
-# Rewrites the rows after the header: each is a time with its parts y, mo, d, h, mi, s, and the values $2 to $4.
+# Rewrites the rows after the header. A row has a time with the parts y, mo, d, h, mi, s, and the values $2 to $4.
 rewrite() {
   awk -F, -v OFS="${2:-,}" "NR > 1 { split(\$1, t, /[- :]/); y = t[1]; mo = t[2]; d = t[3]; h = t[4]; mi = t[5]; s = t[6]
     $1 } { \$1 = \$1; print }" "$original"

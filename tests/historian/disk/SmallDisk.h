@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <string>
 
-// Gives the disk of the server that small_disk.sh runs a size, as 1900M.
+// Resizes the disk of the server that small_disk.sh runs, for instance to 1900M.
 inline void ResizeDisk(const std::string& size) {
   const char* const program = std::getenv("DBMSAPI_RESIZE_DISK");
   ASSERT_NE(program, nullptr) << "needs small_disk.sh";

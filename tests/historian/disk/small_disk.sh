@@ -4,12 +4,12 @@
 #   small_disk.sh BUILD_FOLDER COMMAND [ARGUMENT]...
 #
 # The command finds the server as tests/server/private_server.sh says, and may control it as said there.
-# DBMSAPI_RESIZE_DISK is a command that gives the disk the size that its argument names, as 1900M. Needs root.
+# DBMSAPI_RESIZE_DISK is a command that resizes the disk to its argument, for instance 1900M. Needs root.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
-readonly disk=/mnt  # of this namespace; others do not see it
+readonly disk=/mnt  # visible only in this namespace
 
-# The processes, too, have a namespace of their own: all end with this script.
+# The processes have a namespace of their own, too, so that all end with this script.
 [ -n "${DBMSAPI_OWN_DISK:-}" ] ||
   exec env DBMSAPI_OWN_DISK=yes unshare --mount --pid --fork --kill-child --mount-proc -- "$0" "$@"
 shift

@@ -20,7 +20,7 @@ constexpr std::int64_t kStart = 1700000000000;
 constexpr std::int64_t kEndless = std::numeric_limits<std::int64_t>::max();
 constexpr int kKills = 50;
 
-// Batches of 50 tags over four seconds; of every fifth one half repeats the batch before.
+// Batches of 50 tags over four seconds; half of every fifth batch repeats the one before.
 SampleReader Batches(std::int64_t count) {
   return [count](std::int64_t position, std::vector<LogSample>& samples) -> std::optional<std::int64_t> {
     if (position >= count) return std::nullopt;
@@ -59,14 +59,14 @@ class BackfillKilledTest : public HistorianTest, public testing::WithParamInterf
 
 TEST_P(BackfillKilledTest, LosesNothingStoresNothingTwiceAndContinues) {
   std::mt19937 random(static_cast<unsigned>(GetParam()));
-  // Most of the instants lie within the loading of batches, some in the connecting before.
+  // Most of the instants are while batches are loaded, some while the program connects.
   for (int i = 0; i < kKills; ++i) {
     ASSERT_NO_FATAL_FAILURE(LoadAndKill(std::chrono::microseconds(random() % 80000)));
   }
   dbms = NewDbms();  // without a connection
   WaitUntil("select count(*) = 0 from " + std::string(kOtherBackends) + " p");
 
-  // A row of the ledger for each batch that is in, and for no other.
+  // The ledger has a row for each stored batch, and for no other.
   const std::int64_t before = std::stoll(Value("select count(*) from historian_backfill"));
   EXPECT_GT(before, 0) << "every program was killed before its first batch";
   EXPECT_EQ(Value("select sum(stored) from historian_backfill"), Value("select count(*) from datalog"));

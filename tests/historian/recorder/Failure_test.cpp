@@ -27,7 +27,7 @@ TEST(Failure, IsClassifiedBySqlState) {
       {"55006", Verdict::TryLater},        // object in use
       {"58030", Verdict::TryLater},        // input/output error
       {"XX000", Verdict::TryLater},        // internal error
-      {"99999", Verdict::TryLater},        // nobody knows it
+      {"99999", Verdict::TryLater},        // unknown
       {"25006", Verdict::WrongServer},     // read-only transaction
       {"21000", Verdict::RefusedData},     // cardinality
       {"22021", Verdict::RefusedData},     // NUL in a text

@@ -9,7 +9,7 @@
 namespace historian::recorder {
 
 // Samples of the times 0, 1 and so on, in blocks. Tag and value follow from the time, so that a sample that
-// damage has made is found out.
+// was changed by damage is detected.
 class GenuineSamples {
  public:
   constexpr GenuineSamples(int blocks, int perBlock) : blocks_(blocks), perBlock_(perBlock) {}

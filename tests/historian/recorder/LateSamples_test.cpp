@@ -25,7 +25,7 @@ TEST(LateSamples, AreThoseThatThePoliciesMayPassOver) {
   EXPECT_EQ(LateRange({fresh, day, hour, timeless}), (TimeRange{now - 1440 * kMinute, now - 60 * kMinute}));
 }
 
-// Minutes for milliseconds, to be read more easily.
+// Converts minutes to milliseconds.
 TimeRange Minutes(std::int64_t from, std::int64_t to) { return {from * kMinute, to * kMinute}; }
 
 std::optional<TimeRange> Window(TimeRange late, std::int64_t safeStart, std::int64_t intact) {

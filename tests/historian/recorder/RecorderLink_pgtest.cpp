@@ -31,7 +31,7 @@ class RecorderLink : public RecorderTest {
   std::unique_ptr<TcpGate> gate;
 };
 
-// Anywhere: while connecting, in BEGIN, in COPY, in COMMIT, after it.
+// Cut anywhere: while connecting, in BEGIN, in COPY, in COMMIT, after it.
 TEST_F(RecorderLink, IsCutAtFiftyRandomBytes) {
   Random random(20240711);
   Recorder recorder(Through(), Options());
@@ -103,7 +103,7 @@ TEST_F(RecorderLink, IsHalfOpen) {
     events.Clear();
     first += 1000;
   }
-  // A link over which nothing is read either: what is sent fills the buffers and then blocks.
+  // A connection from which nothing is read either: sent data fills the buffers, and then sending blocks.
   gate->StallAfter(1000);
   ASSERT_TRUE(recorder.Record(Samples(first, 100000)));
   EXPECT_TRUE(events.WaitFor(RecorderState::Waiting));
@@ -135,7 +135,8 @@ TEST_F(RecorderLink, IsHalfOpenWhenTheRecorderEnds) {
   EXPECT_EQ(History(), Lines(Samples(0, 20)));
 }
 
-// The program has ended, the server has not noticed and is still storing the batch when the next one begins.
+// The program has ended, but the server has not noticed and is still storing the batch when the next program
+// starts.
 TEST_F(RecorderLink, WaitsForACommitThatIsStillOnItsWay) {
   const auto waiting = [](int count) {
     return "select count(*) = " + std::to_string(count) +

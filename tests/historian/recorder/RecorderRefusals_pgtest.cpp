@@ -1,4 +1,4 @@
-// What the server refuses: single records, the program, the role.
+// Refusals of the server: single records, the program, the role.
 
 #include <atomic>
 #include <chrono>
@@ -16,7 +16,7 @@ using Names = std::vector<std::string>;
 
 class RecorderRefusals : public RecorderTest {
  protected:
-  // What the spool has set aside: SQLSTATE and record.
+  // The records that the spool has set aside, with their SQLSTATEs.
   Names SetAside() {
     recorder::SqliteDatabase spool(directory.File(), recorder::SqliteDatabase::Access::ReadOnly);
     auto rows = spool.Prepare("select sqlstate || ' ' || record from set_aside order by 1");
@@ -60,7 +60,7 @@ TEST_F(RecorderRefusals, OneBadSampleAmongTenThousandIsSetAside) {
   const RecorderReport report = recorder.Report();
   EXPECT_EQ(report.accepted, 10000);
   const Names aside = SetAside();
-  // The server compresses long names: whether this one fits into the index is its affair.
+  // The server compresses long names, so whether this one fits into the index depends on the server.
   EXPECT_EQ(report.setAside, static_cast<std::int64_t>(aside.size()));
   ASSERT_GE(aside.size(), 2u);
   EXPECT_EQ(aside[0], "22008 sample of NEVER at 9223372036854775807 ms: 2.000000");
@@ -123,7 +123,7 @@ TEST_F(RecorderRefusals, ThePermissionIsTakenAwayAndGivenBack) {
   // Other kinds are not affected.
   ASSERT_TRUE(recorder.Record(std::vector<AlarmRecord>{AnAlarm(1)}));
   WaitUntil("select count(*) = 1 from alarm");
-  // The spool learns of it a little later than the table shows it.
+  // The spool is updated a little later than the table.
   while (recorder.Report().waiting != 100) std::this_thread::sleep_for(std::chrono::milliseconds(1));
   ExpectTrueCounts(recorder.Report());
   EXPECT_EQ(recorder.Report().lastSqlState, "42501");

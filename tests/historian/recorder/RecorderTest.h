@@ -44,7 +44,7 @@ class EventLog {
     events_.push_back(event);
     changed_.notify_all();
   }
-  // Waits for an event, those before counted.
+  // Waits for an event; earlier ones count.
   bool WaitFor(RecorderState state, const std::string& sqlState) {
     return WaitUntil([&](const RecorderEvent& e) { return e.state == state && e.sqlState == sqlState; });
   }
@@ -78,7 +78,7 @@ class EventLog {
 class RecorderTest : public HistorianTest {
  protected:
   void SetUp() override {
-    SetDbmsDebugSink([](const wchar_t*) {});  // failures are what many of these tests are about
+    SetDbmsDebugSink([](const wchar_t*) {});  // many of these tests cause failures
     ASSERT_NO_FATAL_FAILURE(HistorianTest::SetUp());
     ASSERT_TRUE(dbms->CreateAlarmTable(0)) << dbms->GetLastError();
     Run("create table if not exists system_log (time timestamptz not null,node int2 not null,"
@@ -101,7 +101,7 @@ class RecorderTest : public HistorianTest {
     return options;
   }
 
-  // Waits until nothing waits, then checks what was counted.
+  // Waits until everything is stored, then checks the counts.
   static void ExpectAllSettled(const Recorder& recorder) {
     ASSERT_TRUE(recorder.WaitUntilStored(kLongEnough)) << recorder.Report().lastError;
     ExpectTrueCounts(recorder.Report());

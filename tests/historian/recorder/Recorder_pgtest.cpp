@@ -24,7 +24,7 @@ TEST_F(RecorderTest, StoresWhatItAccepts) {
   EXPECT_EQ(report.lastError, "");
 }
 
-// Values, times and names of every sort: the rows are those that InsertLogData makes of the same samples.
+// Values, times and names of all kinds: the rows are the same as those of InsertLogData.
 TEST_F(RecorderTest, StoresTheRowsThatInsertLogDataStores) {
   const std::vector<LogSample> samples = {
       {1, L"FIRST", 0},
@@ -42,7 +42,7 @@ TEST_F(RecorderTest, StoresTheRowsThatInsertLogDataStores) {
   const char* const rows =
       "select time, tag_name, value::text from datalog where tag_name <> 'x' order by 1, 2";
   auto wanted = Rows(rows);
-  // Of two samples of one key either may be the one that is stored.
+  // Of two samples with one key, either may be stored.
   ASSERT_EQ(wanted.size(), 9u);
   Run("truncate datalog");
 
@@ -120,8 +120,8 @@ TEST_F(RecorderTest, GoesOnWithWhatWaitsInTheSpool) {
   EXPECT_EQ(recorder.Report().stored, 1500);
 }
 
-// As after a power loss with Durability::Process: the spool is that of a while ago, a batch on its way, and
-// the server has stored more.
+// As after a power loss with Durability::Process: the spool is an earlier one with a batch in flight, and the
+// server has stored more.
 TEST_F(RecorderTest, ContinuesWithASpoolThatIsOlderThanTheLedger) {
   const RecorderOptions options = Options();
   {
@@ -173,7 +173,7 @@ TEST_F(RecorderTest, AFullSpoolDropsTheOldestIfThatIsWanted) {
   RecorderOptions options = Options();
   options.mostBytes = 100000;
   options.whenFull = WhenFull::DropOldest;
-  options.batch = 500;  // what is on its way to the server is not dropped
+  options.batch = 500;  // the batch in flight is not dropped
   Run("alter table datalog rename to away");
   Recorder recorder(NewDbms(), options);
   for (int i = 0; i < 100; ++i) ASSERT_TRUE(recorder.Record(Samples(100 * i, 100)));

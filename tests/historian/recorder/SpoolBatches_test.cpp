@@ -1,4 +1,4 @@
-// What becomes of the batches that are taken from a spool.
+// Batches that are taken from a spool.
 
 #include "historian/recorder/SpoolTest.h"
 
@@ -21,7 +21,7 @@ TEST_F(SpoolTest, KeepsEverythingFromRunToRun) {
   EXPECT_EQ(spool.Id().size(), 32u);
 }
 
-// The newest do not wait for the oldest, nor these for them.
+// Neither the newest nor the oldest samples wait for the others.
 TEST_F(SpoolTest, TakesSamplesFromBothEndsInTurn) {
   Spool spool = Open();
   for (int i = 0; i < 6; ++i) Add(spool, 10 * i, 2);
@@ -59,26 +59,26 @@ TEST_F(SpoolTest, TakesAlarmsAndLogRecordsInTheirOrderAndKindsInTurn) {
   EXPECT_EQ(ids, (std::vector<std::int64_t>{1, 1, 2, 2, 2, 1}));
 }
 
-TEST_F(SpoolTest, PassesOverKindsThatAreNotAllowed) {
+TEST_F(SpoolTest, SkipsKindsThatAreNotAllowed) {
   Spool spool = Open();
   Add(spool, 1, 1);
   EXPECT_FALSE(spool.Next({}, {false, true, true}, kMost));
   const auto batch = spool.Next({}, kAll, kMost);
   ASSERT_TRUE(batch);
-  // Given up without an outcome: it comes again, with another number.
+  // Given up without an outcome: it is taken again, with another number.
   EXPECT_FALSE(spool.Next({}, {false, true, true}, kMost));
   EXPECT_FALSE(spool.InFlight());
   EXPECT_EQ(spool.Next({}, kAll, kMost)->number, 2);
 }
 
-TEST_F(SpoolTest, CountsWhatWasHeldAsideOnceTheBatchIsSettled) {
+TEST_F(SpoolTest, CountsRecordsSetAsideOnceTheBatchIsSettled) {
   Spool spool = Open();
   Add(spool, 1, 5);
   const auto batch = spool.Next({}, kAll, kMost);
   const auto pieces = spool.Load(*batch);
   const auto records = SplitRecords(Kind::Sample, pieces[0].bytes, 5).value();
   spool.HoldAside({{records[0], "22008", "no"}, {records[1], "22008", "no"}});
-  spool.HoldAside({{records[2], "22021", "never"}});  // sent again: what counts is the last time
+  spool.HoldAside({{records[2], "22021", "never"}});  // sent again: only the last time counts
   ExpectCounts(spool, {5, 0, 0, 0, 0}, 5);
   spool.Next(Outcome{3, {}}, kAll, kMost);
   ExpectCounts(spool, {5, 3, 1, 1, 0}, 0);
@@ -103,7 +103,7 @@ TEST_F(SpoolTest, RemembersTheRangeOfLateSamplesUntilItIsRefreshed) {
   EXPECT_EQ(spool.Late(), (TimeRange{100, 900}));
   spool.ForgetLate({100, 900}, 499);
   EXPECT_EQ(spool.Late(), (TimeRange{500, 900}));
-  spool.ForgetLate({100, 900}, 900);  // has grown meanwhile: it stays
+  spool.ForgetLate({100, 900}, 900);  // the range has grown meanwhile, so it stays
   EXPECT_EQ(spool.Late(), (TimeRange{500, 900}));
   spool.ForgetLate({500, 900}, 900);
   EXPECT_FALSE(spool.Late());
@@ -121,7 +121,7 @@ TEST_F(SpoolTest, NumbersBatchesOnFromRunToRun) {
   EXPECT_EQ(spool.Next(Outcome{1, {}}, kAll, 1)->number, 2);
 }
 
-TEST_F(SpoolTest, ForgetsWhatWasHeldAsideOfABatchThatIsGivenUp) {
+TEST_F(SpoolTest, ForgetsRecordsSetAsideOfABatchThatIsGivenUp) {
   Spool spool = Open();
   Add(spool, 1, 5);
   const auto pieces = spool.Load(*spool.Next({}, kAll, kMost));
@@ -132,7 +132,7 @@ TEST_F(SpoolTest, ForgetsWhatWasHeldAsideOfABatchThatIsGivenUp) {
   ExpectCounts(spool, {5, 5, 0, 0, 0}, 0);
 }
 
-TEST_F(SpoolTest, ABatchThatTheServerKnowsALaterOneOfIsGivenUpAndTakenAgain) {
+TEST_F(SpoolTest, GivesUpABatchWhenTheServerKnowsALaterOneAndTakesItAgain) {
   Spool spool = Open();
   Add(spool, 1, 3);
   EXPECT_EQ(spool.Next({}, kAll, 3)->number, 1);
@@ -144,7 +144,7 @@ TEST_F(SpoolTest, ABatchThatTheServerKnowsALaterOneOfIsGivenUpAndTakenAgain) {
   EXPECT_EQ(Times(spool, again), (std::vector<std::int64_t>{1, 2, 3}));
 }
 
-TEST_F(SpoolTest, ABatchThatTheServerKnowsNotYetKeepsItsNumber) {
+TEST_F(SpoolTest, ABatchThatTheServerDoesNotKnowKeepsItsNumber) {
   Spool spool = Open();
   for (int i = 0; i < 3; ++i) Add(spool, 10 * i, 1);
   spool.Next({}, kAll, 1);
@@ -155,8 +155,8 @@ TEST_F(SpoolTest, ABatchThatTheServerKnowsNotYetKeepsItsNumber) {
   EXPECT_EQ(spool.Next(Outcome{1, {}}, kAll, 1)->number, 3);
 }
 
-// The ids of blocks that are lost are given again.
-TEST_F(SpoolTest, SettlesNothingNewWithABatchOfWhichBlocksAreLost) {
+// The ids of lost blocks are assigned again.
+TEST_F(SpoolTest, SettlingABatchWithLostBlocksLeavesNewBlocksAlone) {
   {
     Spool spool = Open();
     for (int time : {1, 2, 3}) Add(spool, time, 1);

@@ -90,7 +90,7 @@ TEST_F(SpoolDamage, OfFlippedBitsAnywhereLeavesTheRestAndInventsNothing) {
   for (std::uintmax_t i = 0; i < 60; ++i) {
     std::filesystem::remove(directory.File());
     std::filesystem::copy_file(sound, directory.File());
-    // The first ones in the header and the page after it, the others all over the file.
+    // The first flips are in the header and the page after it, the others anywhere in the file.
     Flip(i < 20 ? i * 997 % (2 * 4096 * 8) : i * 2654435761 % bits);
     try {
       Spool spool = Open();
@@ -98,7 +98,7 @@ TEST_F(SpoolDamage, OfFlippedBitsAnywhereLeavesTheRestAndInventsNothing) {
       ExpectTrueCounts(spool);
       if (i >= 20) least = std::min(least, drained);
     } catch (const Error& error) {
-      // Its own numbers no longer say what it is.
+      // The numbers that identify the file are damaged.
       const std::string what = error.what();
       EXPECT_TRUE(what.find("no spool of a recorder") != std::string::npos ||
                   what.find("has the layout of version") != std::string::npos)
@@ -108,7 +108,7 @@ TEST_F(SpoolDamage, OfFlippedBitsAnywhereLeavesTheRestAndInventsNothing) {
   EXPECT_GT(least, kBlocks * kPerBlock * 9 / 10);
 }
 
-// SQLite finds such a file in order, and its rows have no ids, or no data, or are in no table.
+// SQLite's own check succeeds for such a file, but its rows have no ids, or no data, or are in no table.
 TEST_F(SpoolDamage, OfADefinitionOfATableLosesNothing) {
   const std::filesystem::path sound = directory.File("sound");
   std::filesystem::copy_file(directory.File(), sound);

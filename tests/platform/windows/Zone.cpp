@@ -32,10 +32,10 @@ void SetZone(const char* name) {
   for (const Rules& zone : kZones) {
     if (name && zone.name == name) text = zone.text;
   }
-  // The name of a former zone may come back.
+  // The name of an earlier zone may return.
   SetVariable("TZ", text ? text : name);
   _tzset();
-  // Left from a system zone without summer time.
+  // Remains from a system zone without summer time.
   if (text) _dstbias = -3600;
 }
 

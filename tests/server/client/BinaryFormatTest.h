@@ -5,7 +5,7 @@
 #include "ClientTest.h"
 #include "server/ProtocolTap.h"
 
-// The messages of a query, in binary and in text.
+// Runs queries for binary rows and checks their messages.
 inline constexpr char kInBinary[] = "PBDES";
 inline constexpr char kInText[] = "Q";
 
@@ -25,7 +25,7 @@ class BinaryFormat : public ClientTest {
     ClientTest::TearDown();
   }
 
-  // The messages sent for a query that asks for binary, and its first value.
+  // The messages for a query that requests binary rows, and its first value.
   std::string Sent(const std::wstring& query, bool withTimes, const std::wstring& expected) {
     SACommand command(&connection, query.c_str());
     command.setBinaryResults(withTimes);

@@ -14,7 +14,7 @@
 
 namespace {
 
-// Everything that can be read of a field; the text of what it throws.
+// Everything that can be read from a field; for an exception its text.
 template <class Read>
 std::wstring Outcome(Read read) {
   try {
@@ -233,7 +233,7 @@ struct Zones {
 
 void PrintTo(const Zones& zones, std::ostream* out) { *out << zones.process << ' ' << zones.session; }
 
-// Also in zones in which only the server can give the calendar fields.
+// Also in zones whose calendar fields only the server can compute.
 class BinaryTimes : public Binary, public testing::WithParamInterface<Zones> {
  protected:
   Zone zone{GetParam().process, GetParam().session};

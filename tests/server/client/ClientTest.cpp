@@ -44,8 +44,8 @@ void FillSocket(const pgConnectionHandles& handles) { FillSocket(PQsocket(handle
 
 void FillSocket(int socket) {
   const std::vector<char> bytes(1 << 16);
-  // The buffers may grow while they are filled, so they count as full when they are full twice, a while
-  // apart.
+  // The buffers may grow while they are filled, so they only count as full after they were full twice, a
+  // while apart.
   for (int refusals = 0; refusals < 2;) {
     if (platform::SendWithoutWaiting(socket, bytes.data(), bytes.size())) {
       refusals = 0;

@@ -31,7 +31,7 @@ class ClientTest : public ServerTest {
   // The id of the connection's server process.
   std::string Pid() { return std::to_string(std::stol(Ask(L"select pg_backend_pid()"))); }
 
-  // Has the server end the connection's process, and waits until it has.
+  // Makes the server end the connection's process, and waits until it has ended.
   void TerminateBackends();
 
   SAConnection connection;

@@ -91,13 +91,13 @@ TEST_F(Connecting, ReportsAWrongPassword) {
       << error.what() << " - the server must ask for passwords";
 }
 
-TEST_F(Connecting, RefusesAPortThatIsNone) {
+TEST_F(Connecting, RefusesAnInvalidPort) {
   const SAException error = Thrown([&] { ConnectTo(connection, L"127.0.0.1,-1@db"); });
   EXPECT_EQ(error.ErrNativeCode(), 1);
   EXPECT_EQ(Wide(error.ErrText()), L"invalid port number: \"-1\"");
 }
 
-TEST_F(Connecting, QuotesNothingOfADatabaseTextItCannotRead) {
+TEST_F(Connecting, DoesNotQuoteADatabaseTextThatItCannotRead) {
   for (const wchar_t* database : {L"dbname=db password=se cret", L"dbname=db password='secret", L"secret=1",
                                   L"postgresql://u:secret@[::1/db"}) {
     const SAException error = Thrown([&] { ConnectTo(connection, L"@" + std::wstring(database)); });

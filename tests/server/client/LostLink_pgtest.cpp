@@ -12,7 +12,7 @@ constexpr auto kLongEnough = std::chrono::minutes(2);
 
 class LostLink : public ClientTest {
  protected:
-  // Has the server send a signal to one of its processes.
+  // Makes the server send a signal to one of its processes.
   void Signal(const char* signal, const std::string& pid) {
     Run("copy (select 1) to program 'cat > /dev/null; kill -" + std::string(signal) + " " + pid + "'");
   }
@@ -58,7 +58,7 @@ TEST_F(LostLink, BetweenStatementsShowsInACommandWithParameters) {
   EXPECT_EQ(Fetch(command), (std::vector<std::wstring>{L"2"}));
 }
 
-TEST_F(LostLink, BetweenStatementsShowsInOneOfTheLayersOwn) {
+TEST_F(LostLink, BetweenStatementsShowsInAStatementOfTheLayer) {
   Connect();
   TerminateBackends();
   EXPECT_TRUE(NamesTheReason(Thrown([&] { connection.setIsolationLevel(SA_ReadCommitted); })));
@@ -99,7 +99,7 @@ TEST_F(LostLink, WithoutAMessageIsNamedToo) {
   EXPECT_EQ(Wide(next.ErrText()), L"no connection to the server");
 }
 
-TEST_F(LostLink, AmidRowsIsReportedAfterThoseThatCame) {
+TEST_F(LostLink, WithinRowsIsReportedAfterTheRowsReceived) {
   Connect();
   SACommand command(&connection, L"select i, repeat('x', 1000) from generate_series(1, 1000000) i");
   command.Execute();
@@ -144,7 +144,7 @@ TEST_F(LostLink, LeavesCommandsDeadButSafe) {
   EXPECT_EQ(Fetch(bound), (std::vector<std::wstring>{L"5"}));
 }
 
-TEST_F(LostLink, OutlivedByACommandIsNoHarm) {
+TEST_F(LostLink, MayEndBeforeItsCommands) {
   auto going = std::make_unique<SAConnection>();
   Connect(*going);
   SACommand command(going.get(), L"select :1::int");

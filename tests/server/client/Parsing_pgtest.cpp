@@ -116,7 +116,7 @@ TEST_F(Parsing, HappensAgainWhenTheServerHasForgotten) {
   EXPECT_EQ(Value("select count(*) from t"), "10");
 }
 
-TEST_F(Parsing, HappensAgainForTheCallerInATransaction) {
+TEST_F(Parsing, IsAnErrorForTheCallerInATransaction) {
   Insert(1, L"one");
   Insert(2, L"two");
   Ask(L"deallocate all");

@@ -17,7 +17,7 @@ class Reuse : public ParsingTest {
   }
 };
 
-TEST_F(Reuse, SparesTheParsing) {
+TEST_F(Reuse, AvoidsParsing) {
   EXPECT_EQ(SentByAnother(1, L"one"), kParsedAndRun);
   EXPECT_EQ(SentByAnother(2, L"two"), kPreparedAndRun);
   EXPECT_EQ(SentByAnother(3, L"three"), kRun);

@@ -102,7 +102,7 @@ TEST_F(PlainVariant, AServerOutOfReachMakesNothing) {
     return L"127.0.0.1";
   };
   EXPECT_FALSE(nowhere->CreateAuditTable());
-  // Both the probe and the operation have tried.
+  // Both the probe and the operation have tried to connect.
   EXPECT_EQ(asked.size(), 2u);
   EXPECT_NE(std::wstring(nowhere->GetLastError()).find(L"10061"), std::wstring::npos);
 }

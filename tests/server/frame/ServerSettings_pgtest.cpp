@@ -1,5 +1,5 @@
-// What a database or a role may have set, and databases in other encodings: the operations give the right
-// results, or fail with a text that says why.
+// Settings of a database or a role, and databases in other encodings: the operations give the right results,
+// or fail with an error text.
 
 #include <DbmsAPI/Diagnostics.h>
 #include <SQLAPI.h>
@@ -11,7 +11,7 @@
 
 namespace {
 
-// What the database has to offer; what is stored and read back.
+// The clauses and settings of a database; the text that is stored and read back.
 class Store : public AlarmTest {
  protected:
   void SetUp() override {

@@ -28,7 +28,7 @@ bool PassesMasks(const Filter& filter, const AlarmRecord& alarm) {
          Selects(filter.zone, alarm.zone);
 }
 
-// Whether an alarm passes a filter; times are whole milliseconds.
+// Whether an alarm passes a filter. Times are in milliseconds.
 bool Passes(const Filter& filter, const AlarmRecord& alarm) {
   const auto lies = [&](const auto& range) {
     return alarm.timeMs >= range.first * 1000 && alarm.timeMs <= range.second * 1000;

@@ -20,7 +20,7 @@ class HistoryTest : public DbmsTest {
                          Password().c_str());
   }
 
-  // The last failure's text, to be shown and searched.
+  // The last failure's text, for output and search.
   std::string Error() const { return testing::PrintToString(std::wstring(dbms->GetLastError())); }
 
   std::shared_ptr<Dbms> dbms;

@@ -15,7 +15,7 @@ constexpr std::int64_t kStart = 1700000000;
 using Samples = std::vector<LogSample>;
 using Data = std::unordered_map<std::wstring, std::vector<LogPoint>>;
 
-// What is stored of a sample: `milliseconds|name in hexadecimal` and the value's bits, nothing for NULL.
+// The row of a sample: `milliseconds|name in hexadecimal`, and the value's bits, no value for NULL.
 using Stored = std::map<std::string, std::optional<std::uint64_t>>;
 
 std::string Hexadecimal(const std::string& bytes) {

@@ -104,7 +104,7 @@ TEST_F(UserLogTimes, KeepsReadingTheHourThatComesTwiceAsItsFirstTime) {
   }
 }
 
-// Fields of another zone may be in the hour that is skipped; it reads as an hour later.
+// Fields of another zone may be in the hour that is skipped; they read as an hour later.
 TEST_F(UserLogTimes, KeepsFieldsOfTheHourThatIsLeftOut) {
   SetProcessZone("America/St_Johns");
   SetSessionZone("UTC");

@@ -37,7 +37,7 @@ class AuditTrail : public DbmsTest {
         "pg_attribute where indrelid = 'audit_table'::regclass and indisprimary and attrelid = indrelid "
         "and attnum = num");
   }
-  // Changes whenever the table is altered.
+  // A text that changes whenever the table is altered.
   Lines Fingerprint() {
     return Rows(
         "select attnum, xmin from pg_attribute where attrelid = 'audit_table'::regclass order by attnum");

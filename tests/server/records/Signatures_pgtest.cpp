@@ -14,7 +14,7 @@ const Lines kCurrentLayout = {"time|timestamp with time zone|NO",
                               "comment|text|NO",
                               "data|jsonb|NO"};
 
-// A table as older releases made it.
+// The table of older releases.
 constexpr char kOldTable[] =
     "create table signinfo_table (time timestamptz not null, signer text not null, comment text not null)";
 constexpr char kOldRow[] = "insert into signinfo_table values (now(), 'op', 'done')";

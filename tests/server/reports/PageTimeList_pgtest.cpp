@@ -28,7 +28,7 @@ class PageTimeList : public DbmsTest {
     return dbms;
   }
 
-  // Makes the table of an older database, with one interval.
+  // Makes the table of an older release, with one interval.
   void MakeOld(const std::string& timeType, const std::string& moreColumns = "") {
     Run("create table pr_timelist (page_name text NOT NULL,start_time " + timeType + " NOT NULL,end_time " +
         timeType + moreColumns + ",primary key (page_name,start_time))");

@@ -20,7 +20,7 @@ using DigitalByTag = std::unordered_map<std::wstring, std::vector<ReportDigitalD
 constexpr int kRows = 300;
 constexpr std::int64_t kFirst32 = INT32_MIN, kLast32 = INT32_MAX;
 
-// Rows of random values, within what is read back unchanged.
+// Rows of random values, within the ranges that are read back unchanged.
 class Random {
  public:
   explicit Random(unsigned start) : engine_(start) {}

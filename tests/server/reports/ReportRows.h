@@ -22,7 +22,7 @@ inline auto Fields(const ReportDigitalData& r) {
                          r.count_min_time, r.count_max, r.count_max_time);
 }
 
-// What the minute tables keep of a row.
+// The part of a row that the minute tables keep.
 
 inline ReportAnalogData MinuteOf(ReportAnalogData row) {
   row.diff_sum = row.diff_avg = row.diff_min = row.diff_max = 0;

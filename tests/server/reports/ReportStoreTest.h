@@ -17,7 +17,7 @@ class ReportStoreTest : public DbmsTest {
     ASSERT_TRUE(dbms->CreateReportDataTables(10)) << Error();
   }
 
-  // The last failure's text; servers speak ASCII to tests.
+  // The last failure's text, which is ASCII in tests.
   std::string Error() const {
     const std::wstring error = dbms->GetLastError();
     return std::string(error.begin(), error.end());

@@ -136,7 +136,7 @@ TEST_F(ReportStore, AMissingRowIsNotRepaired) {
 
 TEST_F(ReportStore, WhatWasMadeBeforeAFailureStays) {
   Run("drop table report_data_analog_day, report_data_analog_month, report_data_digital_minute");
-  Run("create type report_data_analog_month as enum ('a')");  // in the way of the table
+  Run("create type report_data_analog_month as enum ('a')");  // prevents the table
   EXPECT_FALSE(dbms->CreateReportDataTables(10));
   EXPECT_TRUE(Failed("report_data_analog_month")) << Error();
   EXPECT_EQ(Value("select to_regclass('report_data_analog_day') is not null"), "t");

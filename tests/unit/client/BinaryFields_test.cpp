@@ -17,7 +17,7 @@ constexpr unsigned kBool = 16, kInt8 = 20, kInt2 = 21, kInt4 = 23, kText = 25, k
 constexpr std::int64_t kLeast = std::numeric_limits<std::int64_t>::min();
 constexpr std::int64_t kGreatest = std::numeric_limits<std::int64_t>::max();
 
-// A value of a type. The bytes have to live as long as it does.
+// A value of a type. The bytes must outlive it.
 pq::Cell Value(unsigned type, const std::string& bytes) {
   return {bytes.data(), static_cast<int>(bytes.size()), type, true};
 }

@@ -49,7 +49,7 @@ TEST(DateTimeText, ReachesFarBackAndAhead) {
   EXPECT_EQ(Read("0044-03-15 12:30:00+00 BC"), (Fields{-43, 3, 15, 12, 30, 0, 0}));
 }
 
-TEST(DateTimeText, ThatIsNoneIsAnError) {
+TEST(DateTimeText, ThatIsInvalidIsAnError) {
   EXPECT_EQ(UsageErrorText([] { pq::ParseDateTime("infinity"); }), L"\"infinity\" is no date");
   for (const char* text : {"",
                            "-infinity",

@@ -60,7 +60,7 @@ TEST(IntegerText, OutOfTheRangeAskedForIsAnError) {
   EXPECT_NE(UsageErrorText([] { pq::ParseInteger("3.3e4", -32768, 32767); }), L"");
 }
 
-TEST(NumberText, ThatIsNoneIsAnError) {
+TEST(NumberText, ThatIsInvalidIsAnError) {
   EXPECT_EQ(UsageErrorText([] { Integer("12 apples"); }), L"\"12 apples\" is no number");
   EXPECT_EQ(UsageErrorText([] { Integer("\xC3\xA4"); }), L"\"\u00e4\" is no number");
   for (const char* text : {"", " ", "-", "+", ".", "e5", "1,5", "1.5.2", "0x10", "1e", "--1", "+-1", "1 2",

@@ -8,7 +8,7 @@ namespace {
 
 using Types = std::vector<unsigned>;
 
-// `type format bytes`, binary ones in hexadecimal, as they go to the server.
+// The parameters as they are sent: `type format bytes`, binary bytes in hexadecimal.
 std::string Sent(const pq::Parameters& parameters, int index) {
   const auto i = static_cast<std::size_t>(index);
   const std::string head =

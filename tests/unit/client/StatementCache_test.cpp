@@ -10,7 +10,7 @@ std::wstring Numbered(int number) { return L"select :1 + " + std::to_wstring(num
 
 class StatementCache : public ::testing::Test {
  protected:
-  // Does what a connection does to prepare a statement.
+  // Prepares a statement as a connection does.
   void Prepare(pq::Statement& statement, const char* name) {
     statement.released = released;
     statement.types = {23};

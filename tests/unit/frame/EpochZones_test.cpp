@@ -1,4 +1,4 @@
-// Local time in several zones, to which the process is set.
+// Local time with the process in several zones.
 
 #include <gtest/gtest.h>
 
@@ -39,7 +39,7 @@ TEST_F(LocalEpochZones, OffsetsNeedNotBeWholeHours) {
   EXPECT_EQ(Read(2023, 11, 14, 18, 43), 1699999980);
 }
 
-TEST_F(LocalEpochZones, TheHourThatComesTwiceIsItsFirstTimeWhateverWasAskedBefore) {
+TEST_F(LocalEpochZones, TheRepeatedHourMeansItsFirstOccurrenceWhateverWasReadBefore) {
   platform::SetZone("America/St_Johns");
   for (const int month : {1, 7}) {
     Read(2023, month, 1, 12, 0);

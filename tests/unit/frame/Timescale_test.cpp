@@ -185,7 +185,7 @@ TEST_F(ViewRetention, WithoutAPolicyOneIsAddedForDaysAboveZero) {
 }
 
 TEST_F(ViewRetention, KeepsComparingForContainment) {
-  // "40 days" contains "0 days", so the policy stays although none is wanted.
+  // "40 days" contains "0 days", so the policy stays although it is no longer wanted.
   server.Answer(query, {{L"40 days"}});
   EXPECT_EQ(Set(0), Texts{query});
   server.Answer(query, {{L"130 days"}});

@@ -34,7 +34,7 @@ TEST(Utf8, MalformedBytesBecomeReplacementCharacters) {
   EXPECT_EQ(sys::FromUtf8("\xED\xA0\x80").front(), L'\xFFFD');  // a surrogate
 }
 
-TEST(Utf8, ACharacterBeyondAsciiIsSeenWhereverItStands) {
+TEST(Utf8, ANonAsciiCharacterIsFoundAtEveryPlace) {
   for (std::size_t length = 1; length <= 20; ++length) {
     for (std::size_t at = 0; at < length; ++at) {
       std::wstring wide(length, L'a');

@@ -63,7 +63,7 @@ class AuditTrail : public ScriptedTest {
       server.Answer(probe, kFound);
     }
   }
-  // The queries for an existing table of the current layout.
+  // The queries about an existing table of the current layout.
   const Texts probes = {kExists,  kTimeIsCurrent, kHasNode,       kHasOperator,    kHasType,
                         kHasName, kGroupIsStrict, kValueIsStrict, kCommentIsStrict};
 };

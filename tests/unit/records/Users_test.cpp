@@ -221,7 +221,7 @@ TEST_F(Users, AccountsAreAppended) {
   EXPECT_EQ(users[2].id, L"op1");
 }
 
-TEST_F(Users, AColumnTooMuchIsNotRead) {
+TEST_F(Users, AnExtraColumnIsNotRead) {
   scripted::Row row = Account(L"op1");
   row.push_back(L"more");
   EXPECT_EQ(Get({row})[0].description, L"text");

@@ -9,7 +9,7 @@ using Records = std::vector<TagValueRecord>;
 constexpr wchar_t kCreate[] =
     L"create table if not exists page (time timestamptz NOT NULL,tag_name text NOT NULL,tag_value text NOT NULL,primary key (time,tag_name))";
 
-// A record at so many seconds, and the row that it makes.
+// A record at a time in seconds, and its row.
 TagValueRecord Record(int second) { return {second * 1000, L"T", L"v"}; }
 std::wstring Row(int second) { return L"(to_timestamp(" + std::to_wstring(second) + L"), 'T', 'v')"; }
 

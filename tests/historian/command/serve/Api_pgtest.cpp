@@ -148,7 +148,7 @@ TEST_F(ServeTest, ReportsHealth) {
   const auto found = std::find_if(report["findings"].begin(), report["findings"].end(), is_tables);
   ASSERT_NE(found, report["findings"].end());
   EXPECT_EQ((*found)["verdict"], "ok");
-  // That this session only reads is no fault of the store.
+  // It is not a fault of the store that this session only reads.
   for (const json& finding : report["findings"])
     EXPECT_EQ(finding["found"].get<std::string>().find("read-only"), std::string::npos) << finding;
 }
@@ -176,7 +176,7 @@ TEST_F(ServeTest, GoesOnAfterItsConnectionsWereLost) {
 }
 
 TEST_F(ServeTest, SaysThatTheDatabaseIsAway) {
-  Start({}, "", 1);  // a port where no server is
+  Start({}, "", 1);  // a port without a server
   for (const char* path : {"/api/state", "/api/tags", "/api/health"}) {
     const httplib::Response response = Get(path);
     EXPECT_EQ(response.status, 503) << path;

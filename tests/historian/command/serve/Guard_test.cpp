@@ -15,7 +15,7 @@ httplib::Request Get(const std::string& path, const std::string& host = "127.0.0
   return request;
 }
 
-// The status that refuses a request; 0: it is let through.
+// The status with which a request is refused; 0: it is admitted.
 int Refusal(const Guard& guard, const httplib::Request& request) {
   httplib::Response response;
   return guard.Admit(request, response) ? 0 : response.status;
@@ -30,7 +30,7 @@ TEST(Guard, KnowsAddressesAndItsOwnNames) {
     EXPECT_EQ(Refusal(kOpen, Get("/", host)), 0) << host;
 }
 
-// A name that its DNS has pointed here is how a page of another site would get in.
+// A page of another site would use a name whose DNS entry points here.
 TEST(Guard, RefusesOtherNames) {
   for (const char* host : {"evil.example", "127.0.0.1.evil.example", "localhost.evil.example:8470", "",
                            ":8470", "plant.example.evil", "[evil]", "[::1", "1e100.net", "plant.example."})

@@ -21,7 +21,7 @@ httplib::Request With(const Pairs& pairs) {
   return request;
 }
 
-// The status with which something is refused; 0: it is not.
+// The status with which an action is refused; 0: it is not refused.
 int StatusOf(const Pairs& pairs, const std::function<void(const Parameters&)>& read) {
   const httplib::Request request = With(pairs);
   try {
@@ -127,7 +127,7 @@ TEST(ServePool, OpensReadOnlySessions) {
   EXPECT_THROW(ReadOnly({"", 0, "dbname=plant options='-c search_path=x'", ""}), Refusal);
 }
 
-TEST(ServePool, TellsAServerThatIsAwayFromOneThatRefuses) {
+TEST(ServePool, DistinguishesAServerThatIsAwayFromOneThatRefuses) {
   for (const char* away : {"", "08006", "57P01", "57P03", "53300"}) EXPECT_TRUE(SaysServerAway(away)) << away;
   for (const char* refuses : {"57014", "42P01", "25006", "53200"})
     EXPECT_FALSE(SaysServerAway(refuses)) << refuses;

@@ -10,7 +10,7 @@
 
 namespace historian::command {
 
-// The page over a fresh database, and a client that asks it.
+// The page over a fresh database, and a client for it.
 class ServeTest : public HistorianTest {
  protected:
   void SetUp() override {
@@ -22,7 +22,7 @@ class ServeTest : public HistorianTest {
     HistorianTest::TearDown();
   }
 
-  // As a command line gives it; the password comes from libpq's environment.
+  // Options as from a command line; the password comes from libpq's environment.
   ServerOptions ServerUnderTest() const {
     setenv("PGPASSWORD", sys::ToUtf8(Password()).c_str(), 1);
     return {sys::ToUtf8(Host()), Port(), sys::ToUtf8(Database()), sys::ToUtf8(User())};
@@ -40,7 +40,7 @@ class ServeTest : public HistorianTest {
     service = std::make_unique<Service>(options);
   }
 
-  // An answer; status 0 when there is none.
+  // Returns an answer; its status is 0 when there is none.
   httplib::Response Get(const std::string& path, const httplib::Headers& headers = {}) {
     httplib::Client client("127.0.0.1", service->address().port);
     client.set_read_timeout(100);

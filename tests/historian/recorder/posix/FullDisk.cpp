@@ -1,6 +1,5 @@
-// Loaded into a server: while the file that DBMSAPI_DISK_FULL names is there, no file of a table or an index
-// can grow, as when its disk is full. Works for every user, where a small disk of its own would take an
-// administrator.
+// Loaded into a server: while the file named by DBMSAPI_DISK_FULL exists, no file of a table or an index can
+// grow, as on a full disk. Works for every user, while a small disk would need an administrator.
 
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -47,7 +46,7 @@ off_t Size(const iovec* parts, int count) {
   return size;
 }
 
-// Gives the number of the failure.
+// Returns the error number.
 int AllocateUnlessFull(const char* name, int file, off_t at, off_t count) {
   if (HasNoSpace(file, count, at)) return ENOSPC;
   return reinterpret_cast<int (*)(int, off_t, off_t)>(::dlsym(RTLD_NEXT, name))(file, at, count);

@@ -1,4 +1,4 @@
-// Power is lost: of each file only what was synchronized last is on the disk.
+// A power loss: each file has only what was last synchronized.
 
 #include <gtest/gtest.h>
 
@@ -19,12 +19,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Large enough for SQLite to move its log into the file on the way.
+// Large enough that SQLite moves its log into the file meanwhile.
 constexpr int kCalls = 25;
 constexpr std::int64_t kPerCall = 25000;
 
-// Keeps a copy of each file of a directory as it was when it was synchronized last. A file that was removed
-// comes back with the power unless the directory was synchronized afterwards.
+// Keeps a copy of each file of a directory as it was when it was synchronized last. After the power loss a
+// removed file is back, unless the directory was synchronized afterwards.
 class Disk {
  public:
   explicit Disk(fs::path observed) : observed_(std::move(observed)) { current_ = this; }

@@ -1,4 +1,4 @@
-// The program itself dies, or its disk is full.
+// The program itself is killed, or its disk is full.
 
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -101,7 +101,7 @@ TEST_F(RecorderProcess, IsKilledAtTwoHundredRandomInstants) {
   EXPECT_GE(alarms, alarmsAccepted);
 }
 
-// A limit on the size of files, as a disk that takes no more bytes.
+// A limit on the size of files acts like a full disk.
 TEST_F(RecorderProcess, HasNoSpaceForTheSpool) {
   const auto before = ::signal(SIGXFSZ, SIG_IGN);
   rlimit unlimited{};

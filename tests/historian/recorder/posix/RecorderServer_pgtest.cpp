@@ -30,7 +30,7 @@ TEST_F(RecorderServer, IsStoppedHardTwentyTimesUnderLoad) {
     });
   }
   for (int i = 0; i < 20 && !HasFatalFailure(); ++i) {
-    // In the middle of the stream: once something more has been stored.
+    // In the middle of the stream, after something more has been stored.
     const std::int64_t stored = recorder.Report().stored;
     while (recorder.Report().stored == stored) std::this_thread::sleep_for(std::chrono::milliseconds(1));
     ControlServer("stop");
@@ -64,11 +64,11 @@ TEST_F(RecorderServer, IsFrozen) {
   ControlServer("thaw");
   ExpectAllSettled(recorder);
   EXPECT_EQ(History(), Lines(Samples(0, 11000)));
-  // What the frozen server had been sent it carries out after all; that is none of the plant's duplicates.
+  // The frozen server finally executes what it had received; this must not count as duplicates.
   EXPECT_EQ(recorder.Report().stored, 11000);
 }
 
-// With a recorder's default limit: nothing happens for a minute when DbmsAPI does not look into the silence.
+// With the recorder's default limit, which is one minute when DbmsAPI does not check for silence.
 TEST_F(RecorderServer, IsFrozenForAMinute) {
   RecorderOptions options = Options();
   const std::wstring database = Database() + L";-c dbmsapi.silence_check=0";

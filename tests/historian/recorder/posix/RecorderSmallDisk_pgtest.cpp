@@ -40,7 +40,7 @@ class RecorderSmallDisk : public RecorderTest {
   std::int64_t accepted = 0;
 };
 
-// The spool itself has filled the disk. Nobody has to make room for what waits to be stored.
+// The spool itself has filled the disk. Its records can be stored without freeing space first.
 TEST_F(RecorderSmallDisk, IsFullAndTheSpoolIsEmptiedAllTheSame) {
   Recorder recorder(NewDbms(), OnTheDisk());
   Fill(recorder);

@@ -1,4 +1,4 @@
-// A TZ that changes while the process runs, and is set without tzset.
+// TZ changes while the process runs, without a call of tzset.
 
 #include <cstdlib>
 #include <optional>

@@ -12,8 +12,8 @@
 
 namespace {
 
-// How the system notifies a debugger: in wide characters and, if nothing handles those, in the system's code
-// page. Wine has only the second.
+// The system notifies a debugger in wide characters and, if nothing handles those, in the system's code page.
+// Wine does only the latter.
 constexpr DWORD kWideText = 0x4001000A;    // DBG_PRINTEXCEPTION_WIDE_C
 constexpr DWORD kNarrowText = 0x40010006;  // DBG_PRINTEXCEPTION_C
 
@@ -23,7 +23,7 @@ std::string toldNarrow;
 // Acts as a debugger that handles nothing.
 LONG CALLBACK Note(EXCEPTION_POINTERS* pointers) {
   const EXCEPTION_RECORD& record = *pointers->ExceptionRecord;
-  const ULONG_PTR* text = record.ExceptionInformation;  // its length with the terminator, and where it is
+  const ULONG_PTR* text = record.ExceptionInformation;  // its length with the terminator, and its address
   if (record.ExceptionCode == kWideText) {
     toldWide.assign(reinterpret_cast<const wchar_t*>(text[1]), text[0] - 1);
   } else if (record.ExceptionCode == kNarrowText) {
