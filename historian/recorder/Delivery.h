@@ -8,10 +8,10 @@
 #include <string>
 
 #include "historian/Recorder.h"
-#include "historian/Spool.h"
 #include "historian/recorder/CallLimit.h"
 #include "historian/recorder/Ledger.h"
 #include "historian/recorder/Reporter.h"
+#include "historian/recorder/Spool.h"
 
 namespace historian::recorder {
 

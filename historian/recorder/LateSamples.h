@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "historian/Link.h"
-#include "historian/Spool.h"
+#include "historian/recorder/Spool.h"
 
 namespace historian::recorder {
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "historian/Spool.h"
+#include "historian/recorder/Spool.h"
 
 namespace historian::recorder {
 namespace {

@@ -9,10 +9,10 @@
 #include <random>
 #include <thread>
 
-#include "historian/Spool.h"
 #include "historian/recorder/Delivery.h"
 #include "historian/recorder/Failure.h"
 #include "historian/recorder/Reporter.h"
+#include "historian/recorder/Spool.h"
 
 namespace historian::recorder {
 

@@ -6,8 +6,8 @@
 
 #include "Fuzz.h"
 #include "historian/Error.h"
-#include "historian/Spool.h"
 #include "historian/recorder/GenuineSamples.h"
+#include "historian/recorder/Spool.h"
 #include "historian/recorder/SpoolDirectory.h"
 #include "port/Utf8.h"
 

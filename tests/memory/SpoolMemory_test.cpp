@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "FailingNew.h"
-#include "historian/Spool.h"
+#include "historian/recorder/Spool.h"
 #include "historian/recorder/SpoolDirectory.h"
 
 namespace historian::recorder {

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <set>
 
-#include "historian/Spool.h"
+#include "historian/recorder/Spool.h"
 
 namespace historian::recorder {
 

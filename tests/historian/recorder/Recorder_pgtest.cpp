@@ -1,7 +1,7 @@
 #include <cfloat>
 
-#include "historian/Spool.h"
 #include "historian/recorder/RecorderTest.h"
+#include "historian/recorder/Spool.h"
 
 namespace historian {
 namespace {

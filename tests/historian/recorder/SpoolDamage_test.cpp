@@ -5,8 +5,8 @@
 #include <iterator>
 #include <utility>
 
-#include "historian/Spool.h"
 #include "historian/recorder/GenuineSamples.h"
+#include "historian/recorder/Spool.h"
 #include "historian/recorder/SpoolDirectory.h"
 
 namespace historian::recorder {

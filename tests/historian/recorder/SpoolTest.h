@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "historian/Spool.h"
+#include "historian/recorder/Spool.h"
 #include "historian/recorder/SpoolDirectory.h"
 
 namespace historian::recorder {

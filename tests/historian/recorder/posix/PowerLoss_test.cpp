@@ -10,8 +10,8 @@
 
 #include "DbmsAPI/Diagnostics.h"
 #include "historian/Recorder.h"
-#include "historian/Spool.h"
 #include "historian/recorder/GenuineSamples.h"
+#include "historian/recorder/Spool.h"
 #include "historian/recorder/SpoolDirectory.h"
 
 namespace historian::recorder {

@@ -1,4 +1,4 @@
-#include "historian/Spool.h"
+#include "historian/recorder/Spool.h"
 
 #include <algorithm>
 #include <new>
