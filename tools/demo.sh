@@ -94,7 +94,7 @@ say "a private PostgreSQL listens on $PGHOST:$PGPORT"
 
 step 'historian init: creates the tables'
 historian init | sed -n 1,2p
-step 'historian import: reads the file whole, stores it, compares every sample'
+step 'historian import: reads the complete file, stores it, compares every sample'
 historian import "$@" --verify
 
 # The two tags with the most different values.
@@ -111,7 +111,7 @@ historian alarms --limit 2
 step 'examples/recorder: 500 tags a second, while the server is killed and started again'
 record_through_a_crash
 
-step 'historian doctor: what is not as it should be in this store, and what to do'
+step 'historian doctor: what is wrong with this store, and what to do'
 historian doctor --quiet || true
 
 if [ -n "$keep" ]; then

@@ -23,7 +23,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::string_view kCheck = "dbmsapi.silence_check=", kLimit = "dbmsapi.silence_limit=";
 constexpr seconds kDefaultCheck{20}, kDefaultLimit{0};
-// Between two questions when the first one casts doubt, for an answer that is on its way.
+// Pause before the server is asked again, so that an answer that is on its way can arrive.
 constexpr seconds kPause{3};
 constexpr int kDoubts = 2;
 

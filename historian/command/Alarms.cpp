@@ -77,13 +77,13 @@ Subcommand AddAlarms(CLI::App& program) {
   CommandLine command(program, "alarms", "List alarm state changes, newest first");
   command.Add("--from TIME", options->from, "From this time on: 2026-11-21, \"2026-11-21 20:40\", 24h, 7d");
   command.Add("--to TIME", options->to, "Up to this time [now]");
-  command.Add("--tag PREFIX", options->filter.prefix, "Tags whose names begin so");
+  command.Add("--tag PREFIX", options->filter.prefix, "Only tags whose names begin with this");
   command.Add("--status 0..3", options->filter.status, "Of this status").Between(0, 3);
   command.Add("--type 0..12", options->filter.type, "Of this type").Between(0, 12);
   command.Add("--level 0..15", options->filter.level, "Of this level").Between(0, 15);
   command.Add("--alarm-zone CODE", options->filter.area, "Of this alarm zone").Between(0, 32767);
   command.Add("--open", options->filter.open, "Only those that have not cleared");
-  command.Add("--limit ROWS", options->filter.limit, "Most rows [100]").Between(1, 1000000000);
+  command.Add("--limit ROWS", options->filter.limit, "Maximum number of rows [100]").Between(1, 1000000000);
   AddCommonOptions(command, options->common, true);
   command.SetExamples(
       "  historian alarms --from 24h\n"

@@ -13,7 +13,7 @@ class Option;
 
 namespace historian::command {
 
-// What the value of an option has to be. Refused values end the program before a subcommand runs.
+// Checks of an option's value. A refused value ends the program before a subcommand runs.
 class OptionRules {
  public:
   explicit OptionRules(CLI::Option* option) : option_(option) {}
@@ -23,15 +23,15 @@ class OptionRules {
   OptionRules& OneOf(const std::vector<std::string>& values);
   // Each value is a list separated by commas.
   OptionRules& CommaSeparated();
-  // `refusal` gives what is wrong with a value, or nothing.
+  // `refusal` returns what is wrong with a value; empty if nothing is.
   OptionRules& Check(const std::function<std::string(const std::string&)>& refusal);
 
  private:
   CLI::Option* option_;
 };
 
-// The options and arguments of a subcommand. A source file that includes CLI11 takes seconds to compile, so
-// only the implementation does.
+// The options and arguments of a subcommand. Only the implementation includes CLI11, which takes seconds to
+// compile.
 class CommandLine {
  public:
   CommandLine(CLI::App& program, const std::string& subcommand, const std::string& purpose);
@@ -39,7 +39,7 @@ class CommandLine {
   CLI::App* app() const { return app_; }
 
   // A flag (--quiet), an option and what --help calls its value (-o,--output FILE), or an argument (TAG). It
-  // is read into `value`, which has to outlive the program's command line.
+  // is read into `value`, which must outlive the program's command line.
   OptionRules Add(const std::string& usage, bool& value, const std::string& help);
   OptionRules Add(const std::string& usage, int& value, const std::string& help);
   OptionRules Add(const std::string& usage, std::size_t& value, const std::string& help);
@@ -47,10 +47,10 @@ class CommandLine {
   OptionRules Add(const std::string& usage, std::string& value, const std::string& help);
   OptionRules Add(const std::string& usage, std::vector<std::string>& value, const std::string& help);
 
-  // The heading in --help of the options added next.
+  // Sets the heading in --help for the options added next.
   void BeginGroup(const std::string& title);
   void EndGroup();
-  // The examples that --help ends with, one command a line.
+  // Sets the examples at the end of --help, one command per line.
   void SetExamples(const std::string& examples);
 
  private:

@@ -69,8 +69,9 @@ Subcommand AddDoctor(CLI::App& program) {
       .Add("--late-after MINUTES", options->late_after, "Warn when the newest sample is older than this [60]")
       .Between(1, 1'000'000);
   command
-      .Add("--stopped-after MINUTES", options->stopped_after,
-           "Warn of tags that had samples during the last week and none for so long; 0: do not look [1440]")
+      .Add(
+          "--stopped-after MINUTES", options->stopped_after,
+          "Warn of tags that had samples during the last week and none for this long; 0: do not check [1440]")
       .Between(0, 1'000'000);
   command.Add("--quiet", options->quiet, "Show only what is not ok");
   AddCommonOptions(command, options->common, false);

@@ -1,4 +1,4 @@
-// historian export: writes samples as CSV or JSON lines, which import reads again to the same rows.
+// historian export: writes samples as CSV or JSON lines; import makes the same rows of them.
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -26,7 +26,7 @@ constexpr wchar_t kTags[] =
     L"select distinct tag_name from datalog "
     L"where time >= to_timestamp(:1 / 1000.0) and time <= to_timestamp(:2 / 1000.0) order by tag_name";
 
-// Standard output, or a file that gets its name when it is complete.
+// Standard output, or a file that is renamed to its final name when it is complete.
 class Output {
  public:
   explicit Output(const std::string& path) : path_(path) {
@@ -90,7 +90,7 @@ class Export {
   }
 
  private:
-  // Tags without a sample in the range, which may be misspelt.
+  // Names the tags without a sample in the range, which may be misspelt.
   static std::string NoneOf(const std::set<std::string>& tags) {
     std::string names;
     for (const std::string& tag : tags) names += (names.empty() ? "; none of " : ", ") + OneLine(tag);
@@ -128,8 +128,9 @@ Subcommand AddExport(CLI::App& program) {
   command.Add("--from TIME", options->from, "From this time on: 2026-11-21, \"2026-11-21 20:40\", 24h, 7d");
   command.Add("--to TIME", options->to, "Up to this time, included");
   command
-      .Add("--format FORMAT", options->format,
-           "long: a row a sample; wide: a row a time, a column a tag; jsonl: a JSON object a sample [long]")
+      .Add(
+          "--format FORMAT", options->format,
+          "long: one row per sample; wide: one row per time, one column per tag; jsonl: one JSON object per sample [long]")
       .OneOf({"long", "wide", "jsonl"});
   command.Add("-o,--output FILE", options->output,
               "File to write [standard output]; it appears when it is complete");

@@ -38,8 +38,8 @@ void AddFileOptions(CommandLine& command, FileOptions& file, Words& words) {
       .Add("--columns NAMES", file.columns,
            "Names of the columns, for a file without a header row: time,TAG1,TAG2")
       .CommaSeparated();
-  command.Add("--ignore NAMES", file.ignore, "Columns to leave out, by name or number").CommaSeparated();
-  command.Add("--skip-lines N", file.skip_lines, "Lines to leave out before the header row");
+  command.Add("--ignore NAMES", file.ignore, "Columns to skip, by name or number").CommaSeparated();
+  command.Add("--skip-lines N", file.skip_lines, "Lines to skip before the header row");
   command
       .Add("--null WORDS", file.null_words,
            "Words for a sample without a value, besides NA, null, NaN, Bad, - and the like")
@@ -63,9 +63,9 @@ Subcommand AddImport(CLI::App& program) {
   auto words = std::make_shared<Words>();
   CommandLine command(program, "import", "Load samples from CSV or JSON lines");
   command.Add("FILE", options->files, "Files to load, also packed by gzip; - is standard input").Required();
-  command.Add("--dry-run", options->dry_run, "Say what the files hold, store nothing; needs no server");
-  command.Add("--skip-bad", options->skip_bad, "Leave rows out that cannot be read, and list them");
-  command.Add("--allow-drop", options->allow_drop, "Load what the server's retention drops");
+  command.Add("--dry-run", options->dry_run, "Show what the files contain, store nothing; needs no server");
+  command.Add("--skip-bad", options->skip_bad, "Skip rows that cannot be read, and list them");
+  command.Add("--allow-drop", options->allow_drop, "Load samples even if the server's retention drops them");
   command.Add("--verify", options->verify,
               "Compare every sample with the store afterwards, to ten significant digits");
   command.Add("--connections N", options->connections, "Connections to load over [1]").Between(1, 16);

@@ -125,11 +125,11 @@ Subcommand AddInit(CLI::App& program) {
   command
       .Add(
           "--retention DAYS", options->retention,
-          "Days that the server keeps samples, alarms and system log; 0 keeps them for good. Without it a new "
-          "store keeps them for good, an old one as long as before. Takes TimescaleDB.")
+          "Days that the server keeps samples, alarms and system log; 0 keeps them for ever. Without it a new "
+          "store keeps them for ever, an old one as long as before. Needs TimescaleDB.")
       .Between(0, 36500);
   command.Add("--allow-drop", options->allow_drop,
-              "Set a retention although it drops samples that are stored");
+              "Set a retention even if it drops samples that are stored");
   command.Add(
       "--tag-index", options->tag_index,
       "Add an index by tag and time, for samples that are not compressed: an hour of one tag was read in 8 ms in "

@@ -15,7 +15,7 @@ constexpr wchar_t kDatabase[] = L"select current_database()";
 }  // namespace
 
 std::shared_ptr<Dbms> OpenDbms(const ServerOptions& options, DbmsType type) {
-  SetDbmsDebugSink([](const wchar_t*) {});  // a failure is reported once, from GetLastError
+  SetDbmsDebugSink([](const wchar_t*) {});  // failures are reported once, from GetLastError
   const auto wide = [](const std::string& text) { return sys::FromUtf8(text); };
   return Dbms::GetDbms(type, wide(options.host).c_str(), options.port, wide(options.database).c_str(),
                        wide(options.user).c_str(), L"");

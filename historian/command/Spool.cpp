@@ -149,7 +149,32 @@ int Run(const SpoolOptions& options, Terminal& terminal) {
                                ? "none"
                                : CountText(counts.waiting) + " records of " +
                                      FormatBytes(static_cast<std::uint64_t>(counts.bytes)) +
-                                     ", the oldest since " + FormatTime(time(counts.oldest_ms), *zone));
+                                     ", the oldest since " + FormatTime(TimeOf(counts.oldest_ms), zone));
+}
+
+int Run(const Options& options, Terminal& terminal) {
+  const auto zone = FindZone(options.common.zone);
+  SpoolReader spool(options.file);
+  Read(spool);  // refuses a file that is not a spool, before a recorder turns it into one
+  if (options.replay) Replay(options, terminal);
+  const Counts counts = Read(spool);
+  nlohmann::json json = ToJson(counts);
+  json["records_set_aside"] = nlohmann::json::array();
+  using enum Table::Align;
+  Table table({{"set aside", Left}, {"SQLSTATE", Left}, {"record", Left}, {"reason", Left}}, 3);
+  spool.Query(kSetAside, [&](sqlite3_stmt* row) {
+    const Time at = TimeOf(sqlite3_column_int64(row, 0));
+    json["records_set_aside"].push_back({{"at", FormatUtc(at)},
+                                         {"sqlstate", TextOf(row, 1)},
+                                         {"reason", TextOf(row, 2)},
+                                         {"record", TextOf(row, 3)}});
+    table.AddRow({FormatTime(at, *zone), TextOf(row, 1), TextOf(row, 3), TextOf(row, 2)});
+  });
+  if (options.common.json) {
+    terminal.Line(json.dump(1));
+    return kDone;
+  }
+  Print(counts, *zone, terminal);
   if (!table.empty()) table.Print(terminal);
   return kDone;
 }

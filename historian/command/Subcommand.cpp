@@ -3,8 +3,8 @@
 namespace historian::command {
 namespace {
 
-// Connection keywords and addresses (postgresql://...) in the database text are welcome, but a password there
-// would show in the list of processes.
+// The database text may be connection keywords or an address (postgresql://...), but a password in it would
+// show in the list of processes.
 std::string RefusePassword(const std::string& database) {
   const bool keyword = database.find('=') != database.npos && database.find("password") != database.npos;
   const std::size_t scheme = database.find("://");

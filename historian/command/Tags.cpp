@@ -1,4 +1,4 @@
-// historian tags: lists the tags there are.
+// historian tags: lists the tags.
 #include <nlohmann/json.hpp>
 
 #include "Failure.h"
@@ -19,7 +19,7 @@ struct TagsOptions {
   bool stopped = false;
 };
 
-// Samples a second, where they were counted and there is more than one.
+// Samples per second, if they were counted and there is more than one.
 std::optional<double> RateOf(const TagInfo& tag) {
   const auto seconds = std::chrono::duration<double>(tag.last - tag.first).count();
   if (!tag.samples || *tag.samples < 2 || seconds <= 0) return {};
@@ -36,7 +36,7 @@ nlohmann::json ToJson(const TagInfo& tag, bool stopped) {
           {"stopped", stopped}};
 }
 
-// Numbers of samples have columns where they were counted.
+// The columns for numbers of samples appear only if samples were counted.
 Table EmptyTable(bool counted) {
   using enum Table::Align;
   std::vector<Table::Column> columns = {{"tag", Left}, {"first sample", Left}, {"last sample", Left}};
@@ -61,7 +61,7 @@ int Run(const TagsOptions& options, Terminal& terminal) {
   Server server(options.common.server);
   server.RequireTable("datalog");
   std::vector<TagInfo> tags = ReadTags(server.dbms(), options.count);
-  Time newest{};  // without tags: the epoch, before every sample
+  Time newest{};  // the epoch when there are no tags
   for (const TagInfo& tag : tags) newest = std::max(newest, tag.last);
   const Time limit = ReadTimeArgument("--stopped-after", options.stopped_after, *zone, newest);
   std::erase_if(tags, [&](const TagInfo& tag) {
@@ -96,11 +96,11 @@ int Run(const TagsOptions& options, Terminal& terminal) {
 Subcommand AddTags(CLI::App& program) {
   auto options = std::make_shared<TagsOptions>();
   CommandLine command(program, "tags", "List the tags with their first and last sample");
-  command.Add("PREFIX", options->prefix, "Tags whose names begin so [all]");
+  command.Add("PREFIX", options->prefix, "Only tags whose names begin with this [all]");
   command.Add("--count", options->count, "Count the samples of each tag and give their rate; takes time");
   command.Add("--stopped", options->stopped, "Only tags that have stopped");
   command.Add("--stopped-after TIME", options->stopped_after,
-              "A tag has stopped when it has no sample for so long while others have [2h]");
+              "A tag has stopped when it has no sample for this long while others have [2h]");
   AddCommonOptions(command, options->common, true);
   command.SetExamples(
       "  historian tags\n"

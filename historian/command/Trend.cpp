@@ -1,4 +1,4 @@
-// historian trend: shows what tags did, as a chart in the terminal, a table or a page.
+// historian trend: shows the trends of tags as a chart in the terminal, a table or a page.
 #include "historian/Trend.h"
 
 #include <charconv>
@@ -71,7 +71,8 @@ class Show {
   }
 
  private:
-  // A recording shorter than the day that is shown unasked fills the chart. False where it does so already.
+  // If the samples cover less than the day that is shown by default, narrows the range to them. Returns false
+  // if there is nothing to narrow.
   bool BeginWithFirst(const Trend& trend) {
     Time first = to_;
     for (const TagTrend& tag : trend.tags) {
@@ -82,7 +83,7 @@ class Show {
     return true;
   }
 
-  // The range ends with the last sample of the tags, and is a day long, unless the options say otherwise.
+  // By default the range ends with the last sample of the tags and is a day long.
   void FindRange() {
     const auto last = ReadLastSamples(server_.dbms(), options_.tags);
     for (const std::string& tag : options_.tags) {
@@ -134,7 +135,7 @@ class Show {
         terminal_.Dim(' ' + RangeText(from_, to_, *zone_) + "; from " + SourceOf(trend.resolution)));
   }
 
-  // Lowest, highest and last value; the mean is that of the buckets.
+  // Lowest, highest and last value, and the mean of the buckets.
   std::string Summary(const TagTrend& tag) const {
     std::size_t count = 0;
     double sum = 0, last = NAN;
@@ -206,9 +207,9 @@ Subcommand AddTrend(CLI::App& program) {
       "--from TIME", options->from,
       "From this time on: 2026-11-21, \"2026-11-21 20:40\"; 24h, 7d, 1y: that long before the end [24h]");
   command.Add("--to TIME", options->to, "Up to this time [the last sample]");
-  command.Add("--every TIME", options->every, "Length of the stretches shown: 1m, 1h, 1d [as fits]");
-  command.Add("--table", options->table, "Write a table: minimum, mean and maximum of each stretch");
-  command.Add("--html FILE", options->html, "Write a page of its own that needs nothing else");
+  command.Add("--every TIME", options->every, "Length of the intervals shown: 1m, 1h, 1d [automatic]");
+  command.Add("--table", options->table, "Write a table: minimum, mean and maximum of each interval");
+  command.Add("--html FILE", options->html, "Write a self-contained page");
   command.Add("--height ROWS", options->height, "Rows of a chart").Between(2, 200);
   AddCommonOptions(command, options->common, true);
   command.SetExamples(

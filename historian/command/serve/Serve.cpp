@@ -23,7 +23,7 @@ struct ServeOptions {
   std::size_t connections = 4;
 };
 
-// The environment's, so that an address stays good over a restart, or a new one.
+// The token of the environment, so that the address stays valid after a restart; otherwise a new one.
 std::string ChooseToken() {
   const char* given = std::getenv(kTokenVariable);
   if (given == nullptr || *given == '\0') return NewToken();
@@ -55,14 +55,14 @@ int Run(const ServeOptions& options, Terminal& terminal) {
   wanted.server = options.common.server;
   if (options.token || !wanted.address.loopback()) wanted.token = ChooseToken();
 
-  // Wrong options show here, not in the page.
+  // Wrong options are reported here, not in the page.
   Server server(ReadOnly(wanted.server));
   server.RequireTable("datalog");
   Service service(wanted);
   Announce(service, wanted.token, server.Name(), options.common.json, terminal);
 
   while (InterruptNoted() == 0) std::this_thread::sleep_for(std::chrono::milliseconds(50));
-  // A statement that still runs has no result to save, and ends at the server by its time limit.
+  // A statement that is still running only reads, and the server ends it at its time limit.
   if (!service.Stop()) std::_Exit(kDone);
   return kDone;
 }
@@ -74,7 +74,7 @@ Subcommand AddServe(CLI::App& program) {
   CommandLine command(program, "serve", "Show trends, alarms and health in a browser");
   command.Add("--listen ADDRESS:PORT", options->listen,
               "Where to listen; an address other than loopback asks for a token [127.0.0.1:8470]");
-  command.Add("--name NAME", options->names, "A host name that the page is called by, beside localhost");
+  command.Add("--name NAME", options->names, "A further host name of the page, besides localhost");
   command.Add("--token", options->token,
               "Ask for a token on loopback, too: other users of this machine reach the page as well");
   command.Add("--connections NUMBER", options->connections, "Connections to the database [4]").Between(1, 8);

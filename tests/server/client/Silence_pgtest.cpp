@@ -91,7 +91,7 @@ TEST_F(Silence, OfALostCommitEnds) {
   ExpectItConnectsAgain();
 }
 
-TEST_F(Silence, AmidRowsEnds) {
+TEST_F(Silence, WithinRowsEnds) {
   ConnectThroughGate();
   SACommand command(&connection, L"select i, repeat('x', 1000) from generate_series(1, 100000) i");
   command.Execute();
@@ -152,7 +152,7 @@ TEST_F(Silence, OfAStatementThatNobodyReadsEnds) {
   ExpectItConnectsAgain();
 }
 
-// The process of the connection is gone, and the client was not notified.
+// The connection's process has ended, and the client was not notified.
 TEST_F(Silence, OfAProcessThatIsGoneEnds) {
   ConnectThroughGate();
   gate->SwallowAnswers();
@@ -171,7 +171,7 @@ TEST_F(Silence, OfAServerThatCannotBeReachedEnds) {
   EXPECT_EQ(text.find(Password()), text.npos);
 }
 
-TEST_F(Silence, OfAServerAtWorkIsBorne) {
+TEST_F(Silence, OfAWorkingServerIsTolerated) {
   ConnectThroughGate();
   EXPECT_EQ(Ask(L"select 'done' from pg_sleep(6)"), L"done");
   EXPECT_GE(gate->Connections(), 2) << "nobody has asked whether the server works";
@@ -196,7 +196,7 @@ TEST_F(Silence, IsLimitedWithoutAQuestionToo) {
   TerminateBackends();
 }
 
-TEST_F(Silence, OfAServerWithTooManyConnectionsIsBorne) {
+TEST_F(Silence, OfAServerWithTooManyConnectionsIsTolerated) {
   const std::wstring name = L"role_of_" + Database();
   const std::string role(name.begin(), name.end());
   Run("create role " + role + " login password 'secret' connection limit 1");
@@ -208,8 +208,9 @@ TEST_F(Silence, OfAServerWithTooManyConnectionsIsBorne) {
   Run("drop role " + role);
 }
 
-// Everything takes longer than the silence: when the question has been answered, so is the statement.
-TEST_F(Silence, OfASlowNetworkIsBorne) {
+// Everything takes longer than the silence limit: when the second connection has its answer, the statement
+// has its answer as well.
+TEST_F(Silence, OfASlowNetworkIsTolerated) {
   const std::wstring options = L" connect_timeout=60" + std::wstring(kAfterASecond);
   ConnectThroughGate(options);
   gate->Delay(std::chrono::milliseconds(700));
@@ -217,13 +218,13 @@ TEST_F(Silence, OfASlowNetworkIsBorne) {
   EXPECT_GE(gate->Connections(), 2);
 }
 
-TEST_F(Silence, IsNotLookedIntoWhenThatIsOff) {
+TEST_F(Silence, IsNotCheckedWhenTheCheckIsOff) {
   ConnectThroughGate(L";-c dbmsapi.silence_check=0");
   EXPECT_EQ(Ask(L"select 'done' from pg_sleep(3)"), L"done");
   EXPECT_EQ(gate->Connections(), 1);
 }
 
-TEST_F(Silence, IsNotLookedIntoAtOnce) {
+TEST_F(Silence, IsNotCheckedAtOnce) {
   ConnectThroughGate(L"");
   EXPECT_EQ(Ask(L"select 'done' from pg_sleep(3)"), L"done");
   EXPECT_EQ(gate->Connections(), 1);
