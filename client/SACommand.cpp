@@ -23,7 +23,7 @@ bool IsOutdated(const SAException& error) {
   return state == "0A000" || state == "26000";
 }
 
-// Whether it may be that a column's type has no binary format; a missing function has the same state.
+// Whether a column's type may lack a binary format. A missing function has the same SQLSTATE.
 bool HasNoBinaryFormat(const SAException& error) { return error.SqlState() == "42883"; }
 
 template <class Named>

@@ -110,8 +110,8 @@ bool HasColumns(SACommand& command, const std::wstring& database, const std::wst
                 const std::vector<UserLogColumn>& columns) {
   const std::wstring name = IsDatabaseName(database) ? database : AskDatabaseName(command);
   if (!FetchFirst(command, Format(kUserLogColumns, name, table))) {
-    // The table exists, so it has columns. The server must know the database by another name than the
-    // connection text does, as with a pooler; that is no reason to drop the rows.
+    // The table exists, so it has columns. None is found when the server knows the database by another name
+    // than the connection text, as with a pooler; that is no reason to drop the rows.
     FetchFirst(command, Format(kUserLogColumns, AskDatabaseName(command), table));
   }
   for (const UserLogColumn& column : columns) {

@@ -31,7 +31,7 @@ constexpr char kTimeLimitToAsk[] = "10";
 using Deadline = sys::SocketDeadline;
 
 [[noreturn]] void ThrowConnectFailure(const PGconn* connection) {
-  // libpq's text holds the system's own, in the language of the process.
+  // libpq's message contains the system's message, in the language of the process.
   const auto refused = std::make_error_code(std::errc::connection_refused).message();
   throw ConnectFailure(PQerrorMessage(connection), refused);
 }
@@ -59,7 +59,7 @@ PGconn* Start(const ConnectionKeywords& keywords) {
   return PQconnectStartParams(names.data(), values.data(), kLeaveDatabaseName);
 }
 
-// When an attempt to connect that starts now has to end. Nothing for a limit that is not a number.
+// When an attempt to connect that starts now has to end. No value if the limit is not a number.
 std::optional<Deadline> DeadlineOf(const ConnectionKeywords& keywords) {
   const std::string_view text = Find(keywords, "connect_timeout");
   int seconds = 0;
@@ -109,7 +109,7 @@ bool Reports(const PGconn* connection, const char* setting, std::string_view sta
 
 bool HasIsoDates(const PGconn* connection) { return Reports(connection, "DateStyle", "ISO"); }
 
-// Sets what the library's parsing depends on, where the server or the role has another setting.
+// Makes the settings on which the library's parsing depends, if the server or the role has others.
 void SetSettings(PGconn* connection) {
   std::string statements;
   if (!HasIsoDates(connection)) statements += kSetIsoDates;
