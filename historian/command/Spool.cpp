@@ -83,7 +83,7 @@ Counts Read(SpoolReader& spool) {
   return counts;
 }
 
-// Has a recorder of its own bring everything to the server.
+// Brings everything to the server with a recorder of its own.
 void Replay(const SpoolOptions& options, Terminal& terminal) {
   RecorderOptions recording;
   recording.spool = PathOf(options.file);
@@ -110,37 +110,15 @@ void Replay(const SpoolOptions& options, Terminal& terminal) {
 
 std::string CountText(std::int64_t count) { return FormatCount(static_cast<std::uint64_t>(count)); }
 
-int Run(const SpoolOptions& options, Terminal& terminal) {
-  const auto zone = FindZone(options.common.zone);
-  SpoolReader spool(options.file);
-  Read(spool);  // refuses a file that is not a spool, before a recorder turns it into one
-  if (options.replay) Replay(options, terminal);
-  const Counts counts = Read(spool);
-  const auto time = [](std::int64_t ms) { return Time(std::chrono::milliseconds(ms)); };
-  nlohmann::json set_aside = nlohmann::json::array();
-  using enum Table::Align;
-  Table table({{"set aside", Left}, {"SQLSTATE", Left}, {"record", Left}, {"the server's words", Left}}, 3);
-  spool.Query(kSetAside, [&](sqlite3_stmt* row) {
-    const Time at = time(sqlite3_column_int64(row, 0));
-    set_aside.push_back({{"at", FormatUtc(at)},
-                         {"sqlstate", TextOf(row, 1)},
-                         {"reason", TextOf(row, 2)},
-                         {"record", TextOf(row, 3)}});
-    table.AddRow({FormatTime(at, *zone), TextOf(row, 1), TextOf(row, 3), TextOf(row, 2)});
-  });
-  if (options.common.json) {
-    terminal.Line(nlohmann::json{
-        {"accepted", counts.accepted},
-        {"stored", counts.stored},
-        {"duplicates", counts.duplicates},
-        {"set_aside", counts.set_aside},
-        {"dropped", counts.dropped},
-        {"waiting", counts.waiting},
-        {"waiting_bytes", counts.bytes},
-        {"records_set_aside",
-         set_aside}}.dump(1));
-    return kDone;
-  }
+Time TimeOf(std::int64_t ms) { return Time(std::chrono::milliseconds(ms)); }
+
+nlohmann::json ToJson(const Counts& counts) {
+  return {{"accepted", counts.accepted},   {"stored", counts.stored},   {"duplicates", counts.duplicates},
+          {"set_aside", counts.set_aside}, {"dropped", counts.dropped}, {"waiting", counts.waiting},
+          {"waiting_bytes", counts.bytes}};
+}
+
+void Print(const Counts& counts, const Zone& zone, Terminal& terminal) {
   terminal.Fact("accepted", CountText(counts.accepted) + " records: " + CountText(counts.stored) +
                                 " stored, " + CountText(counts.duplicates) + " duplicates, " +
                                 CountText(counts.set_aside) + " set aside, " + CountText(counts.dropped) +
@@ -152,7 +130,7 @@ int Run(const SpoolOptions& options, Terminal& terminal) {
                                      ", the oldest since " + FormatTime(TimeOf(counts.oldest_ms), zone));
 }
 
-int Run(const Options& options, Terminal& terminal) {
+int Run(const SpoolOptions& options, Terminal& terminal) {
   const auto zone = FindZone(options.common.zone);
   SpoolReader spool(options.file);
   Read(spool);  // refuses a file that is not a spool, before a recorder turns it into one
