@@ -5,7 +5,7 @@ namespace {
 
 constexpr char kLedgerExists[] = "select to_regclass('historian_backfill') is not null";
 
-// Two programs may start at the same time.
+// Another program may create the table at the same time.
 constexpr char kCreateLedger[] =
     "begin;"
     "select pg_advisory_xact_lock(hashtext('historian_backfill'));"

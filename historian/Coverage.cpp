@@ -9,15 +9,15 @@
 namespace historian {
 namespace {
 
-// Whether TimescaleDB is installed, and whether its release keeps ranges that a refresh has begun with.
+// Whether TimescaleDB is installed, and whether its release records the ranges that a refresh is working on.
 constexpr char kCatalog[] =
     "select to_regclass('timescaledb_information.chunks') is not null, "
     "to_regclass('_timescaledb_catalog.continuous_aggs_materialization_ranges') is not null";
 
-// One row for each range of a table or aggregate that is stored or outdated: name, whether it is stored,
-// first and last instant in microseconds since 1970. The table has an empty range, which shows that it is a
-// hypertable. An aggregate is outdated where samples were changed since its last refresh, and from the end of
-// what was ever refreshed on.
+// One row for each stored or outdated range of a table or aggregate: name, whether the range is stored (else
+// outdated), first and last instant in microseconds since 1970. The table always has an empty range, which
+// shows that it is a hypertable. An aggregate is outdated where samples were changed since its last refresh,
+// and after the last range that was ever refreshed.
 constexpr char kStored[] =
     "with aggregate as ("
     "select user_view_name as name, mat_hypertable_id as id, raw_hypertable_id as source "

@@ -52,7 +52,7 @@ Ranges Ranges::Minus(const Ranges& other) const {
 Ranges Ranges::Outward(std::int64_t unit) const {
   std::vector<Range> grown;
   for (const auto& [first, last] : ranges_) {
-    // What begins or ends nowhere stays so.
+    // A bound at infinity is not rounded.
     grown.push_back({first < kEarliest + unit ? kEarliest : Floor(first, unit),
                      last > kLatest - unit ? kLatest : Ceiling(last, unit)});
   }

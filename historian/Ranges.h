@@ -7,7 +7,7 @@
 
 namespace historian {
 
-// What Ranges::All() reaches from and to.
+// The bounds of Ranges::All().
 constexpr std::int64_t kEarliest = std::numeric_limits<std::int64_t>::min();
 constexpr std::int64_t kLatest = std::numeric_limits<std::int64_t>::max();
 

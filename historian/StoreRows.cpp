@@ -10,8 +10,8 @@ namespace historian {
 namespace {
 
 constexpr char kCopyToHistory[] = "COPY datalog (time, tag_name, value) FROM STDIN (FORMAT binary)";
-// A savepoint, and whether COPY may be used: up to 2.14 TimescaleDB ends the whole server when a row of it
-// lies among rows that are compressed.
+// Makes a savepoint and returns whether COPY may be used: up to 2.14, a copied row among compressed rows
+// makes TimescaleDB end the whole server.
 constexpr char kBeginCopy[] =
     "SAVEPOINT historian_copy; SELECT NOT EXISTS (SELECT FROM pg_extension WHERE extname = 'timescaledb'"
     " AND split_part(extversion, '.', 1) = '2' AND split_part(extversion, '.', 2)::int < 15)";
@@ -52,8 +52,8 @@ std::string Literal(std::int64_t microsecondsSince2000) {
   return text;
 }
 
-// Gives the rows stored, all of them; nothing when one was there already or COPY cannot be used, and nothing
-// is changed then.
+// Stores all rows and returns their number. If one was stored already, or COPY cannot be used, returns no
+// value and changes nothing.
 std::optional<std::int64_t> CopyToHistory(Link& link, const CopyRows& copy) {
   if (!link.Run(kBeginCopy).Bool(0, 0)) return std::nullopt;
   try {

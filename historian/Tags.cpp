@@ -14,7 +14,7 @@ constexpr char kTagsOfSamples[] =
     "from datalog where time >= to_timestamp($1::bigint / 1000.0) and time < to_timestamp($2::bigint / 1000.0) "
     "group by tag_name";
 
-// Two orders of the same index: TimescaleDB skips from tag to tag.
+// Reads the same index in both directions; TimescaleDB skips from tag to tag.
 constexpr char kOldestBucketsHead[] =
     "select distinct on (tag_name) tag_name, extract(epoch from bucket) * 1000, null from ";
 constexpr char kOldestBucketsTail[] =

@@ -112,8 +112,8 @@ double ValueOrNan(const Result& rows, int row, int column) {
   return rows.IsNull(row, column) ? std::numeric_limits<double>::quiet_NaN() : rows.Number(row, column);
 }
 
-// Rows of the store that was chosen are added up for each bucket. Others make minutes or hours first, of
-// which two segments may hold a part each.
+// Rows of the chosen store are added up for each bucket. Other rows are first added up to minutes or hours,
+// because two segments may each have a part of one.
 void TrendReader::ReadSegment(const Segment& segment, const std::string& tags) {
   const bool whole = segment.store == buckets_.store || buckets_.store == Store::Samples;
   const std::int64_t width = whole ? buckets_.width : Unit(buckets_.store);
@@ -151,8 +151,8 @@ void TrendReader::AddUnits() {
   }
 }
 
-// A tag whose rows fit has its samples read as well. How many a row of an aggregate is made of is not known:
-// one sample more than fits is asked for.
+// If the rows of a tag fit, its samples are read as well. A row of an aggregate does not say how many samples
+// it has, so one sample more than fits is requested.
 void TrendReader::ReadRaw(const std::vector<std::string>& tags) {
   const std::int64_t most = static_cast<std::int64_t>(tags.size()) * most_ + 1;
   const Result rows = link_.Run(kRawSamples, {ArrayLiteral(tags), std::to_string(range_.begin),

@@ -31,7 +31,7 @@ root=$(dirname "$here")
 # shellcheck source=tools/lib/server.sh
 . "$here/lib/server.sh"
 
-# Many tests wait, for a server, a link or a clock.
+# More than there are processors, because many tests wait for a server, a connection or a clock.
 readonly parallel=$((4 * $(nproc)))
 readonly usage='usage: test.sh [--all] [--timescale VERSION|all] [--postgres VERSION,...|all] [--cluster] [--fuzz] [-R REGEX] [STAGE]...'
 stages=()

@@ -1,7 +1,7 @@
 #pragma once
 
-// Reading many rows. DBMSAPI_SQLAPI chooses the implementation: the vendor's client layer lacks the short
-// cuts.
+// Reads many rows. DBMSAPI_SQLAPI chooses the implementation, because the vendor's client layer lacks the
+// faster functions.
 
 #include <SQLAPI.h>
 
@@ -15,14 +15,14 @@
 // `withTimes` says that there are columns of type timestamptz.
 void AskForBinary(SACommand& command, bool withTimes);
 
-// Whether the text of a field is this one, in UTF-8.
+// Whether the text of a field equals this one, in UTF-8.
 bool HasText(const SAField& field, std::string_view utf8);
 
 // Seconds from 1970 to the calendar fields of a time, as if they were in UTC.
 std::int64_t CalendarSeconds(const SAField& field);
 
-// Finds a row's tag in a map by tag name, or adds it. Where the rows of a tag follow each other, the name is
-// converted and looked up once for all of them.
+// Finds a row's tag in a map by tag name, or adds it. For consecutive rows of a tag, converts and looks up
+// the name only once.
 template <class Map>
 class TagFinder {
  public:

@@ -58,7 +58,7 @@ PGresult* ReadToTheLast(PGconn* connection, int sent) {
 PGresult* GetResult(PGconn* connection) {
   Result lost;
   while (PQisBusy(connection)) {
-    // What was decrypted is no longer in the socket.
+    // Bytes that libpq has read and decrypted do not make the socket readable again.
     if (IsEncrypted(connection) && PQconsumeInput(connection) && !PQisBusy(connection)) break;
     if (ReadMore(connection)) continue;
     // Not read by libpq, which would add to the message that it has no socket.

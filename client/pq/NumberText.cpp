@@ -24,7 +24,7 @@ SAException OutOfRange(std::string_view text) {
   return UsageError(L"\"" + sys::FromUtf8(text) + L"\" is out of the range of the type it is read as");
 }
 
-// Without the blanks around it and a plus sign before it.
+// Removes the blanks around a number and a plus sign before it.
 std::string_view Bare(std::string_view text) {
   while (text.starts_with(' ') || text.starts_with('\t')) text.remove_prefix(1);
   while (text.ends_with(' ') || text.ends_with('\t')) text.remove_suffix(1);

@@ -65,7 +65,7 @@ void RefuseOutdatedTables(Server& server) {
                 "rename it first: alter table " + outdated + " rename to " + outdated + "_old");
 }
 
-// The retention to set: the one asked for, else the one in force. Never one that drops samples unasked.
+// The retention to set: the requested one, else the current one. Never drops samples without being asked to.
 int DaysToKeep(Server& server, const InitOptions& options) {
   const bool exists = !server.Value(kHasDatalog).empty();
   const auto in_force = exists ? RetentionDays(server) : std::nullopt;

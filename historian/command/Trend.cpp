@@ -201,7 +201,7 @@ class Show {
 
 Subcommand AddTrend(CLI::App& program) {
   auto options = std::make_shared<TrendOptions>();
-  CommandLine command(program, "trend", "Show what tags did: a chart in the terminal, a table, a page");
+  CommandLine command(program, "trend", "Show the trends of tags: a chart in the terminal, a table, a page");
   command.Add("TAG", options->tags, "Tags to show").Required();
   command.Add(
       "--from TIME", options->from,

@@ -32,7 +32,7 @@ void PutText(std::string& bytes, const std::wstring& text) {
   std::memcpy(bytes.data() + at, &length, sizeof length);
 }
 
-// Takes fields off the front; once one is missing, nothing more comes.
+// Takes fields off the front. After a missing field, all further fields are missing too.
 class ByteReader {
  public:
   explicit ByteReader(std::string_view bytes) : rest_(bytes) {}

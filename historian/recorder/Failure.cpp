@@ -6,11 +6,11 @@ namespace historian::recorder {
 namespace {
 
 struct StateRule {
-  std::string_view prefix;  // of the SQLSTATE
+  std::string_view prefix;  // beginning of the SQLSTATE
   Verdict verdict;
 };
 
-// The first that fits holds. https://www.postgresql.org/docs/current/errcodes-appendix.html lists the codes.
+// The first match counts. https://www.postgresql.org/docs/current/errcodes-appendix.html lists the codes.
 constexpr StateRule kStateRules[] = {
     {"23505", Verdict::Duplicate},      {"25006", Verdict::WrongServer},  // read-only transaction
     {"0A", Verdict::RefusedProgram},     // not supported by this table or server

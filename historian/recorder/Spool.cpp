@@ -23,7 +23,7 @@ std::array<SqliteStatement, kKinds> ForEachKind(SqliteDatabase& database, const 
   return {prepare(Kind::Sample), prepare(Kind::Alarm), prepare(Kind::Log)};
 }
 
-// Where the system does not say how much is left, it counts as enough.
+// If the system does not report the free space, there is enough of it.
 bool HasRoom(const std::filesystem::path& folder) {
   std::error_code unknown;
   return std::filesystem::space(folder, unknown).available >= kLeftOnDisk;

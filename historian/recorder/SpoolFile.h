@@ -16,7 +16,7 @@ namespace historian::recorder {
 // The system's clock, in epoch milliseconds.
 std::int64_t NowMs();
 
-// Numbers of records since the spool was made, as the file has them.
+// Numbers of records since the spool was created, as kept in the file.
 struct Totals {
   std::int64_t accepted = 0;
   std::int64_t stored = 0;

@@ -58,7 +58,7 @@ wait_for_standby() {
   wait_on_primary "select ($1) = '$2' from pg_stat_replication where application_name = 'standby1'"
 }
 
-# Makes the second cluster, and commits on the first wait for it.
+# Makes the second cluster, and makes commits on the first one wait for it.
 start_standby() {
   local folder=$server_folder/standby programs
   programs=$(server_programs)

@@ -111,8 +111,8 @@ TEST_F(Chunks, NewSamplesReachCompressedOnesUnlessAReleaseLosesThem) {
   }
 }
 
-// A late sample makes 2.14 decompress the thousand that it lies among, and of these 100,000 a statement at
-// most.
+// For each late sample, 2.14 decompresses the thousand samples around it, and a statement may decompress at
+// most 100,000.
 TEST_F(Chunks, LateSamplesAreStoredUnlessAReleaseDecompressesTooMany) {
   Run("insert into datalog select date_trunc('day', now()) - interval '5 days' + i * interval '500 ms', 'PUMP', i "
       "from generate_series(0, 119999) i");

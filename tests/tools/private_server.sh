@@ -51,7 +51,7 @@ for signal in INT=130 TERM=143 HUP=129; do
   expect_gone "after SIG${signal%=*}"
 done
 
-# When it is killed by SIGKILL, the next one cleans up.
+# After SIGKILL, the next one cleans up.
 "$script" --set fsync=off --set work_mem=5MB "$work/report" "$work" wait &
 running=$!
 until [ -s "$work/reported" ]; do sleep 0.05; done

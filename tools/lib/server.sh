@@ -72,8 +72,8 @@ server_stop() {
   [ -z "$folder" ] || server_remove "$folder"
 }
 
-# A script that was killed leaves its server running; the next one in the same folder removes it. Process numbers say
-# nothing in another namespace.
+# A script that was killed leaves its server running; the next one in the same folder removes it. Process numbers of
+# another namespace mean nothing here.
 server_clear_strays() {
   local folder script namespace
   for folder in "$1"/dbmsapi-server.*; do

@@ -71,14 +71,15 @@ Readings AllReadings(const SAField& field) {
   };
 }
 
-// Without those as numbers, which a time refuses by an exception: that takes most of the time of many rows.
+// Without readings as numbers, which a time refuses with an exception; for many rows, exceptions take most of
+// the time.
 Readings ReadingsOfTime(const SAField& field) {
   return {Outcome([&] { return Wide(field.asString()); }),
           Outcome([&] { return Fields(field.asDateTime()); }),
           Outcome([&] { return CalendarSeconds(field); }), Outcome([&] { return IsText(field); })};
 }
 
-// Without texts, of which the server at times writes a longer one for a double.
+// Without texts, because the server sometimes writes a longer text for a double.
 void DropTexts(std::vector<Readings>& rows) {
   for (Readings& readings : rows) {
     readings[1].clear();
@@ -100,7 +101,7 @@ class Binary : public ClientTest {
     Connect();
   }
 
-  // What is read of the first column of all rows.
+  // The values of the first column of all rows.
   std::vector<Readings> Read(const std::wstring& query, bool inBinary,
                              Readings (*read)(const SAField&) = AllReadings) {
     SACommand command(&connection, query.c_str());
