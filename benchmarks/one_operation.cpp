@@ -1,5 +1,5 @@
 // Runs one operation once, for a profiler of the client:
-//   one_operation insert|read|alarms|report_rows|system_log|delete|report library|baseline
+//   one_operation insert|read|alarms|report_rows|system_log|delete|report library|baseline|binary
 //
 // Profile the calls of bench::Profiled. Prints how many things (rows, samples, calls) the operation did.
 
@@ -28,7 +28,7 @@ constexpr std::int64_t kStart = bench::kPlantStartMs / 1000;
 // An operation done by the library and by the baseline, and how many things (rows, samples, calls) each does.
 struct Operation {
   std::size_t things;
-  std::function<void()> library, overLibpq;
+  std::function<void()> library, overLibpq, inBinary = nullptr;
 };
 
 class Operations {
@@ -52,7 +52,8 @@ class Operations {
     const std::int64_t end = kStart + static_cast<std::int64_t>(kSamples);
     query_ = baseline::HistoryQuery(kStart, end, data_);
     return {kSamples, [this, end] { bench::Require(dbms_->GetLogData(kStart, end, data_), "GetLogData"); },
-            [this] { baseline::ReadHistory(link_.get(), query_, baseline::Rows::OneByOne, data_); }};
+            [this] { baseline::ReadHistory(link_.get(), query_, baseline::Rows::OneByOne, data_); },
+            [this] { baseline::ReadHistoryInBinary(link_.get(), query_, data_); }};
   }
 
   Operation Alarms() {
@@ -68,7 +69,8 @@ class Operations {
             [this] {
               bench::Require(dbms_->GetAllAlarmData(kStart, kStart + 100000, alarms_), "GetAllAlarmData");
             },
-            [this] { baseline::ReadAlarms(link_.get(), query_, baseline::Rows::OneByOne, alarms_); }};
+            [this] { baseline::ReadAlarms(link_.get(), query_, baseline::Rows::OneByOne, alarms_); },
+            [this] { baseline::ReadAlarmsInBinary(link_.get(), query_, alarms_); }};
   }
 
   Operation ReportRows() {
@@ -84,7 +86,8 @@ class Operations {
               bench::Require(dbms_->GetReportAnalogData(L"hour", kStart, kStart + 100000000, reports_),
                              "the report");
             },
-            [this] { baseline::ReadReports(link_.get(), query_, baseline::Rows::OneByOne, reports_); }};
+            [this] { baseline::ReadReports(link_.get(), query_, baseline::Rows::OneByOne, reports_); },
+            [this] { baseline::ReadReportsInBinary(link_.get(), query_, reports_); }};
   }
 
   Operation SystemLog() {
@@ -155,12 +158,19 @@ Operation Chosen(Operations& operations, std::string_view name) {
   return operations.Report();
 }
 
+std::function<void()> Chosen(const Operation& operation, std::string_view who) {
+  if (who == "library") return operation.library;
+  if (who == "baseline") return operation.overLibpq;
+  bench::Require(who == "binary" && operation.inBinary, "choosing who does it");
+  return operation.inBinary;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-  bench::Require(argc == 3, "one_operation insert|read|alarms|system_log|delete|report library|baseline");
+  bench::Require(argc == 3, "needs an operation and who does it");
   Operations operations;
   const Operation operation = Chosen(operations, argv[1]);
-  bench::Profiled(std::string_view(argv[2]) == "library" ? operation.library : operation.overLibpq);
+  bench::Profiled(Chosen(operation, argv[2]));
   std::cout << operation.things << '\n';
 }

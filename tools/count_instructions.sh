@@ -20,7 +20,7 @@ operations=(insert read alarms report_rows system_log delete report)
 command -v valgrind >/dev/null || die "needs valgrind"
 [ -x "$program" ] || die "run tools/bench.sh first"
 
-# profile OPERATION library|baseline: writes the profile; prints how many things the operation did.
+# profile OPERATION library|baseline|binary: writes the profile; prints how many things the operation did.
 profile() {
   local log=$root/build/bench/callgrind.log
   valgrind --tool=callgrind --callgrind-out-file="$profile" --collect-atstart=no \
@@ -43,7 +43,14 @@ echo "instructions per sample, row, record or call"
 for operation in "${operations[@]}"; do
   things=$(profile "$operation" baseline)
   baseline=$(total "$things")
+  binary=
+  case $operation in
+    read | alarms | report_rows)
+      things=$(profile "$operation" binary)
+      binary=", hand-written in binary $(total "$things")"
+      ;;
+  esac
   things=$(profile "$operation" library)
-  printf '\n%s: library %s, baseline %s\n' "$operation" "$(total "$things")" "$baseline"
+  printf '\n%s: library %s, baseline %s%s\n' "$operation" "$(total "$things")" "$baseline" "$binary"
   by_function "$things"
 done
