@@ -14,7 +14,6 @@ SAException NoParameter(const std::wstring& name) {
 }
 
 SAException NoColumn(const std::wstring& name) { return pq::UsageError(L"The result has no column " + name); }
-SAException NoColumn(int number) { return NoColumn(std::to_wstring(number)); }
 
 // Whether a prepared statement failed because a table has other columns now, or because the server has
 // forgotten the statement.
@@ -193,7 +192,7 @@ int SACommand::FieldCount() const { return static_cast<int>(impl_->fields.size()
 
 SAField& SACommand::Field(int number) {
   const std::size_t index = static_cast<std::size_t>(number) - 1;  // great for numbers below 1
-  if (index >= impl_->fields.size()) throw NoColumn(number);
+  if (index >= impl_->fields.size()) throw NoColumn(std::to_wstring(number));
   return impl_->fields[index];
 }
 
