@@ -81,7 +81,7 @@ record_through_a_crash() {
 
 if [ -z "$is_built" ]; then
   started=$SECONDS
-  say "building the libraries, the program and an example (the first time takes some minutes)"
+  say "building the libraries, the program and an example (the first time takes a minute or two)"
   run_quietly "$build.configure.log" cmake -S "$root" --preset release
   run_to_the_end cmake --build "$build" --target historian_program recorder >&2
   say "built in $(elapsed_since "$started")"
