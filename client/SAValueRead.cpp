@@ -1,5 +1,6 @@
 #include <limits>
 #include <string_view>
+#include <utility>
 
 #include "SQLAPI.h"
 #include "port/Utf8.h"
@@ -51,8 +52,13 @@ double SAValueRead::asDouble() const {
 }
 
 SAString SAValueRead::asString() const {
-  if (IsText(*cell_)) return SAString(sys::FromUtf8(Text(*cell_)));
-  return SAString(sys::FromUtf8(pq::BinaryText(*cell_)));
+  std::wstring text;
+  readText(text);
+  return SAString(std::move(text));
+}
+
+void SAValueRead::readText(std::wstring& text) const {
+  text = IsText(*cell_) ? sys::FromUtf8(Text(*cell_)) : sys::FromUtf8(pq::BinaryText(*cell_));
 }
 
 bool SAValueRead::isText(std::string_view utf8) const {

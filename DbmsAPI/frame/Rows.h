@@ -15,6 +15,9 @@
 // `withTimes` says that there are columns of type timestamptz.
 void AskForBinary(SACommand& command, bool withTimes);
 
+// Reads the text of a field.
+void ReadText(const SAField& field, std::wstring& text);
+
 // Whether the text of a field equals this one, in UTF-8.
 bool HasText(const SAField& field, std::string_view utf8);
 

@@ -79,9 +79,9 @@ void ReadAlarms(SACommand& command, std::vector<AlarmRecord>& records) {
   while (command.FetchNext()) {
     AlarmRecord record;
     record.timeMs = Milliseconds(command.Field(1));
-    record.tagName = command.Field(2).asString();
+    ReadText(command.Field(2), record.tagName);
     record.value = command.Field(3).asDouble();
-    record.label = command.Field(4).asString();
+    ReadText(command.Field(4), record.label);
     record.status = command.Field(5).asShort();
     record.type = command.Field(6).asShort();
     record.level = command.Field(7).asShort();

@@ -139,7 +139,7 @@ void ReadRows(SACommand& command, std::vector<UserLogRow>& rows) {
     UserLogRow row;
     // Kept: calendar fields of the session's time zone are read as local time of the process.
     row.time = LocalEpochSeconds(CalendarSeconds(command.Field(1)), offsets);
-    for (int i = 2; i <= command.FieldCount(); ++i) row.values.emplace_back() = command.Field(i).asString();
+    for (int i = 2; i <= command.FieldCount(); ++i) ReadText(command.Field(i), row.values.emplace_back());
     rows.push_back(std::move(row));
   }
 }

@@ -133,6 +133,7 @@ class SQLAPI_EXPORT SAValueRead {
 
   // Extras of this layer, to read many rows.
   bool isText(std::string_view utf8) const;  // whether asString gives this text
+  void readText(std::wstring& text) const;   // what asString gives, without a copy of it
   // Seconds from 1970 to the calendar fields of a timestamptz in binary, as if they were in UTC. False for
   // infinity and values of other kinds.
   bool readCalendarSeconds(sa_int64_t& seconds) const;

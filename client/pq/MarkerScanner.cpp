@@ -26,6 +26,16 @@ constexpr auto kContinuesName = [] {
 
 bool ContinuesName(char c) { return kContinuesName[static_cast<unsigned char>(c)]; }
 
+constexpr std::size_t kMaxDigits = 9;  // a longer run of digits is a name
+
+// The number of a marker with this name; -1 for a named one.
+int NumberOf(std::string_view name) {
+  if (!IsDigit(name[0]) || name.size() > kMaxDigits) return -1;
+  int number = 0;
+  for (const char digit : name) number = 10 * number + (digit - '0');
+  return number;
+}
+
 // Walks a statement from marker to marker.
 class Scanner {
  public:
@@ -70,7 +80,7 @@ class Scanner {
     } else if (at_ < text_.size() && ContinuesName(text_[at_])) {
       at_ = IsDigit(text_[at_]) ? EndOf(IsDigit, at_) : EndOf(ContinuesName, at_);
       const bool needsBlank = colon > 0 && (ContinuesName(text_[colon - 1]) || text_[colon - 1] == '$');
-      return Marker{colon, at_ - colon, needsBlank};
+      return Marker{colon, at_ - colon, NumberOf(text_.substr(colon + 1, at_ - colon - 1)), needsBlank};
     }
     return std::nullopt;
   }

@@ -10,6 +10,7 @@ namespace pq {
 struct Marker {
   std::size_t at;      // of the colon
   std::size_t length;  // with the colon
+  int number;          // -1 for a named one
   bool needsBlank;     // the character before it may be part of a name, which `$` would continue
 };
 

@@ -1,7 +1,6 @@
 #include "Markers.h"
 
 #include <algorithm>
-#include <charconv>
 #include <unordered_map>
 #include <utility>
 
@@ -11,30 +10,20 @@
 namespace pq {
 namespace {
 
-constexpr std::size_t kMaxDigits = 9;  // a longer run of digits is a name
-
-// The number of a marker; -1 for a named one.
-int NumberOf(std::string_view name) {
-  if (name[0] < '0' || name[0] > '9' || name.size() > kMaxDigits) return -1;
-  int number = 0;
-  std::from_chars(name.data(), name.data() + name.size(), number);
-  return number;
-}
-
 std::string_view NameOf(const Marker& marker, std::string_view statement) {
   return statement.substr(marker.at + 1, marker.length - 1);
 }
 
-// Makes each marker $k, k being one more than the index that `indexOf` gives for its name.
+// Makes each marker $k, k being one more than the index that `indexOf` gives for it.
 template <class Index>
 std::string WithDollars(std::string statement, const std::vector<Marker>& markers, Index indexOf) {
   std::string text;
   std::size_t copied = 0;
   for (const Marker& marker : markers) {
+    const std::size_t k = indexOf(marker, statement) + 1;
     statement[marker.at] = '$';
-    const std::string_view name = NameOf(marker, statement);
-    const std::size_t k = indexOf(name) + 1;
-    const bool isDone = !marker.needsBlank && name[0] != '0' && NumberOf(name) == static_cast<int>(k);
+    const bool isDone =
+        !marker.needsBlank && statement[marker.at + 1] != '0' && marker.number == static_cast<int>(k);
     if (isDone) continue;
     text.append(statement, copied, marker.at - copied).append(marker.needsBlank ? " $" : "$");
     text += std::to_string(k);
@@ -61,19 +50,21 @@ MarkedStatement ReplaceMarkers(std::wstring_view wide) {
   std::vector<int>& numbers = marked.numbers;
   std::unordered_map<std::string, std::size_t> indexOfNamed;
   for (const Marker& marker : markers) {
-    const std::string_view name = NameOf(marker, statement);
-    if (const int number = NumberOf(name); number >= 0) {
-      numbers.push_back(number);
-    } else if (indexOfNamed.try_emplace(std::string(name), marked.named.size()).second) {
+    if (marker.number >= 0) {
+      numbers.push_back(marker.number);
+      continue;
+    }
+    const std::string name(NameOf(marker, statement));
+    if (indexOfNamed.try_emplace(name, marked.named.size()).second) {
       marked.named.push_back(sys::FromUtf8(name));
     }
   }
   if (!std::is_sorted(numbers.begin(), numbers.end())) std::sort(numbers.begin(), numbers.end());
   numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());
 
-  const auto indexOf = [&](std::string_view name) {
-    const int number = NumberOf(name);
-    return number >= 0 ? marked.IndexOf(number) : numbers.size() + indexOfNamed.at(std::string(name));
+  const auto indexOf = [&](const Marker& marker, std::string_view text) {
+    if (marker.number >= 0) return marked.IndexOf(marker.number);
+    return numbers.size() + indexOfNamed.at(std::string(NameOf(marker, text)));
   };
   marked.text = WithDollars(std::move(statement), markers, indexOf);
   return marked;

@@ -15,4 +15,13 @@ Unsigned FromNetwork(const char* bytes) {
   return static_cast<Unsigned>(join(std::make_index_sequence<sizeof(Unsigned)>()));
 }
 
+// The same as one store.
+template <class Unsigned>
+void ToNetwork(Unsigned value, char* bytes) {
+  const auto split = [&]<std::size_t... i>(std::index_sequence<i...>) {
+    ((bytes[i] = static_cast<char>(value >> 8 * (sizeof(Unsigned) - 1 - i))), ...);
+  };
+  split(std::make_index_sequence<sizeof(Unsigned)>());
+}
+
 }  // namespace pq

@@ -3,6 +3,7 @@
 #include <bit>
 
 #include "Errors.h"
+#include "NetworkOrder.h"
 #include "Text.h"
 #include "Types.h"
 #include "port/Utf8.h"
@@ -56,8 +57,7 @@ void Parameters::Set(std::size_t index, const SAParam& value) {
 // The value is in the low `size` bytes of `bits`.
 void Parameters::SetScalar(std::size_t index, unsigned type, std::size_t size, std::uint64_t bits) {
   Scalar& bytes = scalars_[index];
-  for (std::size_t i = 0; i < bytes.size(); ++i)
-    bytes[bytes.size() - 1 - i] = static_cast<char>(bits >> 8 * i);
+  ToNetwork(bits, bytes.data());
   types_[index] = type;
   values_[index] = bytes.data() + bytes.size() - size;
   lengths_[index] = static_cast<int>(size);

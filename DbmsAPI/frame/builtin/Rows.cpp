@@ -4,6 +4,8 @@
 
 void AskForBinary(SACommand& command, bool withTimes) { command.setBinaryResults(withTimes); }
 
+void ReadText(const SAField& field, std::wstring& text) { field.readText(text); }
+
 bool HasText(const SAField& field, std::string_view utf8) { return field.isText(utf8); }
 
 std::int64_t CalendarSeconds(const SAField& field) {

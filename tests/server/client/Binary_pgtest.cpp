@@ -50,7 +50,9 @@ std::wstring CalendarSeconds(const SAField& field) {
 // Whether the field has its own text, and a longer one.
 std::wstring IsText(const SAField& field) {
   const std::string text = sys::ToUtf8(Wide(field.asString()));
-  return (field.isText(text) ? L"its own" : L"") +
+  std::wstring read = L"before";
+  field.readText(read);
+  return (field.isText(text) && read == Wide(field.asString()) ? L"its own" : L"") +
          std::wstring(field.isText(text + "?") ? L" and another" : L"");
 }
 
