@@ -36,7 +36,10 @@ void BindTags(SACommand& command, const std::vector<std::string>& tags) {
     return;
   }
   std::string array = "{";
-  for (const std::string& tag : tags) array += (array.size() > 1 ? "," : "") + Quoted(tag, "\"\\", '\\');
+  for (const std::string& tag : tags) {
+    if (array.size() > 1) array += ',';
+    array += Quoted(tag, "\"\\", '\\');
+  }
   command << SAString(sys::FromUtf8(array + '}'));
 }
 
