@@ -7,6 +7,14 @@
 #include "historian/command/serve/Refused.h"
 #include "threads/Parallel.h"
 
+#if defined(__SANITIZE_THREAD__)
+// The HTTP library is compiled without the sanitizer, which therefore does not see what orders its threads:
+// the first use of a static in it looks like a race.
+extern "C" __attribute__((visibility("default"))) const char* __tsan_default_suppressions() {
+  return "called_from_lib:libcpp-httplib.so\n";
+}
+#endif
+
 namespace historian::command {
 namespace {
 
