@@ -35,7 +35,6 @@ auto FindNamed(std::vector<Named>& all, const SAString& name) {
 class SACommand::Impl {
  public:
   explicit Impl(std::shared_ptr<SharedConnection> its) : shared(std::move(its)) {}
-  ~Impl() { statement->LeaveParameters(std::move(parameters)); }
 
   void Run(const pq::Parameters& values) {
     const bool binary = AsksForBinary();
@@ -51,8 +50,7 @@ class SACommand::Impl {
   }
 
   void SetStatement(std::shared_ptr<pq::Statement> its) {
-    std::vector<SAParam> unbound = its->TakeParameters();
-    statement->LeaveParameters(std::exchange(parameters, std::move(unbound)));
+    parameters = its->MakeParameters();
     statement = std::move(its);
     fields.clear();
     rows.Clear();

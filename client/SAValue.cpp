@@ -2,8 +2,6 @@
 
 #include "SQLAPI.h"
 
-void SAValue::setUnbound() { kind_ = Kind::Unbound; }
-
 void SAValue::setAsNull() { kind_ = Kind::Null; }
 
 bool& SAValue::setAsBool() {

@@ -162,7 +162,6 @@ class SQLAPI_EXPORT SAValue {
 
   SAValue() = default;
 
-  void setUnbound();
   void setAsNull();
   bool& setAsBool();
   short& setAsShort();

@@ -10,28 +10,20 @@ namespace {
 
 constexpr std::size_t kMaxStatements = 64;
 
-// Longer texts are inserts of many rows, which seldom come again. Longer values take too much memory.
+// Longer texts are inserts of many rows, which seldom come again.
 constexpr std::size_t kMaxTextSize = 2000;
-
-bool IsShort(const SAParam& parameter) { return parameter.boundString().GetLength() <= kMaxTextSize; }
 
 }  // namespace
 
 Statement::Statement(SAString wide)
     : MarkedStatement(ReplaceMarkers(View(wide))), wideText(std::move(wide)) {}
 
-std::vector<SAParam> Statement::TakeParameters() {
-  std::vector<SAParam> parameters = std::exchange(left_, {});
-  for (SAParam& parameter : parameters) parameter.setUnbound();
-  if (!parameters.empty()) return parameters;
+std::vector<SAParam> Statement::MakeParameters() const {
+  std::vector<SAParam> parameters;
   parameters.reserve(numbers.size() + named.size());
   for (const int number : numbers) parameters.emplace_back(number);
   for (const std::wstring& one : named) parameters.emplace_back(SAString(one));
   return parameters;
-}
-
-void Statement::LeaveParameters(std::vector<SAParam>&& parameters) noexcept {
-  if (std::all_of(parameters.begin(), parameters.end(), IsShort)) left_ = std::move(parameters);
 }
 
 void Statement::Release() noexcept {

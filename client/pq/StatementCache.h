@@ -14,7 +14,7 @@ namespace pq {
 // Names of prepared statements. A list, because moving a name from one to another needs no memory.
 using PreparedNames = std::list<std::string>;
 
-// A statement's text, its parameters, and its state at the server.
+// A statement's text, and its state at the server.
 struct Statement : MarkedStatement {
   explicit Statement(SAString wide);
   ~Statement() { Release(); }
@@ -27,10 +27,8 @@ struct Statement : MarkedStatement {
   // The same, and forgets the types of the parameters.
   void Forget() noexcept;
 
-  // Unbound parameters for a command: first the numbered ones in ascending order, then the named ones. A
-  // command leaves them to the next one, because programs often repeat a statement with a new command.
-  std::vector<SAParam> TakeParameters();
-  void LeaveParameters(std::vector<SAParam>&& parameters) noexcept;
+  // Unbound parameters: first the numbered ones in ascending order, then the named ones.
+  std::vector<SAParam> MakeParameters() const;
 
   const SAString wideText;
 
@@ -39,9 +37,6 @@ struct Statement : MarkedStatement {
   std::weak_ptr<PreparedNames> released;
   std::vector<unsigned> types;  // of the parameters, when it was last parsed
   PreparedNames name;           // at the server; empty before the second execution
-
- private:
-  std::vector<SAParam> left_;
 };
 
 // The most recently used statements with parameters, by their text. For a short statement, finding the
